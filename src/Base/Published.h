@@ -1,0 +1,2 @@
+#pragma once
+// published value; see Base/Published (to be written)

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+
+namespace stowboard {
+
+/// Runs tasks one at a time, in submission order, on a thread of its own that starts with the first
+/// task and sleeps without waking while there is none. Safe to use from any thread; destruction
+/// runs what was submitted before and then ends the thread.
+class SerialQueue {
+ public:
+  using Task = std::function<void()>;
+
+  /// `label` names the queue in diagnostics; the thread carries its first 15 bytes.
+  explicit SerialQueue(std::string label);
+  ~SerialQueue();
+  SerialQueue(const SerialQueue&) = delete;
+  SerialQueue& operator=(const SerialQueue&) = delete;
+
+  const std::string& label() const { return label_; }
+
+  /// Queues the task and returns at once.
+  void async(Task task);
+  /// Queues the task and returns when it has run. Never to be called from a task of this queue.
+  void sync(Task task);
+
+ private:
+  void run();
+
+  const std::string label_;
+  std::mutex mutex_;
+  std::condition_variable wake_;
+  std::deque<Task> tasks_;
+  bool ending_ = false;
+  std::thread thread_;
+};
+
+}  // namespace stowboard

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <array>
+#include <optional>
+#include <string_view>
+
+namespace stowboard {
+
+/// The language of the interface.
+enum class AppLanguage { english, simplifiedChinese };
+
+/// Every language, in the order in which a picker lists them.
+inline constexpr std::array allAppLanguages{AppLanguage::english, AppLanguage::simplifiedChinese};
+
+/// The language's tag, which is also its form in the settings file: "en" or "zh-Hans".
+std::string_view id(AppLanguage language);
+std::optional<AppLanguage> appLanguageFromId(std::string_view id);
+
+/// The language's own name, the same in every interface language.
+std::string_view displayName(AppLanguage language);
+
+}  // namespace stowboard

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Base/Bytes.h"
+#include "Base/Text.h"
+
+namespace stowboard {
+
+/// The identifiers of the content types that Stowboard reads and writes. They are MIME types; an
+/// adapter maps its system's own names to them.
+struct PasteboardType {
+  PasteboardType() = delete;
+
+  static constexpr std::string_view tiff = "image/tiff";
+  static constexpr std::string_view png = "image/png";
+  static constexpr std::string_view rtf = "text/rtf";
+  static constexpr std::string_view string = "text/plain";
+};
+
+/// The desktop's general clipboard, as the main thread sees it: a finished picture of its newest
+/// content, so that no operation here waits for another program. All operations are the main
+/// thread's.
+class Pasteboard {
+ public:
+  virtual ~Pasteboard() = default;
+
+  /// Raised with every change of content, other programs' and our own; it never goes back.
+  /// Content that its owner marks as a secret, and the loss of content by its owner's exit, do not
+  /// move it.
+  virtual std::int64_t changeCount() const = 0;
+
+  /// The types on offer, those of PasteboardType that can be had first, then the owner's other
+  /// names as it gave them; absent when the owner did not say.
+  virtual std::optional<std::vector<std::string>> types() const = 0;
+
+  /// The content as bytes of the given type, or absent when that type was not offered or could not
+  /// be had. For PasteboardType::png the bytes may be of another image format when neither PNG nor
+  /// TIFF was on offer; the image decoder looks at the bytes, not at the name.
+  virtual std::optional<Bytes> data(std::string_view type) const = 0;
+
+  /// The content as text, for PasteboardType::string; absent as for data().
+  virtual std::optional<Text> string(std::string_view type) const = 0;
+
+  /// True when onMoved is called for every move of the change count, so that nobody needs to poll.
+  virtual bool announcesMoves() const = 0;
+
+  /// Called on the main thread right after the change count moved by another program's copy.
+  std::function<void()> onMoved;
+};
+
+}  // namespace stowboard
