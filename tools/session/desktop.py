@@ -1,0 +1,318 @@
+"""A private desktop for tests and demonstrations.
+
+An X server, a window manager and a session bus of their own, in a home of their own, so that
+nothing touches the desktop of whoever starts it, and several can run side by side. Everything that
+was started in it ends with it, by process id.
+"""
+
+import ctypes
+import os
+import pathlib
+import select
+import shutil
+import signal
+import subprocess
+import tempfile
+import time
+
+BUS_CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>session</type>
+  <keep_umask/>
+  <listen>unix:dir={directory}</listen>
+  <auth>EXTERNAL</auth>
+  <servicedir>{services}</servicedir>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+"""
+
+# Names that lead a program to the desktop outside, or change what it does there.
+OUTSIDE_NAMES = (
+    "DBUS_SESSION_BUS_ADDRESS", "DESKTOP_SESSION", "DISPLAY", "GDK_BACKEND", "GTK_IM_MODULE",
+    "GTK_MODULES", "LANGUAGE", "LC_ALL", "QT_IM_MODULE", "QT_QPA_PLATFORM", "SESSION_MANAGER",
+    "WAYLAND_DISPLAY", "WAYLAND_SOCKET", "XAUTHORITY", "XDG_CURRENT_DESKTOP", "XDG_SESSION_TYPE",
+    "XMODIFIERS", "XCTestConfigurationFilePath",
+)
+
+PR_SET_PDEATHSIG = 1
+PR_SET_CHILD_SUBREAPER = 36
+_libc = ctypes.CDLL(None, use_errno=True)
+
+
+class NotReached(AssertionError):
+    """A condition did not come true before its deadline."""
+
+
+def wait_until(condition, what, seconds=10.0):
+    """Polls until `condition()` is true and returns its value; raises NotReached otherwise."""
+    deadline = time.monotonic() + seconds
+    while True:
+        value = condition()
+        if value:
+            return value
+        if time.monotonic() > deadline:
+            raise NotReached(f"not within {seconds:g} s: {what}")
+        time.sleep(0.01)
+
+
+def _end_with_parent():
+    _libc.prctl(PR_SET_PDEATHSIG, signal.SIGTERM)
+
+
+def _parents():
+    """Parent process id of every live process."""
+    parents = {}
+    for entry in os.listdir("/proc"):
+        if entry.isdigit():
+            try:
+                stat = pathlib.Path("/proc", entry, "stat").read_text(errors="replace")
+            except OSError:
+                continue
+            state, parent = stat.rpartition(")")[2].split()[:2]
+            if state != "Z":
+                parents[int(entry)] = int(parent)
+    return parents
+
+
+def _descendants(root):
+    parents = _parents()
+    found = {root}
+    while True:
+        more = {pid for pid, parent in parents.items() if parent in found} - found
+        if not more:
+            return found - {root}
+        found |= more
+
+
+def _signal(pids, number):
+    for pid in pids:
+        try:
+            os.kill(pid, number)
+        except ProcessLookupError:
+            pass
+
+
+class PrivateDesktop:
+    """Use it as a context manager, one at a time in a process.
+
+    `environment` is what programs in the desktop get; `directory` holds its home and is removed
+    with it.
+    """
+
+    def __init__(self, size="1280x800x24", window_manager=True, display=True):
+        self.size = size
+        self.window_manager = window_manager
+        self.display = display
+        self.environment = {}
+
+    def __enter__(self):
+        try:
+            self._open()
+        except BaseException:
+            self.close()
+            raise
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+    # Opening and closing
+
+    def _open(self):
+        # Programs that put themselves in the background become our children, so that close() finds
+        # them.
+        _libc.prctl(PR_SET_CHILD_SUBREAPER, 1)
+        self.directory = pathlib.Path(tempfile.mkdtemp(prefix="stowboard-desktop."))
+        self._guardian = self._start_guardian()
+        self._before = _descendants(os.getpid())
+        self._make_home()
+        if self.display:
+            self._start_display()
+        self._start_bus()
+        if self.display and self.window_manager:
+            self._start_window_manager()
+
+    def close(self):
+        """Ends everything in the desktop and removes its folder. Safe to call twice."""
+        guardian = getattr(self, "_guardian", None)
+        if guardian is None:
+            return
+        blocked = signal.pthread_sigmask(
+            signal.SIG_BLOCK, {signal.SIGINT, signal.SIGTERM, signal.SIGHUP})
+        try:
+            self._guardian = None
+            self._end_programs()
+            guardian.stdin.close()
+            guardian.wait()
+        finally:
+            signal.pthread_sigmask(signal.SIG_SETMASK, blocked)
+
+    def _start_guardian(self):
+        """Ends the leftovers and removes the folder, even if this process is killed outright."""
+        script = ('trap "" INT TERM HUP; read -r _; for signal in TERM TERM TERM KILL KILL; do '
+                  'kill -$signal $(grep -lzsF "HOME=$1/home" /proc/[0-9]*/environ '
+                  '| sed "s,[^0-9],,g") 2>/dev/null; '
+                  'rm -rf "$1" 2>/dev/null && exit 0; sleep 0.2; done')
+        return subprocess.Popen(["/bin/sh", "-c", script, "sh", str(self.directory)],
+                                stdin=subprocess.PIPE, stdout=subprocess.DEVNULL,
+                                stderr=subprocess.DEVNULL, start_new_session=True)
+
+    def _end_programs(self):
+        server = getattr(self, "_server", None)
+        spared = getattr(self, "_before", set()) | ({server.pid} if server else set())
+        programs = lambda: _descendants(os.getpid()) - spared
+        for number, seconds in ((signal.SIGTERM, 2.0), (signal.SIGKILL, 2.0)):
+            left = programs()
+            _signal(left, number)
+            _signal(left, signal.SIGCONT)
+            try:
+                wait_until(lambda: not programs(), "every program ended", seconds)
+                break
+            except NotReached:
+                continue
+        if server:
+            # The server removes its lock and socket only when it is asked to end.
+            server.terminate()
+            try:
+                server.wait(5)
+            except subprocess.TimeoutExpired:
+                server.kill()
+                server.wait()
+
+    def _make_home(self):
+        names = {"HOME": "home", "XDG_CONFIG_HOME": "home/.config", "XDG_CACHE_HOME": "home/.cache",
+                 "XDG_DATA_HOME": "home/.local/share", "XDG_STATE_HOME": "home/.local/state",
+                 "XDG_RUNTIME_DIR": "run", "TMPDIR": "tmp"}
+        environment = {k: v for k, v in os.environ.items() if k not in OUTSIDE_NAMES}
+        for name, folder in names.items():
+            path = self.directory / folder
+            path.mkdir(parents=True, exist_ok=True, mode=0o700)
+            environment[name] = str(path)
+        environment.update(LANG="C.UTF-8", XDG_SESSION_TYPE="x11", GSETTINGS_BACKEND="memory",
+                           NO_AT_BRIDGE="1", GTK_USE_PORTAL="0", GIO_USE_VFS="local")
+        self.environment = environment
+
+    def _start_display(self):
+        read_end, write_end = os.pipe()
+        log = open(self.directory / "xserver.log", "wb")
+        self._server = subprocess.Popen(
+            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", self.size, "-noreset",
+             "-nolisten", "tcp"],
+            pass_fds=[write_end], stdin=subprocess.DEVNULL, stdout=log, stderr=log,
+            start_new_session=True, preexec_fn=_end_with_parent)
+        os.close(write_end)
+        number = self._read_line(read_end, "the X server's display number")
+        self.environment["DISPLAY"] = f":{number}"
+
+    def _start_bus(self):
+        services = self.directory / "services"
+        services.mkdir()
+        configuration = self.directory / "bus.conf"
+        configuration.write_text(BUS_CONFIGURATION.format(
+            directory=self.environment["XDG_RUNTIME_DIR"], services=services))
+        read_end, write_end = os.pipe()
+        self.start(["dbus-daemon", f"--config-file={configuration}", "--nofork", "--nopidfile",
+                    f"--print-address={write_end}"], pass_fds=[write_end])
+        os.close(write_end)
+        self.environment["DBUS_SESSION_BUS_ADDRESS"] = self._read_line(
+            read_end, "the session bus's address")
+
+    def _start_window_manager(self):
+        manager = self.start(["openbox", "--sm-disable"])
+        wait_until(lambda: manager.poll() is not None or "window id #" in self.output(
+            "xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), "the window manager runs")
+        if manager.poll() is not None:
+            raise RuntimeError(f"openbox ended with status {manager.returncode}")
+
+    @staticmethod
+    def _read_line(descriptor, what, seconds=20):
+        with os.fdopen(descriptor, "r", encoding="ascii") as stream:
+            ready = select.select([stream], [], [], seconds)[0]
+            line = stream.readline().strip() if ready else ""
+        if not line:
+            raise RuntimeError(f"no answer: {what}")
+        return line
+
+    # Programs
+
+    def start(self, command, environment=None, **options):
+        """Starts a program in its own session; returns its Popen. Silent unless told otherwise."""
+        for name in ("stdin", "stdout", "stderr"):
+            options.setdefault(name, subprocess.DEVNULL)
+        return subprocess.Popen([str(part) for part in command],
+                                env={**self.environment, **(environment or {})},
+                                start_new_session=True, preexec_fn=_end_with_parent, **options)
+
+    def output(self, *command, input=None, seconds=20):
+        """Runs a program to its end and returns what it wrote; empty when it failed."""
+        result = subprocess.run([str(part) for part in command], env=self.environment,
+                                input=input, stdin=None if input is not None else subprocess.DEVNULL,
+                                stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
+                                timeout=seconds)
+        return result.stdout if result.returncode == 0 else ""
+
+    def stop_program(self, program, seconds=5.0):
+        """Ends one program and everything that it started."""
+        family = _descendants(program.pid) | {program.pid}
+        _signal(family, signal.SIGTERM)
+        try:
+            program.wait(seconds)
+        except subprocess.TimeoutExpired:
+            program.kill()
+            program.wait()
+        left = family & set(_parents())
+        _signal(left, signal.SIGKILL)
+
+    # The screen and the keyboard
+
+    def keys(self, *chords):
+        """Presses key combinations, as in keys("ctrl+a", "ctrl+c")."""
+        self._xdotool("key", "--clearmodifiers", *chords)
+
+    def type_text(self, text):
+        self._xdotool("type", "--delay", "5", text)
+
+    def click(self, x, y, button=1):
+        self._xdotool("mousemove", x, y, "click", button)
+
+    def window(self, title_or_class, seconds=20.0):
+        """Waits for a visible window with this title or class, activates it, returns its id."""
+        def visible():
+            for kind in ("--name", "--class"):
+                found = self.output("xdotool", "search", "--onlyvisible", kind, title_or_class)
+                if found:
+                    return found.split()[0]
+            return None
+        window = wait_until(visible, f"a window {title_or_class!r}", seconds)
+        self.output("xdotool", "windowactivate", window)
+        wait_until(lambda: self.output("xdotool", "getactivewindow").strip() == window,
+                   f"the window {title_or_class!r} is active")
+        return window
+
+    def screenshot(self, path):
+        """A picture of the screen; its folder is made where it is missing."""
+        pathlib.Path(path).parent.mkdir(parents=True, exist_ok=True)
+        subprocess.run(["scrot", "--overwrite", str(path)], env=self.environment, check=True,
+                       stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
+
+    def _xdotool(self, *arguments):
+        subprocess.run(["xdotool", *map(str, arguments)], env=self.environment, check=True,
+                       stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, timeout=60)
+
+
+def ends_on_signals():
+    """Makes the ordinary ending signals unwind this process, so that its desktop is closed."""
+    def unwind(number, _frame):
+        raise SystemExit(128 + number)
+    for number in (signal.SIGTERM, signal.SIGINT, signal.SIGHUP):
+        signal.signal(number, unwind)
+
+
+def missing_programs(*names):
+    """Those of the programs that are not installed."""
+    return [name for name in names if shutil.which(name) is None]
