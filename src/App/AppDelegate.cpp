@@ -1,0 +1,27 @@
+#include "App/AppDelegate.h"
+
+#include <utility>
+
+#include "Base/Log.h"
+
+namespace stowboard {
+
+void AppDelegate::applicationDidFinishLaunching() {
+  if (isRunningTests()) return;
+  // Nothing keeps the poll alive here: Linux neither naps nor throttles a background process.
+  auto coordinator =
+      std::make_unique<AppCoordinator>(std::make_unique<DependencyContainer>(platform_));
+  coordinator->start();
+  coordinator_ = std::move(coordinator);
+  Log::app.info("Stowboard launched");
+}
+
+void AppDelegate::applicationWillTerminate() {
+  if (coordinator_) coordinator_->flushPersistence();
+}
+
+bool AppDelegate::isRunningTests() const {
+  return platform_.bundle->environment("XCTestConfigurationFilePath").has_value();
+}
+
+}  // namespace stowboard

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <memory>
+
+#include "App/AppCoordinator.h"
+#include "Platform/Platform.h"
+
+namespace stowboard {
+
+/// What happens when the program has been launched and when it is about to end. Main thread.
+class AppDelegate {
+ public:
+  /// The platform must outlive the delegate.
+  explicit AppDelegate(const Platform& platform) : platform_(platform) {}
+
+  /// Builds everything and starts it; does nothing inside a unit-test runner.
+  void applicationDidFinishLaunching();
+
+  /// Waits until what was recorded is on disk. May be called more than once.
+  void applicationWillTerminate();
+
+ private:
+  bool isRunningTests() const;
+
+  const Platform& platform_;
+  std::unique_ptr<AppCoordinator> coordinator_;
+};
+
+}  // namespace stowboard

@@ -1,0 +1,71 @@
+#include <unistd.h>
+#include <QApplication>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <utility>
+
+#include "App/AppDelegate.h"
+#include "App/TerminationSignals.h"
+#include "Base/Log.h"
+#include "Platform/Desktop/XdgBundle.h"
+#include "Platform/select.h"
+#include "Services/ThumbnailGenerator.h"
+
+namespace stowboard {
+
+namespace {
+
+// Set while the delegate runs, for the exit that the toolkit makes on its own when the X server
+// goes away at the end of a session.
+AppDelegate* runningDelegate = nullptr;
+
+void endWithTheSession() {
+  if (runningDelegate == nullptr) return;
+  runningDelegate->applicationWillTerminate();
+  Log::flush();
+  ::_exit(EXIT_SUCCESS);
+}
+
+int runApplication(QApplication& application, const Platform& platform) {
+  AppDelegate delegate(platform);
+  const TerminationSignals signals([] { QCoreApplication::quit(); });
+  QObject::connect(&application, &QGuiApplication::commitDataRequest, &application,
+                   [&delegate] { delegate.applicationWillTerminate(); });
+  runningDelegate = &delegate;
+  std::atexit(endWithTheSession);
+  delegate.applicationDidFinishLaunching();
+  const int status = QApplication::exec();
+  delegate.applicationWillTerminate();
+  runningDelegate = nullptr;
+  return status;
+}
+
+int runStowboard(char* programName) {
+  auto bundle = std::make_unique<XdgBundle>();
+  const DisplaySelection display = selectDisplay(*bundle);
+  if (!display.isUsable()) {
+    fmt::print(stderr, "stowboard: {}\n", display.refusal);
+    return EXIT_FAILURE;
+  }
+  // The program takes no options, so the toolkit gets none of the user's either; XWayland serves a
+  // Wayland session for now.
+  char platformOption[] = "-platform";
+  char platformName[] = "xcb";
+  char* arguments[] = {programName, platformOption, platformName, nullptr};
+  int argumentCount = 3;
+  QApplication application(argumentCount, arguments);
+  QApplication::setDesktopFileName(QString::fromStdString(bundle->identifier()));
+  QApplication::setQuitOnLastWindowClosed(false);
+  const Platform platform =
+      selectPlatform(display, std::move(bundle), ThumbnailGenerator::maxDimension);
+  const int status = runApplication(application, platform);
+  Log::flush();
+  return status;
+}
+
+}  // namespace
+
+}  // namespace stowboard
+
+int main(int, char* arguments[]) { return stowboard::runStowboard(arguments[0]); }

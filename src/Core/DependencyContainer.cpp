@@ -1,0 +1,66 @@
+#include "Core/DependencyContainer.h"
+
+#include <set>
+#include <string>
+#include <utility>
+
+namespace stowboard {
+
+namespace {
+
+std::shared_ptr<AppState> loadState(StorageManager& storage) {
+  std::vector<ClipItem> clips = storage.loadHistory();
+  AppSettings settings = storage.loadSettings();
+  return std::make_shared<AppState>(std::move(clips), std::move(settings));
+}
+
+std::unique_ptr<ClipboardMonitor> makeMonitor(const Platform& platform,
+                                              const std::shared_ptr<AppState>& appState) {
+  auto excludedBundleIds = [weakState = std::weak_ptr(appState)] {
+    const std::shared_ptr<AppState> state = weakState.lock();
+    return state ? state->settings().excludedBundleIds : std::set<std::string>();
+  };
+  return std::make_unique<ClipboardMonitor>(
+      *platform.pasteboard, appState, ThumbnailGenerator(*platform.imageCodec),
+      std::make_unique<FrontmostAppProvider>(*platform.workspace), std::move(excludedBundleIds),
+      *platform.imageCodec, *platform.runLoop);
+}
+
+}  // namespace
+
+DependencyContainer::DependencyContainer(const Platform& platform)
+    : storage_(std::make_shared<StorageManager>(platform.bundle->applicationSupportFolder() /
+                                                "Stowboard")),
+      appState_(loadState(*storage_)),
+      clipboardMonitor_(makeMonitor(platform, appState_)) {
+  bindPersistence();
+}
+
+void DependencyContainer::bindPersistence() {
+  const std::weak_ptr<StorageManager> weakStorage = storage_;
+  const auto save = [weakStorage](auto operation) {
+    return [weakStorage, operation](const auto& value) {
+      if (const auto storage = weakStorage.lock()) operation(*storage, value);
+    };
+  };
+  using Clips = AppState::Clips;
+
+  // A cleared history is first saved as empty, then removed: the order of the subscriptions.
+  appState_->clipsPublisher()
+      .dropFirst(1)
+      .sink(save([](StorageManager& storage, const Clips& clips) { storage.saveHistory(clips); }))
+      .storeIn(cancellables_);
+  appState_->settingsPublisher()
+      .dropFirst(1)
+      .sink(save([](StorageManager& storage, const AppSettings& settings) {
+        storage.saveSettings(settings);
+      }))
+      .storeIn(cancellables_);
+  appState_->clipsPublisher()
+      .dropFirst(1)
+      .filter([](const Clips& clips) { return clips.empty(); })
+      .sink(save([](StorageManager& storage, const Clips&) { storage.clearHistory(); }))
+      .storeIn(cancellables_);
+}
+
+}  // namespace stowboard

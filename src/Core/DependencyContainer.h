@@ -1,0 +1,37 @@
+#pragma once
+
+#include <memory>
+
+#include "Base/Published.h"
+#include "Core/AppState.h"
+#include "Platform/Platform.h"
+#include "Services/ClipboardMonitor.h"
+#include "Services/StorageManager.h"
+
+namespace stowboard {
+
+/// Builds the object graph in one fixed order, owns one instance of every service and of the shared
+/// state, and ties the state to the disk: what is stored is loaded first, and every later change is
+/// handed to the storage manager. Main thread.
+class DependencyContainer {
+ public:
+  /// The platform must outlive the container.
+  explicit DependencyContainer(const Platform& platform);
+  DependencyContainer(const DependencyContainer&) = delete;
+  DependencyContainer& operator=(const DependencyContainer&) = delete;
+
+  const std::shared_ptr<AppState>& appState() const { return appState_; }
+  StorageManager& storage() const { return *storage_; }
+  ClipboardMonitor& clipboardMonitor() const { return *clipboardMonitor_; }
+
+ private:
+  void bindPersistence();
+
+  // In the order of construction.
+  const std::shared_ptr<StorageManager> storage_;
+  const std::shared_ptr<AppState> appState_;
+  const std::unique_ptr<ClipboardMonitor> clipboardMonitor_;
+  Cancellables cancellables_;
+};
+
+}  // namespace stowboard

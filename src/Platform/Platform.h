@@ -1,0 +1,23 @@
+#pragma once
+
+#include <memory>
+
+#include "Platform/Bundle.h"
+#include "Platform/Image.h"
+#include "Platform/Pasteboard.h"
+#include "Platform/RunLoop.h"
+#include "Platform/Workspace.h"
+
+namespace stowboard {
+
+/// One adapter for every port. None is ever null: where a system lacks something, an inert adapter
+/// stands in. The run loop is the last to go, since the others post to it.
+struct Platform {
+  std::unique_ptr<Bundle> bundle;
+  std::unique_ptr<RunLoop> runLoop;
+  std::unique_ptr<ImageCodec> imageCodec;
+  std::unique_ptr<Workspace> workspace;
+  std::unique_ptr<Pasteboard> pasteboard;
+};
+
+}  // namespace stowboard
