@@ -1,0 +1,184 @@
+"""Stowboard as it is seen from outside: its process, its log lines, its files."""
+
+import base64
+import json
+import os
+import pathlib
+import pty
+import signal
+import struct
+import threading
+import time
+
+from desktop import wait_until
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+
+
+def jpeg_size(data):
+    """(width, height) of a JPEG image; raises ValueError when it is none."""
+    if data[:2] != b"\xff\xd8":
+        raise ValueError("not a JPEG image")
+    at = 2
+    while at + 9 <= len(data):
+        marker, length = data[at + 1], struct.unpack(">H", data[at + 2:at + 4])[0]
+        if 0xC0 <= marker <= 0xC2:
+            height, width = struct.unpack(">HH", data[at + 5:at + 9])
+            return width, height
+        at += 2 + length
+    raise ValueError("a JPEG image without a frame")
+
+
+class Stowboard:
+    """One run after another of the program, on one desktop, with one data folder.
+
+    It gets a terminal by default, because information lines go to a terminal only.
+    """
+
+    def __init__(self, desktop, program):
+        self.desktop = desktop
+        self.program = pathlib.Path(program)
+        self.folder = pathlib.Path(desktop.environment["XDG_DATA_HOME"]) / "Stowboard"
+        self.history_file = self.folder / "history.json"
+        self.settings_file = self.folder / "settings.json"
+        self.process = None
+        self.lines = []
+        self.echo = None
+
+    # The process
+
+    def start(self, terminal=True, wait=True, **environment):
+        """Starts it, and waits until it has announced itself when it has a terminal."""
+        self.lines = []
+        if terminal:
+            ours, theirs = pty.openpty()
+            streams = {"stdout": theirs, "stderr": theirs}
+        else:
+            ours, theirs = os.pipe()
+            streams = {"stderr": theirs}
+        self.process = self.desktop.start([self.program], environment, **streams)
+        os.close(theirs)
+        self._reader = threading.Thread(target=self._read, args=(ours,), daemon=True)
+        self._reader.start()
+        if terminal and wait:
+            self.wait_for_log("Stowboard launched", seconds=30)
+        return self
+
+    def _read(self, descriptor):
+        with os.fdopen(descriptor, "rb", buffering=0) as stream:
+            rest = b""
+            while True:
+                try:
+                    chunk = stream.read(65536)
+                except OSError:  # a terminal whose other side is closed answers EIO
+                    chunk = b""
+                *whole, rest = (rest + (chunk or b"\n")).split(b"\n")
+                for line in whole:
+                    text = line.rstrip(b"\r").decode(errors="replace")
+                    if text:
+                        self.lines.append(text)
+                        if self.echo:
+                            self.echo(text)
+                if not chunk:
+                    return
+
+    def stop(self, number=signal.SIGTERM, seconds=20.0):
+        """Sends a signal and returns the exit status, negative for a death by signal."""
+        if self.process is None:
+            return None
+        if self.process.poll() is None:
+            self.process.send_signal(number)
+        status = self.process.wait(seconds)
+        self._reader.join(5)
+        return status
+
+    def wait_for_end(self, seconds=20.0):
+        status = self.process.wait(seconds)
+        self._reader.join(5)
+        return status
+
+    def wait_for_log(self, text, count=1, seconds=10.0):
+        """Waits until `count` lines hold the text."""
+        def seen():
+            if self.logged(text) >= count:
+                return True
+            if self.process.poll() is not None:
+                self._reader.join(5)
+                if self.logged(text) < count:
+                    raise AssertionError(f"ended with status {self.process.returncode} before it "
+                                         f"logged {text!r}; its lines: {self.lines}")
+            return self.logged(text) >= count
+        wait_until(seen, f"{count} log lines with {text!r}; lines: {self.lines[-20:]}", seconds)
+
+    def logged(self, text):
+        return sum(text in line for line in list(self.lines))
+
+    # Its files
+
+    def set(self, **settings):
+        """Writes the settings file, as a user with an editor would; before start()."""
+        self.folder.mkdir(parents=True, exist_ok=True)
+        self.settings_file.write_text(json.dumps(settings))
+
+    def history(self):
+        """The clips on disk, newest first; an unfinished file would raise."""
+        try:
+            return json.loads(self.history_file.read_bytes())
+        except FileNotFoundError:
+            return []
+
+    def texts(self):
+        return [clip.get("textContent") for clip in self.history()]
+
+    def wait_for_clip(self, what, matches, seconds=10.0):
+        """Waits until the newest clip on disk satisfies `matches` and returns it."""
+        def newest():
+            clips = self.history()
+            return clips[0] if clips and matches(clips[0]) else None
+        try:
+            return wait_until(newest, what, seconds)
+        except AssertionError as error:
+            newest_clip = json.dumps(self.history()[:1])[:400]
+            raise AssertionError(f"{error}; newest clip: {newest_clip}; "
+                                 f"lines: {self.lines[-10:]}") from None
+
+    def wait_for_text(self, text, seconds=10.0):
+        return self.wait_for_clip(f"a clip {text[:60]!r}",
+                                  lambda clip: clip.get("textContent") == text, seconds)
+
+    # Its figures
+
+    def main_thread_switches(self):
+        """Voluntary context switches of the main thread: how often it went to sleep."""
+        return int(self._status("task/%d/status" % self.process.pid)["voluntary_ctxt_switches"])
+
+    def processor_ticks(self):
+        """User and system time of all its threads, in clock ticks."""
+        fields = self._proc("stat").rpartition(")")[2].split()
+        return int(fields[11]) + int(fields[12])
+
+    def peak_memory(self):
+        """Peak resident memory in bytes."""
+        return int(self._status("status")["VmHWM"].split()[0]) * 1024
+
+    def settle(self, seconds=10.0):
+        """Waits until nothing runs in it: no processor time in two looks, a tick apart."""
+        seen = [None]
+        def quiet():
+            now = (self.main_thread_switches(), self.processor_ticks())
+            before, seen[0] = seen[0], now
+            if now != before:
+                time.sleep(0.3)
+            return now == before
+        wait_until(quiet, "the program is at rest", seconds)
+
+    def _status(self, name):
+        return dict(line.split(":", 1) for line in self._proc(name).splitlines() if ":" in line)
+
+    def _proc(self, name):
+        return pathlib.Path("/proc", str(self.process.pid), name).read_text()
+
+
+def bytes_of(clip, key):
+    """The bytes under a key of a stored clip, "imageData" or "rtfData"."""
+    return base64.b64decode(clip[key], validate=True)
