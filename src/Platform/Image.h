@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -15,6 +17,14 @@ struct ImageSize {
   double height = 0;
   friend bool operator==(const ImageSize&, const ImageSize&) = default;
 };
+
+/// `source` scaled down, never up, to fit into a square of `maxDimension`, in whole numbers rounded
+/// down. In double precision, so that the longer side can come out one short: 562 × (300 / 562) is
+/// just below 300.
+inline ImageSize aspectFitSize(const ImageSize& source, double maxDimension) {
+  const double scale = std::min(maxDimension / std::max(source.width, source.height), 1.0);
+  return {std::floor(source.width * scale), std::floor(source.height * scale)};
+}
 
 /// 8-bit red, green, blue and (straight, not premultiplied) alpha, interleaved, rows from the top
 /// without padding.
