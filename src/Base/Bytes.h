@@ -16,7 +16,9 @@ class Bytes {
   explicit Bytes(std::string content)
       : storage_(std::make_shared<const std::string>(std::move(content))) {}
 
-  std::string_view view() const { return storage_ ? std::string_view(*storage_) : std::string_view(); }
+  std::string_view view() const {
+    return storage_ ? std::string_view(*storage_) : std::string_view();
+  }
   std::size_t size() const { return storage_ ? storage_->size() : 0; }
   bool empty() const { return size() == 0; }
 

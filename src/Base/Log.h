@@ -25,7 +25,8 @@ class Logger {
   }
   template <typename... Arguments>
   void info(fmt::format_string<Arguments...> format, Arguments&&... arguments) const {
-    if (infoIsWanted()) write(Level::info, fmt::format(format, std::forward<Arguments>(arguments)...));
+    if (infoIsWanted())
+      write(Level::info, fmt::format(format, std::forward<Arguments>(arguments)...));
   }
 
   const char* category() const { return category_; }

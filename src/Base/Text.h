@@ -33,9 +33,13 @@ class Text {
   /// further into the text than it must.
   std::string_view prefix(std::size_t count) const;
 
-  /// Whether the query occurs in the text; see SearchQuery for the rules. The first search of a text
-  /// that is not plain (see the source) derives and keeps its folded form.
+  /// Whether the query occurs in the text; see SearchQuery for the rules. An empty query does. The
+  /// first search of a text that is not plain (CodePointTrait) derives and keeps its folded form.
   bool contains(const SearchQuery& query) const;
+
+  /// Does now what the first search with a query of this locale would otherwise do; for threads
+  /// that have the time. A text of ASCII, ideographs and the like has nothing to prepare.
+  void prepareForSearch(std::string_view locale = {}) const;
 
   friend bool operator==(const Text& left, const Text& right);
 

@@ -1,0 +1,174 @@
+#include "Base/LogWriter.h"
+
+#include <fmt/format.h>
+#include <sys/uio.h>
+#include <syslog.h>
+#include <systemd/sd-journal.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <ctime>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "Base/SignalFreeThread.h"
+#include "Base/Text.h"
+
+namespace stowboard {
+
+namespace {
+
+/// The running writer, if any; never destroyed, because its thread may be held by a stopped
+/// terminal when the process ends.
+std::atomic<LogWriter*> running = nullptr;
+
+LogWriter::Target chooseTarget() {
+  if (LogWriter::goesToTerminal()) return LogWriter::Target::terminal;
+  if (access("/run/systemd/journal/socket", F_OK) == 0) return LogWriter::Target::journal;
+  return LogWriter::Target::standardError;
+}
+
+LogWriter& writer() {
+  static LogWriter* const instance = [] {
+    auto* const made = new LogWriter(chooseTarget());
+    running = made;
+    return made;
+  }();
+  return *instance;
+}
+
+void writeToStandardError(std::string_view bytes) {
+  while (!bytes.empty()) {
+    const auto count = ::write(STDERR_FILENO, bytes.data(), bytes.size());
+    if (count < 0 && errno == EINTR) continue;
+    // A closed terminal: there is nowhere left to report that to.
+    if (count <= 0) return;
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+  }
+}
+
+bool writeToJournal(const Log::Line& line) {
+  std::array<std::string, 5> fields = {
+      "MESSAGE=" + line.message,
+      fmt::format("PRIORITY={}", line.isError ? LOG_ERR : LOG_INFO),
+      fmt::format("SUBSYSTEM={}", Log::subsystem),
+      "CATEGORY=" + line.category,
+      "SYSLOG_IDENTIFIER=stowboard",
+  };
+  std::array<iovec, 5> parts;
+  for (std::size_t index = 0; index < fields.size(); ++index) {
+    parts[index] = {fields[index].data(), fields[index].size()};
+  }
+  return sd_journal_sendv(parts.data(), static_cast<int>(parts.size())) == 0;
+}
+
+/// The escape of the control character at `rest`, with the bytes that it takes there; no bytes when
+/// it is none. The C1 controls are C2 80 to C2 9F in UTF-8.
+std::pair<std::string, std::size_t> escapeControl(std::string_view rest) {
+  const auto byte = static_cast<unsigned char>(rest[0]);
+  if (byte == '\n') return {"\\n", 1};
+  if (byte == '\r') return {"\\r", 1};
+  if (byte == '\t') return {"\\t", 1};
+  if (byte < 0x20 || byte == 0x7F) return {fmt::format("\\x{:02X}", byte), 1};
+  const auto next = rest.size() > 1 ? static_cast<unsigned char>(rest[1]) : 0;
+  if (byte == 0xC2 && next < 0xA0) return {fmt::format("\\u{:04X}", next), 2};
+  return {};
+}
+
+std::string escapeControls(const std::string& message) {
+  const Text valid(message);
+  std::string escaped;
+  escaped.reserve(valid.view().size());
+  for (auto rest = valid.view(); !rest.empty();) {
+    const auto [escape, length] = escapeControl(rest);
+    escaped.append(length == 0 ? rest.substr(0, 1) : std::string_view(escape));
+    rest.remove_prefix(length == 0 ? 1 : length);
+  }
+  return escaped;
+}
+
+}  // namespace
+
+bool LogWriter::goesToTerminal() {
+  static const bool isTerminal = isatty(STDERR_FILENO) == 1;
+  return isTerminal;
+}
+
+void LogWriter::submit(Log::Line line) { writer().add(std::move(line)); }
+
+void LogWriter::flush() {
+  if (auto* const current = running.load()) current->waitUntilWritten(std::chrono::seconds(2));
+}
+
+std::string LogWriter::format(const Log::Line& line, std::chrono::system_clock::time_point time) {
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
+  const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(time - seconds).count();
+  const std::time_t clock = std::chrono::system_clock::to_time_t(seconds);
+  std::tm local{};
+  localtime_r(&clock, &local);
+  return fmt::format("{:02}:{:02}:{:02}.{:03} {}{}: {}\n", local.tm_hour, local.tm_min,
+                     local.tm_sec, milliseconds, line.isError ? "error " : "", line.category,
+                     escapeControls(line.message));
+}
+
+void LogWriter::add(Log::Line line) {
+  {
+    const std::lock_guard lock(mutex_);
+    const bool full = waiting_.size() >= mostWaitingLines ||
+                      (!waiting_.empty() && waitingBytes_ + line.message.size() > mostWaitingBytes);
+    if (full) {
+      ++dropped_;
+      return;
+    }
+    enqueue(std::move(line));
+    start();
+  }
+  wake_.notify_one();
+}
+
+bool LogWriter::waitUntilWritten(std::chrono::milliseconds bound) {
+  std::unique_lock lock(mutex_);
+  const auto target = addedCount_;
+  return written_.wait_for(lock, bound, [&] { return writtenCount_ >= target; });
+}
+
+void LogWriter::enqueue(Log::Line line) {
+  waitingBytes_ += line.message.size();
+  ++addedCount_;
+  waiting_.push_back({std::move(line), std::chrono::system_clock::now()});
+}
+
+void LogWriter::start() {
+  if (std::exchange(started_, true)) return;
+  startSignalFreeThread("log", [this] { run(); }).detach();
+}
+
+void LogWriter::run() {
+  std::unique_lock lock(mutex_);
+  for (;;) {
+    wake_.wait(lock, [this] { return !waiting_.empty(); });
+    const Entry entry = std::move(waiting_.front());
+    waiting_.pop_front();
+    waitingBytes_ -= entry.line.message.size();
+    lock.unlock();
+    write(entry);
+    lock.lock();
+    ++writtenCount_;
+    if (dropped_ > 0 && waiting_.empty()) {
+      const auto count = std::exchange(dropped_, 0);
+      enqueue({true, "app", fmt::format("{} log lines were dropped", count)});
+    }
+    written_.notify_all();
+  }
+}
+
+void LogWriter::write(const Entry& entry) const {
+  if (target_ != Target::terminal && !entry.line.isError) return;
+  if (target_ == Target::journal && writeToJournal(entry.line)) return;
+  writeToStandardError(format(entry.line, entry.time));
+}
+
+}  // namespace stowboard
