@@ -47,8 +47,9 @@ class Stowboard:
 
     # The process
 
-    def start(self, terminal=True, wait=True, **environment):
-        """Starts it, and waits until it has announced itself when it has a terminal."""
+    def start(self, terminal=True, wait=True, through=(), **environment):
+        """Starts it, by way of a command like env where one is given, and waits until it has
+        announced itself when it has a terminal."""
         self.lines = []
         if terminal:
             ours, theirs = pty.openpty()
@@ -56,7 +57,7 @@ class Stowboard:
         else:
             ours, theirs = os.pipe()
             streams = {"stderr": theirs}
-        self.process = self.desktop.start([self.program], environment, **streams)
+        self.process = self.desktop.start([*through, self.program], environment, **streams)
         os.close(theirs)
         self._reader = threading.Thread(target=self._read, args=(ours,), daemon=True)
         self._reader.start()
