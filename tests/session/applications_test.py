@@ -1,0 +1,77 @@
+#!/usr/bin/python3
+"""Copies made in real applications are recorded as what they are."""
+
+import pathlib
+import sys
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools" / "session"))
+from applications import Browser, copy_in_word_processor, copy_text  # noqa: E402
+from case import SessionCase, main  # noqa: E402
+from stowboard import bytes_of, jpeg_size  # noqa: E402
+
+GTK = """
+import sys, gi
+gi.require_version("Gtk", "3.0")
+from gi.repository import Gtk
+window, view = Gtk.Window(title="GTK editor"), Gtk.TextView()
+view.get_buffer().set_text(sys.argv[1])
+window.add(view)
+window.show_all()
+Gtk.main()
+"""
+QT = """
+import sys
+from PyQt6.QtWidgets import QApplication, QPlainTextEdit
+application = QApplication([])
+editor = QPlainTextEdit(sys.argv[1])
+editor.setWindowTitle("Qt editor")
+editor.show()
+application.exec()
+"""
+TEXT = "Grüße, 你好, 👩‍👩‍👧 — drei\nZeilen\n\tmit Tab"
+
+
+class Applications(SessionCase):
+    def test_xclip_records_a_text_that_stays_after_its_end(self):
+        self.stowboard.start()
+        copy_text(self.desktop, TEXT)
+        clip = self.stowboard.wait_for_text(TEXT)
+        self.assertEqual(sorted(clip), ["id", "textContent", "timestamp", "type"])
+        self.assertEqual(clip["type"], "text")
+        self.assertRegex(clip["id"], r"^[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}$")
+
+    def test_gtk_and_qt_editors_record_a_text_each(self):
+        self.stowboard.start()
+        for kind, script in (("GTK", GTK), ("Qt", QT)):
+            with self.subTest(toolkit=kind):
+                text = f"{kind}: {TEXT}"
+                self.open("/usr/bin/python3", "-c", script, text, title=f"{kind} editor")
+                self.desktop.keys("ctrl+a", "ctrl+c")
+                self.assertEqual(self.stowboard.wait_for_text(text)["type"], "text")
+
+    def test_a_browser_records_text_and_picture(self):
+        self.stowboard.start()
+        browser = Browser(self.desktop)
+        self.addCleanup(self.desktop.stop_program, browser.program)
+        browser.copy_text()
+        clip = self.stowboard.wait_for_clip(
+            "the page's text", lambda clip: Browser.TEXT in (clip.get("textContent") or ""))
+        self.assertEqual(clip["type"], "text")
+        browser.copy_picture()
+        clip = self.stowboard.wait_for_clip("an image", lambda clip: clip["type"] == "image")
+        self.assertEqual(sorted(clip), ["id", "imageData", "timestamp", "type"])
+        self.assertEqual(jpeg_size(bytes_of(clip, "imageData")), (300, 225))
+
+    def test_a_word_processor_records_rich_text_with_its_plain_form(self):
+        # It offers pictures of the selection too, and refuses them when they are asked for.
+        self.stowboard.start()
+        program = copy_in_word_processor(self.desktop, r"{\rtf1\ansi A {\b bold} word.\par}")
+        self.addCleanup(self.desktop.stop_program, program)
+        clip = self.stowboard.wait_for_clip("rich text", lambda clip: clip["type"] == "rtf")
+        self.assertIn("A bold word.", clip["textContent"])
+        self.assertTrue(bytes_of(clip, "rtfData").startswith(rb"{\rtf1"))
+        self.assertIn(b"bold", bytes_of(clip, "rtfData"))
+
+
+if __name__ == "__main__":
+    main()
