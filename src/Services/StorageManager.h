@@ -1,18 +1,25 @@
 #pragma once
 
+#include <atomic>
 #include <filesystem>
 
 #include "Base/SerialQueue.h"
 #include "Services/StorageStoring.h"
+#include "Utils/FileError.h"
 
 namespace stowboard {
 
-/// Keeps the history and the settings as two JSON files, each replaced whole and atomically, on a
-/// serial queue of its own. Errors are logged and absorbed.
+/// Keeps the history and the settings as two JSON files, "history.json" and "settings.json", each
+/// replaced whole and atomically, on a serial queue of its own. Errors are logged and absorbed.
+///
+/// Where one of the files is a symbolic link, the link stays and the file that it names is read,
+/// replaced or removed. A history that could not be read is kept beside it as
+/// "history.json.damaged" (one generation) by the first save or removal after that; where it cannot
+/// be kept, it is neither replaced nor removed.
 class StorageManager : public StorageStoring {
  public:
   /// `directory` is the storage folder itself; it is created where it is missing, and made private
-  /// to the user.
+  /// to the user, as are the two files. Leftovers of writes that a crash cut short are removed.
   explicit StorageManager(const std::filesystem::path& directory);
 
   std::vector<ClipItem> loadHistory() override;
@@ -23,8 +30,13 @@ class StorageManager : public StorageStoring {
   void flushPendingWrites() override;
 
  private:
+  static void prepareFile(const std::filesystem::path& url);
+  FileError setUnreadHistoryAside();
+
   const std::filesystem::path historyUrl_;
   const std::filesystem::path settingsUrl_;
+  /// Whether the history file holds something that the user has not seen in the history.
+  std::atomic<bool> historyIsUnread_ = false;
   SerialQueue queue_{"com.stowboard.storage"};
 };
 

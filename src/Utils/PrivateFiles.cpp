@@ -1,0 +1,105 @@
+#include "Utils/PrivateFiles.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+
+namespace stowboard {
+
+namespace fs = std::filesystem;
+
+fs::path resolveLinks(const fs::path& path) {
+  constexpr int mostLinks = 40;  // as many as Linux itself follows
+  fs::path resolved = path;
+  for (int count = 0; count < mostLinks; ++count) {
+    std::error_code error;
+    const fs::path next = fs::read_symlink(resolved, error);
+    if (error) return resolved;
+    resolved = resolved.parent_path() / next;
+  }
+  return path;
+}
+
+FileError createPrivateFolder(const fs::path& folder) {
+  std::error_code error;
+  if (fs::is_directory(folder, error)) return {};
+  const fs::path parent = folder.parent_path();
+  if (parent != folder && !parent.empty()) {
+    if (FileError above = createPrivateFolder(parent); !above.empty()) return above;
+  }
+  if (::mkdir(folder.c_str(), privateFolderMode) != 0) {
+    const FileError failure = lastFileError("creating", folder);
+    // Somebody else may have been quicker.
+    return fs::is_directory(folder, error) ? FileError{} : failure;
+  }
+  if (::chmod(folder.c_str(), privateFolderMode) != 0) {
+    return lastFileError("making private", folder);
+  }
+  return syncFolder(parent);
+}
+
+FileError makePrivate(const fs::path& path, mode_t mode) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) {
+    return errno == ENOENT ? FileError{} : lastFileError("looking at", path);
+  }
+  if ((status.st_mode & 07777 & ~mode) == 0) return {};
+  return ::chmod(path.c_str(), mode) == 0 ? FileError{} : lastFileError("making private", path);
+}
+
+FileError keepAside(const fs::path& path, const fs::path& aside) {
+  fs::path second = aside;
+  second += ".new";
+  ::unlink(second.c_str());
+  if (::link(path.c_str(), second.c_str()) == 0) {
+    const bool moved = ::rename(second.c_str(), aside.c_str()) == 0;
+    FileError error = moved ? syncFolder(aside.parent_path()) : lastFileError("replacing", aside);
+    // Renaming between two names of one file leaves both.
+    ::unlink(second.c_str());
+    return error;
+  }
+  // Not every file system has second names.
+  if (errno == ENOENT || ::rename(path.c_str(), aside.c_str()) == 0) return {};
+  return lastFileError("setting aside", path);
+}
+
+FileError removeFile(const fs::path& path) {
+  if (::unlink(path.c_str()) == 0) return syncFolder(path.parent_path());
+  return errno == ENOENT ? FileError{} : lastFileError("removing", path);
+}
+
+FileError syncFolder(const fs::path& folder) {
+  const char* path = folder.empty() ? "." : folder.c_str();
+  const int descriptor = ::open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0) return lastFileError("opening", folder);
+  // EINVAL: a file system that has no such operation.
+  const bool synced = ::fsync(descriptor) == 0 || errno == EINVAL;
+  FileError error = synced ? FileError{} : lastFileError("syncing", folder);
+  ::close(descriptor);
+  return error;
+}
+
+FileReader::FileReader(const fs::path& path) : chunk_(new char[chunkSize]) {
+  // Not to be held up by a pipe that stands in the file's place.
+  descriptor_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  failed_ = descriptor_ < 0;
+  missing_ = failed_ && errno == ENOENT;
+}
+
+FileReader::~FileReader() {
+  if (descriptor_ >= 0) ::close(descriptor_);
+}
+
+std::string_view FileReader::next() {
+  while (!failed_) {
+    const ssize_t count = ::read(descriptor_, chunk_.get(), chunkSize);
+    if (count >= 0) return {chunk_.get(), static_cast<std::size_t>(count)};
+    failed_ = errno != EINTR;
+  }
+  return {};
+}
+
+}  // namespace stowboard

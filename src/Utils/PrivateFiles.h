@@ -1,0 +1,64 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "Utils/FileError.h"
+
+namespace stowboard {
+
+constexpr mode_t privateFileMode = 0600;
+constexpr mode_t privateFolderMode = 0700;
+
+/// What `path` names in the end, once symbolic links in its last component have been followed,
+/// whether that exists or not. `path` itself when the links run in a circle.
+std::filesystem::path resolveLinks(const std::filesystem::path& path);
+
+/// Creates the folder and those above it that are missing, each with mode 0700 whatever the umask.
+/// An existing folder is no error.
+FileError createPrivateFolder(const std::filesystem::path& folder);
+
+/// Takes away what group and others may do with `path` (0600 or 0700 is then left of a file's or
+/// folder's mode), if that is anything. A missing file is no error.
+FileError makePrivate(const std::filesystem::path& path, mode_t mode);
+
+/// Keeps the file at `path` under the name `aside`, in place of any file there. `path` may be gone
+/// afterwards or not; the content has one of the two names at every moment. A missing file is no
+/// error.
+FileError keepAside(const std::filesystem::path& path, const std::filesystem::path& aside);
+
+/// Removes a file; a missing one is no error.
+FileError removeFile(const std::filesystem::path& path);
+
+/// Returns when the folder's entries (created, renamed, removed) have reached the disk.
+FileError syncFolder(const std::filesystem::path& folder);
+
+/// Reads a file from its start, in chunks.
+class FileReader {
+ public:
+  explicit FileReader(const std::filesystem::path& path);
+  ~FileReader();
+  FileReader(const FileReader&) = delete;
+  FileReader& operator=(const FileReader&) = delete;
+
+  /// The next bytes, valid until the next call; empty at the end and after a failure.
+  std::string_view next();
+
+  bool isMissing() const { return missing_; }
+  /// True when the file, although it may exist, could not be read to its end.
+  bool hasFailed() const { return failed_; }
+
+ private:
+  static constexpr std::size_t chunkSize = std::size_t{256} * 1024;
+
+  int descriptor_ = -1;
+  bool missing_ = false;
+  bool failed_ = false;
+  std::unique_ptr<char[]> chunk_;
+};
+
+}  // namespace stowboard
