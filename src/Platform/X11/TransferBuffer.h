@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace stowboard {
+
+/// Checks UTF-8 as it comes in, in pieces that may end within a character.
+class Utf8Checker {
+ public:
+  void feed(std::string_view piece);
+  /// True when all that was fed so far is well-formed and ends with a whole character.
+  bool isValid() const { return !isBroken_ && carry_.empty(); }
+
+ private:
+  bool isBroken_ = false;
+  // What may be the first bytes of a character.
+  std::string carry_;
+};
+
+/// Collects content that arrives in pieces of unknown number, up to a bound. Large content is kept
+/// in mapped blocks that go back to the system while they are joined, so that the peak is the
+/// content and one block, not twice the content.
+class TransferBuffer {
+ public:
+  explicit TransferBuffer(std::size_t limit) : limit_(limit) {}
+
+  /// False, and nothing is taken, when the content would exceed the bound.
+  bool append(std::string_view piece);
+  std::size_t size() const { return size_; }
+  bool isUtf8() const { return utf8_.isValid(); }
+  /// Hands the whole content over and leaves the buffer empty.
+  std::string take();
+
+ private:
+  struct Unmap {
+    void operator()(char* block) const;
+  };
+  static constexpr std::size_t blockSize = std::size_t{4} << 20;
+  static constexpr std::size_t headSize = std::size_t{1} << 20;
+
+  bool addBlock();
+
+  std::size_t limit_;
+  std::size_t size_ = 0;
+  std::string head_;
+  std::vector<std::unique_ptr<char, Unmap>> blocks_;
+  std::size_t lastBlockUsed_ = blockSize;
+  Utf8Checker utf8_;
+};
+
+}  // namespace stowboard
