@@ -29,7 +29,7 @@ void endWithTheSession() {
 
 int runApplication(QApplication& application, const Platform& platform) {
   AppDelegate delegate(platform);
-  const TerminationSignals signals([] { QCoreApplication::quit(); });
+  const TerminationSignals terminationSignals([] { QCoreApplication::quit(); });
   QObject::connect(&application, &QGuiApplication::commitDataRequest, &application,
                    [&delegate] { delegate.applicationWillTerminate(); });
   runningDelegate = &delegate;

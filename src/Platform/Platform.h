@@ -15,6 +15,8 @@ namespace stowboard {
 struct Platform {
   std::unique_ptr<Bundle> bundle;
   std::unique_ptr<RunLoop> runLoop;
+  /// What adapters share among themselves.
+  std::shared_ptr<void> sharedByAdapters;
   std::unique_ptr<ImageCodec> imageCodec;
   std::unique_ptr<Workspace> workspace;
   std::unique_ptr<Pasteboard> pasteboard;

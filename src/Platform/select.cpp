@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Base/Log.h"
+#include "Platform/Desktop/InstalledApplications.h"
 #include "Platform/Inert.h"
 #include "Platform/Qt/QtImageCodec.h"
 #include "Platform/Qt/QtRunLoop.h"
@@ -37,8 +38,9 @@ std::string refusal(const Bundle& bundle, bool isWaylandSession) {
                      bundle.environment("DISPLAY").value_or(""));
 }
 
-std::unique_ptr<Workspace> selectWorkspace() {
-  if (auto workspace = X11Workspace::create()) return workspace;
+std::unique_ptr<Workspace> selectWorkspace(RunLoop& runLoop,
+                                           const InstalledApplications& applications) {
+  if (auto workspace = X11Workspace::create(runLoop, applications)) return workspace;
   Log::app.error("No frontmost application can be told: the X11 workspace is not to be had");
   return std::make_unique<InertWorkspace>();
 }
@@ -78,7 +80,9 @@ Platform selectPlatform(const DisplaySelection& display, std::unique_ptr<Bundle>
   platform.bundle = std::move(bundle);
   platform.runLoop = std::make_unique<QtRunLoop>();
   platform.imageCodec = std::make_unique<QtImageCodec>();
-  platform.workspace = selectWorkspace();
+  const auto applications = std::make_shared<InstalledApplications>();
+  platform.sharedByAdapters = applications;
+  platform.workspace = selectWorkspace(*platform.runLoop, *applications);
   platform.pasteboard =
       selectPasteboard(*platform.runLoop, *platform.imageCodec, thumbnailDimension);
   return platform;
