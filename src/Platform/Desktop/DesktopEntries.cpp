@@ -8,6 +8,8 @@
 #include <system_error>
 #include <utility>
 
+#include "Platform/Desktop/FolderTree.h"
+
 namespace stowboard {
 
 namespace {
@@ -121,22 +123,13 @@ std::string contentOf(const fs::path& file) {
 
 // Sorted, so that nothing hangs on the order in which a disk lists its files.
 std::vector<fs::path> desktopFilesBelow(const fs::path& folder) {
-  // Deeper than any menu, and the end of links that lead in a circle.
-  constexpr int deepest = 8;
   std::vector<fs::path> files;
-  std::error_code problem;
-  fs::recursive_directory_iterator each(folder,
-                                        fs::directory_options::follow_directory_symlink |
-                                            fs::directory_options::skip_permission_denied,
-                                        problem);
-  for (const fs::recursive_directory_iterator end; !problem && each != end;
-       each.increment(problem)) {
-    if (each.depth() >= deepest) each.disable_recursion_pending();
+  visitBelow(folder, [&files](const fs::directory_entry& entry) {
     std::error_code unreadable;
-    if (each->path().extension() == suffix && each->is_regular_file(unreadable)) {
-      files.push_back(each->path());
+    if (entry.path().extension() == suffix && entry.is_regular_file(unreadable)) {
+      files.push_back(entry.path());
     }
-  }
+  });
   std::sort(files.begin(), files.end());
   return files;
 }

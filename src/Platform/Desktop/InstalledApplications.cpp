@@ -5,7 +5,7 @@
 #include <sys/inotify.h>
 #include <unistd.h>
 
-#include <cstring>
+#include <cerrno>
 #include <map>
 #include <set>
 #include <string>
@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "Base/SignalFreeThread.h"
+#include "Platform/Desktop/FolderTree.h"
 
 namespace stowboard {
 
@@ -65,14 +66,10 @@ class InstalledApplications::ChangeWatch {
     std::error_code problem;
     if (!fs::is_directory(applications, problem)) return watchAbove(applications);
     watchFolder(applications);
-    const auto options = fs::directory_options::follow_directory_symlink |
-                         fs::directory_options::skip_permission_denied;
-    fs::recursive_directory_iterator each(applications, options, problem);
-    for (const fs::recursive_directory_iterator end; !problem && each != end;
-         each.increment(problem)) {
+    visitBelow(applications, [this](const fs::directory_entry& entry) {
       std::error_code unreadable;
-      if (each->is_directory(unreadable)) watchFolder(each->path());
-    }
+      if (entry.is_directory(unreadable)) watchFolder(entry.path());
+    });
   }
 
   void watchFolder(const fs::path& folder) {

@@ -33,9 +33,9 @@ void runGuarded(const RunLoop::Task& task) {
 
 // Rounded up: never before its time.
 int wholeMilliseconds(RunLoop::Duration duration) {
-  const auto rounded = std::chrono::ceil<milliseconds>(duration).count();
-  constexpr auto longest = static_cast<decltype(rounded)>(std::numeric_limits<int>::max());
-  return static_cast<int>(std::clamp(rounded, decltype(rounded){0}, longest));
+  constexpr std::int64_t longest = std::numeric_limits<int>::max();
+  const std::int64_t rounded = std::chrono::ceil<milliseconds>(duration).count();
+  return static_cast<int>(std::clamp<std::int64_t>(rounded, 0, longest));
 }
 
 class RepeatingTimer final : public RunLoop::Timer, private QObject {
