@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -42,11 +44,14 @@ class AtomicFile {
  private:
   bool fail(std::string_view action, const std::filesystem::path& path);
   bool isOpen() const { return descriptor_ >= 0; }
+  void startWriteback();
   void close();
 
   const std::filesystem::path target_;
   std::filesystem::path temporary_;
   int descriptor_ = -1;
+  off_t written_ = 0;
+  off_t writebackFrom_ = 0;
   FileError error_;
 };
 

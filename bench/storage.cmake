@@ -1,0 +1,1 @@
+add_bench(storage_bench LINK stowboard_services)
