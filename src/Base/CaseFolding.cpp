@@ -154,7 +154,12 @@ icu::UnicodeString foldSegment(const icu::UnicodeString& segment, CaseLocale loc
   const auto* nfd = icu::Normalizer2::getNFDInstance(status);
   const auto* nfc = icu::Normalizer2::getNFCInstance(status);
   auto folded = nfd->normalize(segment, status);
-  if (locale == CaseLocale::turkic) pairDottedCapitals(folded);
+  if (locale == CaseLocale::turkic) {
+    pairDottedCapitals(folded);
+    // Whole letters, because the capital of î is Î there as well, not the ı and the circumflex that
+    // folding the bare I of its decomposition would give.
+    folded = nfc->normalize(folded, status);
+  }
   if (locale == CaseLocale::lithuanian) dropRetainedDots(folded);
   folded.foldCase(locale == CaseLocale::turkic ? U_FOLD_CASE_EXCLUDE_SPECIAL_I
                                                : U_FOLD_CASE_DEFAULT);

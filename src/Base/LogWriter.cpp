@@ -33,16 +33,16 @@ LogWriter::Target chooseTarget() {
 
 LogWriter& writer() {
   static LogWriter* const instance = [] {
-    auto* const made = new LogWriter(chooseTarget());
+    auto* const made = new LogWriter(chooseTarget(), STDERR_FILENO);
     running = made;
     return made;
   }();
   return *instance;
 }
 
-void writeToStandardError(std::string_view bytes) {
+void writeAll(int descriptor, std::string_view bytes) {
   while (!bytes.empty()) {
-    const auto count = ::write(STDERR_FILENO, bytes.data(), bytes.size());
+    const auto count = ::write(descriptor, bytes.data(), bytes.size());
     if (count < 0 && errno == EINTR) continue;
     // A closed terminal: there is nowhere left to report that to.
     if (count <= 0) return;
@@ -168,7 +168,7 @@ void LogWriter::run() {
 void LogWriter::write(const Entry& entry) const {
   if (target_ != Target::terminal && !entry.line.isError) return;
   if (target_ == Target::journal && writeToJournal(entry.line)) return;
-  writeToStandardError(format(entry.line, entry.time));
+  writeAll(descriptor_, format(entry.line, entry.time));
 }
 
 }  // namespace stowboard

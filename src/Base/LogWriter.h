@@ -23,7 +23,9 @@ class LogWriter {
 
   enum class Target { terminal, journal, standardError };
 
-  explicit LogWriter(Target target) : target_(target) {}
+  /// Writes to the descriptor what does not go to the journal. A writer that has been given a line
+  /// must never be destroyed: its thread may be held by a stopped terminal when the process ends.
+  LogWriter(Target target, int descriptor) : target_(target), descriptor_(descriptor) {}
 
   /// Whether standard error was a terminal when this was first asked.
   static bool goesToTerminal();
@@ -38,7 +40,9 @@ class LogWriter {
   /// break out of its line nor command the terminal.
   static std::string format(const Log::Line& line, std::chrono::system_clock::time_point time);
 
+  /// Any thread; never waits.
   void add(Log::Line line);
+  /// False when the time was up before everything added so far had been written.
   bool waitUntilWritten(std::chrono::milliseconds bound);
 
  private:
@@ -53,6 +57,7 @@ class LogWriter {
   void enqueue(Log::Line line);
 
   const Target target_;
+  const int descriptor_;
   std::mutex mutex_;
   std::condition_variable wake_;
   std::condition_variable written_;

@@ -1,9 +1,9 @@
 #include "Base/SubstringPattern.h"
 
-#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 namespace stowboard {
@@ -51,16 +51,20 @@ SubstringPattern::SubstringPattern(std::string lowerCase, std::string_view exact
     const bool hasCapital = isLetter(byte) && exact.find(byte) == exact.npos;
     caseBits_.push_back(hasCapital ? 0x20 : 0);
   }
-  const auto rarestExcept = [&](std::size_t excluded) {
-    std::size_t best = excluded == 0 && bytes_.size() > 1 ? 1 : 0;
-    for (std::size_t place = best; place < bytes_.size(); ++place) {
-      const bool isRarer = frequency(bytes_[place]) < frequency(bytes_[best]);
-      if (place != excluded && isRarer) best = place;
-    }
-    return best;
-  };
-  rarest_ = rarestExcept(none);
-  secondRarest_ = rarestExcept(rarest_);
+  chooseBytesToLookFor();
+}
+
+void SubstringPattern::chooseBytesToLookFor() {
+  const auto frequencyAt = [this](std::size_t place) { return frequency(bytes_[place]); };
+  for (std::size_t place = 1; place < bytes_.size(); ++place) {
+    if (frequencyAt(place) < frequencyAt(rarest_)) rarest_ = place;
+  }
+  secondRarest_ = rarest_ == 0 && bytes_.size() > 1 ? 1 : 0;
+  for (std::size_t place = secondRarest_; place < bytes_.size(); ++place) {
+    // Among equals the last: two bytes of one letter often come together, those of two do not.
+    const bool isAsRare = frequencyAt(place) <= frequencyAt(secondRarest_);
+    if (place != rarest_ && isAsRare) secondRarest_ = place;
+  }
 }
 
 bool SubstringPattern::occursAt(const char* place) const {

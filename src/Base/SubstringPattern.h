@@ -24,6 +24,7 @@ class SubstringPattern {
   std::size_t findIn(std::string_view text, std::size_t from = 0) const;
 
  private:
+  void chooseBytesToLookFor();
   bool occursAt(const char* place) const;
   std::size_t findInBlock(const char* block) const;
   std::size_t firstOccurrence(const char* block, const void* candidates) const;

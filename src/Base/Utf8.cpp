@@ -33,19 +33,114 @@ const Byte* skipAscii(const Byte* place, const Byte* end) {
 
 constexpr bool isTail(Byte byte) { return (byte & 0xC0) == 0x80; }
 
-/// U+4000 to U+9FFF, the ideographs and the hexagrams among them: lead bytes E4 to E9, of which
-/// every sequence is well-formed and every code point is plain.
-bool isIdeograph(const Byte* place) {
-  return (static_cast<Byte>(place[0] - 0xE4) < 6) & isTail(place[1]) & isTail(place[2]);
+/// The compiler's vector type: SSE2 on x86-64, NEON on ARM, plain words elsewhere. Comparing gives
+/// 0xFF where it holds, else 0.
+using Vector = Byte __attribute__((vector_size(16)));
+constexpr std::ptrdiff_t blockSize = sizeof(Vector);
+
+Vector load(const Byte* place) {
+  Vector vector;
+  std::memcpy(&vector, place, sizeof vector);
+  return vector;
 }
 
-const Byte* skipIdeographs(const Byte* place, const Byte* end) {
-  while (end - place >= 12 && (isIdeograph(place) & isIdeograph(place + 3) &
-                               isIdeograph(place + 6) & isIdeograph(place + 9))) {
-    place += 12;
+Vector isIn(Vector bytes, Byte low, Byte high) {
+  return reinterpret_cast<Vector>(bytes - low <= static_cast<Byte>(high - low));
+}
+
+Vector is(Vector bytes, Byte byte) { return reinterpret_cast<Vector>(bytes == byte); }
+
+bool isAnySet(Vector vector) {
+  std::uint64_t halves[2];
+  std::memcpy(halves, &vector, sizeof halves);
+  return (halves[0] | halves[1]) != 0;
+}
+
+/// The bytes of a block, with those one and two places before each.
+struct Neighbours {
+  Vector current;
+  Vector previous;
+  Vector beforePrevious;
+};
+
+/// Bytes at which the block is malformed, or may be: the lead bytes that allow only some second
+/// bytes, and those of four-byte sequences, are left to the closer look.
+Vector suspicious(const Neighbours& bytes) {
+  const auto isLeadOfTwoOrMore = isIn(bytes.previous, 0xC2, 0xEF);
+  const auto isLeadOfThree = isIn(bytes.beforePrevious, 0xE1, 0xEF);
+  const auto mustBeTail = isLeadOfTwoOrMore | isLeadOfThree;
+  const auto isOddLead = isIn(bytes.current, 0xC0, 0xC1) | is(bytes.current, 0xE0) |
+                         is(bytes.current, 0xED) | isIn(bytes.current, 0xF0, 0xFF);
+  return (isIn(bytes.current, 0x80, 0xBF) ^ mustBeTail) | isOddLead;
+}
+
+/// Bytes at which the trait of a code point may be above `known`. Tells the common letters of
+/// Latin, Cyrillic, Chinese, Japanese and Korean text apart; the others get the closer look. A test
+/// holds these ranges against ICU's properties.
+template <CodePointTrait known>
+Vector unclassified(const Neighbours& bytes) {
+  if constexpr (known == CodePointTrait::complex) return Vector{};
+  const auto [third, second, first] = bytes;
+  const auto isKnownLead = isIn(third, 0xE2, 0xE9) | isIn(third, 0xEB, 0xEC) | is(third, 0xEF) |
+                           isIn(third, 0xC2, 0xC3) | isIn(third, 0xD0, 0xD1);
+  auto unknown = isIn(third, 0xC0, 0xFF) & ~isKnownLead;
+  // U+2002 to U+203F and U+FF00 to U+FF3F, small letters among them.
+  unknown |= is(second, 0xE2) & ~is(third, 0x80);
+  unknown |= is(first, 0xE2) & isIn(third, 0x80, 0x81);
+  unknown |= is(second, 0xEF) & ~is(third, 0xBC);
+  // Tone marks and the combining voicing marks among kana and their punctuation.
+  unknown |= is(first, 0xE3) & is(second, 0x80) & isIn(third, 0xAA, 0xAF);
+  unknown |= is(first, 0xE3) & is(second, 0x82) & isIn(third, 0x99, 0x9A);
+  if constexpr (known == CodePointTrait::plain) {
+    unknown |= is(first, 0xEF) & isIn(third, 0xA1, 0xBA);
+    unknown |= is(second, 0xC2) & is(third, 0xB5);
+    unknown |= is(second, 0xC3) & isIn(third, 0x80, 0x9F);
+    unknown |= is(second, 0xD0) & isIn(third, 0x80, 0xAF);
+    unknown |= is(second, 0xD1) & isIn(third, 0xA0, 0xBF);
+  } else {
+    unknown |= is(second, 0xC3) & is(third, 0x9F);
   }
-  while (end - place >= 3 && isIdeograph(place)) place += 3;
+  return unknown;
+}
+
+/// Nothing comes before the first block: a code point starts there.
+Neighbours firstNeighbours(const Byte* block) {
+  Byte padded[2 + blockSize] = {};
+  std::memcpy(padded + 2, block, blockSize);
+  return {load(padded + 2), load(padded + 1), load(padded)};
+}
+
+/// The start of the code point, if any, that is cut by `place`.
+const Byte* uncut(const Byte* place, const Byte* start) {
+  if (place - start >= 1 && place[-1] >= 0xC0) return place - 1;
+  if (place - start >= 2 && place[-2] >= 0xE0) return place - 2;
   return place;
+}
+
+/// Passes over whole blocks that are well-formed and, at a glance, of no higher trait than known.
+/// Ends at the start of a code point.
+template <CodePointTrait known>
+const Byte* skipFamiliar(const Byte* const start, const Byte* end) {
+  const auto* place = start;
+  while (end - place >= blockSize) {
+    const auto bytes = place == start ? firstNeighbours(place)
+                                      : Neighbours{load(place), load(place - 1), load(place - 2)};
+    if (isAnySet(suspicious(bytes) | unclassified<known>(bytes))) break;
+    place += blockSize;
+  }
+  return uncut(place, start);
+}
+
+const Byte* skipFamiliar(CodePointTrait known, const Byte* place, const Byte* end) {
+  switch (known) {
+    case CodePointTrait::plain:
+      return skipFamiliar<CodePointTrait::plain>(place, end);
+    case CodePointTrait::cased:
+      return skipFamiliar<CodePointTrait::cased>(place, end);
+    case CodePointTrait::complex:
+      break;
+  }
+  return skipFamiliar<CodePointTrait::complex>(place, end);
 }
 
 struct TailBounds {
@@ -63,6 +158,7 @@ TailBounds secondByteBounds(Byte lead) {
 }
 
 std::size_t sequenceLength(Byte lead) {
+  if (lead < 0x80) return 1;
   if (lead >= 0xC2 && lead <= 0xDF) return 2;
   if (lead >= 0xE0 && lead <= 0xEF) return 3;
   if (lead >= 0xF0 && lead <= 0xF4) return 4;
@@ -101,13 +197,11 @@ Utf8Scan scanUtf8(std::string_view bytes) {
   Utf8Scan scan;
   const auto* place = start;
   while (place < end) {
-    if (*place < 0x80) {
-      place = skipAscii(place, end);
-    } else if (const auto* const next = skipIdeographs(place, end); next != place) {
-      place = next;
-    } else {
+    place = skipFamiliar(scan.trait, skipAscii(place, end), end);
+    const auto* const closeEnd = place + std::min<std::ptrdiff_t>(2 * blockSize, end - place);
+    while (place < closeEnd) {
       const auto sequence = sequenceAt(place, end);
-      if (!sequence.isWellFormed) break;
+      if (!sequence.isWellFormed) return {static_cast<std::size_t>(place - start), scan.trait};
       if (scan.trait != CodePointTrait::complex) {
         const auto decoded = decodeUtf8(asChars(place, end), 0);
         scan.trait = std::max(scan.trait, traitOf(decoded.codePoint));
@@ -115,7 +209,7 @@ Utf8Scan scanUtf8(std::string_view bytes) {
       place += sequence.length;
     }
   }
-  scan.validLength = static_cast<std::size_t>(place - start);
+  scan.validLength = bytes.size();
   return scan;
 }
 

@@ -1,0 +1,1 @@
+add_bench(text_bench LINK stowboard_base)

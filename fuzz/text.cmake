@@ -1,0 +1,1 @@
+add_fuzz_target(text_fuzz LINK stowboard_base)

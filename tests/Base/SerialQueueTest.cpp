@@ -1,0 +1,67 @@
+#include "Base/SerialQueue.h"
+
+#include <gmock/gmock.h>
+#include <pthread.h>
+#include <signal.h>
+
+#include <atomic>
+#include <future>
+#include <numeric>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace stowboard {
+namespace {
+
+TEST(SerialQueue, RunsTasksOfSeveralThreadsOneAtATimeInSubmissionOrder) {
+  std::vector<int> seen[2];
+  {
+    SerialQueue queue("test");
+    const auto submit = [&](int thread) {
+      for (int index = 0; index < 1000; ++index) {
+        queue.async([&, thread, index] { seen[thread].push_back(index); });
+      }
+    };
+    std::thread other(submit, 1);
+    submit(0);
+    other.join();
+  }
+  // Destruction has run them all.
+  std::vector<int> expected(1000);
+  std::iota(expected.begin(), expected.end(), 0);
+  EXPECT_EQ(seen[0], expected);
+  EXPECT_EQ(seen[1], expected);
+}
+
+TEST(SerialQueue, SyncReturnsWhenEverythingBeforeItHasRun) {
+  SerialQueue queue("test");
+  std::promise<void> release;
+  std::atomic<int> finished = 0;
+  queue.async([&, wait = release.get_future().share()] {
+    wait.wait();
+    ++finished;
+  });
+  std::thread releasing([&] { release.set_value(); });
+  queue.sync([&] { EXPECT_EQ(finished++, 1); });
+  EXPECT_EQ(finished, 2);
+  releasing.join();
+}
+
+TEST(SerialQueue, ItsThreadIsNamedAndTakesNoSignals) {
+  SerialQueue queue("com.example.storage");
+  queue.sync([] {
+    char name[16] = {};
+    pthread_getname_np(pthread_self(), name, sizeof name);
+    EXPECT_STREQ(name, "com.example.sto");
+    sigset_t blocked;
+    pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+    EXPECT_TRUE(sigismember(&blocked, SIGTERM));
+  });
+  sigset_t blocked;
+  pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+  EXPECT_FALSE(sigismember(&blocked, SIGTERM)) << "the caller's mask stays as it was";
+}
+
+}  // namespace
+}  // namespace stowboard
