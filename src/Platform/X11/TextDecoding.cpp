@@ -98,7 +98,8 @@ class CompoundTextDecoder {
     }
     const icu::UnicodeString text(run.data(), static_cast<int32_t>(run.size()), set.converter);
     text.toUTF8String(utf8_);
-    return !text.isEmpty() && text.indexOf(char16_t{0xFFFD}) < 0;
+    // What the converters put for bytes without a meaning.
+    return text.indexOf(char16_t{0xFFFD}) < 0 && text.indexOf(char16_t{0x1A}) < 0;
   }
 
   std::string_view rest_;

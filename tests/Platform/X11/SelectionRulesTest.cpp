@@ -1,0 +1,95 @@
+#include <gmock/gmock.h>
+
+#include "Platform/X11/TargetPolicy.h"
+#include "Platform/X11/TextDecoding.h"
+#include "Platform/X11/TransferBuffer.h"
+#include "contract/PasteboardContract.h"
+#include "fakes/FakePasteboard.h"
+
+namespace stowboard {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TEST(TargetPolicy, TrustsTargetsInTheirOrderWhateverTheirSpelling) {
+  const auto plan = planForTargets({"TARGETS", "COMPOUND_TEXT", "STRING", "Text/Plain", "text/html",
+                                    "text/plain; charset=UTF-8", "UTF8_STRING", "text/richtext",
+                                    "text/rtf", "image/bmp", "image/png", "image/tiff"});
+  EXPECT_THAT(plan.texts, ElementsAre("UTF8_STRING", "text/plain; charset=UTF-8", "Text/Plain",
+                                      "STRING", "COMPOUND_TEXT"));
+  EXPECT_THAT(plan.richTexts, ElementsAre("text/rtf", "text/richtext"));
+  EXPECT_THAT(plan.images, ElementsAre("image/tiff", "image/png"));
+}
+
+TEST(TargetPolicy, OtherImageFormatsCountOnlyWithoutTiffAndPng) {
+  const auto plan = planForTargets({"image/gif", "image/svg+xml", "image/jpeg", "UTF8_STRING"});
+  EXPECT_THAT(plan.images, ElementsAre("image/jpeg", "image/gif"));
+  EXPECT_THAT(plan.types, ElementsAre("image/png", "text/plain", "image/gif", "image/svg+xml",
+                                      "image/jpeg", "UTF8_STRING"));
+  EXPECT_THAT(planForTargets({"x-kde-passwordManagerHint", "TARGETS"}).images, IsEmpty());
+}
+
+TEST(CompoundText, DecodesTheCommonSets) {
+  const struct {
+    std::string compound;
+    std::optional<std::string> utf8;
+  } rows[] = {
+      {"plain\ttext\n", "plain\ttext\n"},
+      {"caf\xe9 \x1b-B\xb1\x1b-A\xb1", "café ą±"},
+      {"\x1b-F\xe1 \x1b-L\xd0\xd1\x1b(B!", "α аб!"},
+      {"\x1b$(B\x24\x22\x1b(B ok \x1b$)A\xb0\xa1", "あ ok 啊"},
+      {"\x1b%G→ \xc3\xa9\x1b%@ \xe9", "→ é é"},
+      {"\x1b%/1\x80\x89iso8859-14\x02z", std::nullopt},
+      {"\x1b%G\xe9\x1b%@", std::nullopt},
+      {"\x1b%Gnever ends", std::nullopt},
+      {"\x1b$(B\x24", std::nullopt},
+      {"\x1b", std::nullopt},
+  };
+  for (const auto& row : rows)
+    EXPECT_EQ(compoundTextToUtf8(row.compound), row.utf8) << row.compound;
+}
+
+TEST(TransferBuffer, JoinsPiecesOfAnySizeAndKeepsItsBound) {
+  // Odd sizes, so that pieces straddle the borders of the blocks inside.
+  std::string whole;
+  TransferBuffer buffer(std::size_t{12} << 20);
+  for (std::size_t size = 777'777; whole.size() + size <= std::size_t{12} << 20;) {
+    const std::string piece(size, static_cast<char>('a' + whole.size() % 26));
+    ASSERT_TRUE(buffer.append(piece));
+    whole += piece;
+  }
+  EXPECT_FALSE(buffer.append(std::string(777'777, 'x')));
+  EXPECT_EQ(buffer.size(), whole.size());
+  EXPECT_TRUE(buffer.take() == whole);
+}
+
+TEST(Utf8Checker, JudgesTheSameHoweverTheBytesAreCut) {
+  const struct {
+    std::string bytes;
+    bool isValid;
+  } rows[] = {{"a→é😀 end", true},      {"\xf0\x9f\x98", false}, {"ok \xe9t\xe9", false},
+              {"\xed\xa0\x80", false}, {"\xc3\xa9\xc3", false}, {"\xff", false}};
+  for (const auto& [bytes, isValid] : rows) {
+    for (std::size_t size = 1; size <= bytes.size(); ++size) {
+      Utf8Checker checker;
+      for (std::size_t at = 0; at < bytes.size(); at += size) {
+        checker.feed(std::string_view(bytes).substr(at, size));
+      }
+      EXPECT_EQ(checker.isValid(), isValid) << bytes << " in pieces of " << size;
+    }
+  }
+}
+
+struct FakeDriver {
+  FakePasteboard fake;
+
+  Pasteboard& pasteboard() { return fake; }
+  void copy(FakePasteboard::Content content) { fake.copy(std::move(content)); }
+  void endOwner() {}
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, PasteboardContract, FakeDriver);
+
+}  // namespace
+}  // namespace stowboard
