@@ -10,10 +10,9 @@ import sys
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools" / "session"))
 from applications import copy_text  # noqa: E402
-from case import SessionCase, main, wait_until  # noqa: E402
+from case import PROGRAM, SessionCase, main, time, wait_until  # noqa: E402
 from desktop import PrivateDesktop  # noqa: E402
 from stowboard import Stowboard  # noqa: E402
-from case import PROGRAM  # noqa: E402
 
 # Root may write anywhere; without this capability it is held to the permissions as a user is.
 AS_USER = ["setpriv", "--bounding-set=-dac_override"] if os.geteuid() == 0 else []
@@ -57,7 +56,7 @@ class Files(SessionCase):
             stowboard = Stowboard(desktop, PROGRAM).start()
             copy_text(desktop, "the last copy of the session")
             stowboard.wait_for_text("the last copy of the session")
-            desktop._server.terminate()
+            desktop.stop_display()
             self.assertIn(stowboard.wait_for_end(), (0, 1))
             self.assertEqual(stowboard.texts(), ["the last copy of the session"])
 
@@ -70,8 +69,8 @@ class Files(SessionCase):
         self.assertEqual(self.stowboard.history_file.read_bytes(), damaged)
         copy_text(self.desktop, "after the damage")
         aside = self.stowboard.folder / "history.json.damaged"
-        wait_until(aside.exists, "the damaged file is set aside")
-        self.stowboard.wait_for_text("after the damage")
+        wait_until(lambda: aside.exists() and self.stowboard.history_file.read_bytes() != damaged,
+                   "the damaged file is set aside and replaced")
         self.assertEqual(aside.read_bytes(), damaged)
         self.assertEqual(self.stowboard.texts(), ["after the damage"])
 
@@ -107,22 +106,24 @@ class Files(SessionCase):
                          {"history.json", "settings.json"})
 
     def test_killed_at_any_moment_it_leaves_a_whole_list(self):
-        self.stowboard.set(maxRecords=20)
+        self.stowboard.set(maxRecords=100)
         self.stowboard.start()
         self.copy("z" * 3_000_000)  # so that every save takes a while
         self.stowboard.stop()
         chance = random.Random(1)
-        newest = 0
-        for round in range(12):
+        kept = []
+        for number in range(1, 61, 5):
             self.stowboard.start()
-            first = newest + 1
-            for newest in range(first, first + chance.randrange(1, 5)):
-                copy_text(self.desktop, str(newest))
-            wait_until(lambda: self.stowboard.texts()[0] != str(first - 1), "a save is under way")
+            self.copy(str(number))
+            for text in range(number + 1, number + 5):
+                copy_text(self.desktop, str(text))
+            time.sleep(chance.uniform(0.0, 0.1))  # a save takes about that long
             self.stowboard.stop(signal.SIGKILL)
             numbers = [int(text) for text in self.stowboard.texts() if text.isdigit()]
             self.assertEqual(numbers, sorted(numbers, reverse=True))
-            self.assertIn(first, numbers)
+            self.assertEqual([n for n in numbers if n < number], kept)
+            self.assertIn(number, numbers)
+            kept = numbers
         self.stowboard.start()
         self.copy("after all that")
         self.assertEqual({path.name for path in self.stowboard.folder.iterdir()},

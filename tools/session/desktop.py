@@ -109,6 +109,7 @@ class PrivateDesktop:
         self.window_manager = window_manager
         self.display = display
         self.environment = {}
+        self._programs = []
 
     def __enter__(self):
         try:
@@ -120,6 +121,11 @@ class PrivateDesktop:
 
     def __exit__(self, *_):
         self.close()
+
+    def stop_display(self):
+        """Ends the X server, as at the end of a user's session."""
+        self._server.terminate()
+        self._server.wait(20)
 
     # Opening and closing
 
@@ -175,10 +181,12 @@ class PrivateDesktop:
                 break
             except NotReached:
                 continue
+        for program in self._programs:
+            program.poll()
         if server:
             # The server removes its lock and socket only when it is asked to end.
-            server.terminate()
             try:
+                server.terminate()
                 server.wait(5)
             except subprocess.TimeoutExpired:
                 server.kill()
@@ -199,12 +207,12 @@ class PrivateDesktop:
 
     def _start_display(self):
         read_end, write_end = os.pipe()
-        log = open(self.directory / "xserver.log", "wb")
-        self._server = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", self.size, "-noreset",
-             "-nolisten", "tcp"],
-            pass_fds=[write_end], stdin=subprocess.DEVNULL, stdout=log, stderr=log,
-            start_new_session=True, preexec_fn=_end_with_parent)
+        with open(self.directory / "xserver.log", "wb") as log:
+            self._server = subprocess.Popen(
+                ["Xvfb", "-displayfd", str(write_end), "-screen", "0", self.size, "-noreset",
+                 "-nolisten", "tcp"],
+                pass_fds=[write_end], stdin=subprocess.DEVNULL, stdout=log, stderr=log,
+                start_new_session=True, preexec_fn=_end_with_parent)
         os.close(write_end)
         number = self._read_line(read_end, "the X server's display number")
         self.environment["DISPLAY"] = f":{number}"
@@ -244,9 +252,11 @@ class PrivateDesktop:
         """Starts a program in its own session; returns its Popen. Silent unless told otherwise."""
         for name in ("stdin", "stdout", "stderr"):
             options.setdefault(name, subprocess.DEVNULL)
-        return subprocess.Popen([str(part) for part in command],
-                                env={**self.environment, **(environment or {})},
-                                start_new_session=True, preexec_fn=_end_with_parent, **options)
+        program = subprocess.Popen([str(part) for part in command],
+                                   env={**self.environment, **(environment or {})},
+                                   start_new_session=True, preexec_fn=_end_with_parent, **options)
+        self._programs.append(program)
+        return program
 
     def output(self, *command, input=None, seconds=20):
         """Runs a program to its end and returns what it wrote; empty when it failed."""
