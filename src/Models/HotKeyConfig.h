@@ -1,6 +1,11 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
 
 namespace stowboard {
 
@@ -23,10 +28,69 @@ struct HotKeyConfig {
   /// ⇧⌘V.
   static const HotKeyConfig defaultConfig;
 
+  /// Compact form, for instance ⇧⌘V.
+  std::string displayString() const;
+  /// Spelled-out form, for instance ⌘ Command + ⇧ Shift + V.
+  std::string fullDisplayString() const;
+
+  /// The name of a key; absent for the keys that have none.
+  static std::optional<std::string_view> symbolName(std::uint32_t keyCode);
+  /// The key of a digit, 0 to 9, in the main row of the keyboard.
+  static std::optional<std::uint32_t> keyCodeForDigit(int digit);
+
   friend bool operator==(const HotKeyConfig&, const HotKeyConfig&) = default;
 };
 
 inline constexpr HotKeyConfig HotKeyConfig::defaultConfig{
     9, ModifierMask::command | ModifierMask::shift};
+
+/// One modifier key, or none, as a picker offers it.
+enum class ModifierKeyOption { command, option, shift, control, none };
+
+inline constexpr std::array allModifierKeyOptions{
+    ModifierKeyOption::command, ModifierKeyOption::option, ModifierKeyOption::shift,
+    ModifierKeyOption::control, ModifierKeyOption::none};
+
+/// The label in pickers, for instance "⌘ Command".
+std::string_view id(ModifierKeyOption option);
+std::uint32_t carbonMask(ModifierKeyOption option);
+
+/// A key that can be chosen as the main key of a shortcut.
+struct KeyOption {
+  std::uint32_t keyCode = 0;
+  std::string_view name;
+
+  /// All that a picker offers, in its order.
+  static std::span<const KeyOption> allOptions();
+
+  friend bool operator==(const KeyOption&, const KeyOption&) = default;
+};
+
+/// The modifier pairs offered for the direct-paste shortcuts.
+enum class DirectPasteModifierPair {
+  commandOption,
+  commandControl,
+  controlOption,
+  commandShift,
+  optionShift,
+  controlShift,
+};
+
+inline constexpr std::array allDirectPasteModifierPairs{
+    DirectPasteModifierPair::commandOption, DirectPasteModifierPair::commandControl,
+    DirectPasteModifierPair::controlOption, DirectPasteModifierPair::commandShift,
+    DirectPasteModifierPair::optionShift,   DirectPasteModifierPair::controlShift};
+
+/// The label in pickers, for instance "⌘ + ⌥ (Command + Option)".
+std::string_view id(DirectPasteModifierPair pair);
+std::uint32_t carbonMask(DirectPasteModifierPair pair);
+/// For instance "⌘⌥".
+std::string_view symbolString(DirectPasteModifierPair pair);
+/// For instance "⌘ Command + ⌥ Option".
+std::string_view modifierDisplayString(DirectPasteModifierPair pair);
+/// The modifiers with the digits, for instance "⌘ Command + ⌥ Option + 1~9".
+std::string fullDisplayString(DirectPasteModifierPair pair);
+/// The pair with exactly this mask; `commandOption` when there is none.
+DirectPasteModifierPair directPasteModifierPairFrom(std::uint32_t carbonMask);
 
 }  // namespace stowboard

@@ -96,7 +96,7 @@ TEST_F(DependencyContainerTest, ClearingTheHistoryRemovesItsFile) {
 TEST_F(DependencyContainerTest, AnApplicationExcludedLaterIsSkippedFromTheNextCopyOn) {
   const DependencyContainer container(platform_);
   container.clipboardMonitor().start();
-  workspace().activate({"org.example.Vault", 1, 1});
+  workspace().activate("org.example.Vault");
   pasteboard().copyText("a");
   AppSettings settings;
   settings.excludedBundleIds = {"org.example.Vault"};

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "Platform/LoginItems.h"
+#include "Services/LoginItemServicing.h"
+
+namespace stowboard {
+
+/// Turns launching at login on and off. The system, not the program, keeps the setting.
+class LoginItemService : public LoginItemServicing {
+ public:
+  /// `items` must outlive the service.
+  explicit LoginItemService(LoginItems& items) : items_(items) {}
+
+  bool isEnabled() const override { return items_.status() == LoginItems::Status::enabled; }
+  std::optional<LoginItemError> setEnabled(bool isEnabled) override;
+
+ private:
+  LoginItems& items_;
+};
+
+}  // namespace stowboard

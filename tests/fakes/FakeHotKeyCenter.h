@@ -1,0 +1,55 @@
+#pragma once
+
+#include <algorithm>
+#include <map>
+#include <utility>
+#include <vector>
+
+#include "Platform/HotKeyCenter.h"
+
+namespace stowboard {
+
+/// Hot keys that the test presses.
+class FakeHotKeyCenter : public HotKeyCenter {
+ public:
+  struct Held {
+    HotKeyConfig config;
+    HotKeyIdentity identity;
+  };
+
+  Status installStatus = noError;
+  Status registerStatus = noError;
+  /// Combinations that another program holds.
+  std::vector<HotKeyConfig> taken;
+  int installations = 0;
+  std::map<Reference, Held> held;
+
+  /// Presses the combination; nothing happens when nobody holds it.
+  void press(const HotKeyConfig& config) {
+    for (const auto& [reference, registration] : std::map(held)) {
+      if (registration.config == config) deliver(registration.identity);
+    }
+  }
+  void deliver(const HotKeyIdentity& identity) { handler_(identity); }
+
+  Status installEventHandler(Handler handler) override {
+    installations += 1;
+    if (installStatus == noError) handler_ = std::move(handler);
+    return installStatus;
+  }
+
+  Registration registerHotKey(const HotKeyConfig& config, const HotKeyIdentity& identity) override {
+    if (std::find(taken.begin(), taken.end(), config) != taken.end()) return {-9878, 0};
+    if (registerStatus != noError) return {registerStatus, 0};
+    held[++lastReference_] = {config, identity};
+    return {noError, lastReference_};
+  }
+
+  void unregisterHotKey(Reference reference) override { held.erase(reference); }
+
+ private:
+  Handler handler_;
+  Reference lastReference_ = 0;
+};
+
+}  // namespace stowboard
