@@ -1,10 +1,14 @@
 #include "Base/LogWriter.h"
 
 #include <fmt/format.h>
+#include <poll.h>
 #include <sys/uio.h>
 #include <syslog.h>
-#include <systemd/sd-journal.h>
 #include <unistd.h>
+
+// Where in the source a line was written is nobody's business but the build machine's.
+#define SD_JOURNAL_SUPPRESS_LOCATION
+#include <systemd/sd-journal.h>
 
 #include <array>
 #include <atomic>
@@ -43,10 +47,16 @@ LogWriter& writer() {
 void writeAll(int descriptor, std::string_view bytes) {
   while (!bytes.empty()) {
     const auto count = ::write(descriptor, bytes.data(), bytes.size());
-    if (count < 0 && errno == EINTR) continue;
-    // A closed terminal: there is nowhere left to report that to.
-    if (count <= 0) return;
-    bytes.remove_prefix(static_cast<std::size_t>(count));
+    if (count >= 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(count));
+    } else if (errno == EAGAIN) {
+      // Another program that shares the terminal has made it non-blocking.
+      pollfd writable{descriptor, POLLOUT, 0};
+      poll(&writable, 1, -1);
+    } else if (errno != EINTR) {
+      // A closed terminal: there is nowhere left to report that to.
+      return;
+    }
   }
 }
 
@@ -142,8 +152,13 @@ void LogWriter::enqueue(Log::Line line) {
 }
 
 void LogWriter::start() {
-  if (std::exchange(started_, true)) return;
-  startSignalFreeThread("log", [this] { run(); }).detach();
+  if (started_) return;
+  try {
+    startSignalFreeThread("log", [this] { run(); }).detach();
+    started_ = true;
+  } catch (const std::system_error&) {
+    // No thread to be had now: the next line tries again.
+  }
 }
 
 void LogWriter::run() {

@@ -109,7 +109,9 @@ class Channel : public std::enable_shared_from_this<Channel<Value>> {
   struct Delivering {
     explicit Delivering(Channel& channel) : channel_(channel) { ++channel_.depth_; }
     ~Delivering() {
-      if (--channel_.depth_ == 0) std::erase(channel_.receivers_, nullptr);
+      if (--channel_.depth_ > 0) return;
+      channel_.next_ = channel_.end_ = 0;
+      std::erase(channel_.receivers_, nullptr);
     }
     Channel& channel_;
   };
