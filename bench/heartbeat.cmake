@@ -1,0 +1,1 @@
+add_bench(heartbeat_bench LINK stowboard_app)
