@@ -36,13 +36,16 @@ std::optional<std::string> flatpakOf(const fs::path& process) {
   return std::nullopt;
 }
 
-// The last part of the path of the process's unified control group.
+// The last part of the path of the process's control group: of the unified hierarchy, but where
+// that is not in use yet, the one that names a Snap.
 std::string unitOf(const fs::path& process) {
   std::ifstream groups(process / "cgroup");
   std::string unit;
   for (std::string line; std::getline(groups, line);) {
     std::string last = line.substr(line.rfind('/') + 1);
-    if (line.starts_with("0::") || last.starts_with("snap.")) unit = std::move(last);
+    const bool namesSnap = last.starts_with("snap.");
+    if (namesSnap || line.starts_with("0::")) unit = std::move(last);
+    if (namesSnap) break;
   }
   removeSuffix(unit, ".scope") || removeSuffix(unit, ".service");
   return unit;

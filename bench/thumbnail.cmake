@@ -1,0 +1,1 @@
+add_bench(thumbnail_bench LINK stowboard_services stowboard_platform)
