@@ -24,3 +24,7 @@ if(STOWBOARD_SANITIZE)
     add_compile_options(-fno-sanitize-recover=undefined)
   endif()
 endif()
+
+if(STOWBOARD_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
