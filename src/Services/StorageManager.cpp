@@ -59,14 +59,14 @@ StorageManager::StorageManager(const fs::path& directory)
     Log::storage.error("Failed to create storage directory: {}", error.description);
     return;
   }
-  log("make private", directory, makePrivate(directory, privateFolderMode));
+  log("make private", directory, makePrivate(directory));
   prepareFile(historyUrl_);
   prepareFile(settingsUrl_);
 }
 
 void StorageManager::prepareFile(const fs::path& url) {
   AtomicFile::removeLeftovers(resolveLinks(url));
-  log("make private", url, makePrivate(url, privateFileMode));
+  log("make private", url, makePrivate(url));
 }
 
 std::vector<ClipItem> StorageManager::loadHistory() {

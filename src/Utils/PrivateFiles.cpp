@@ -41,11 +41,14 @@ FileError createPrivateFolder(const fs::path& folder) {
   return syncFolder(parent);
 }
 
-FileError makePrivate(const fs::path& path, mode_t mode) {
+FileError makePrivate(const fs::path& path) {
   struct stat status {};
   if (::stat(path.c_str(), &status) != 0) {
     return errno == ENOENT ? FileError{} : lastFileError("looking at", path);
   }
+  const bool isFolder = S_ISDIR(status.st_mode);
+  if (!isFolder && !S_ISREG(status.st_mode)) return {};
+  const mode_t mode = isFolder ? privateFolderMode : privateFileMode;
   if ((status.st_mode & 07777 & ~mode) == 0) return {};
   return ::chmod(path.c_str(), mode) == 0 ? FileError{} : lastFileError("making private", path);
 }

@@ -22,9 +22,9 @@ std::filesystem::path resolveLinks(const std::filesystem::path& path);
 /// An existing folder is no error.
 FileError createPrivateFolder(const std::filesystem::path& folder);
 
-/// Takes away what group and others may do with `path` (0600 or 0700 is then left of a file's or
-/// folder's mode), if that is anything. A missing file is no error.
-FileError makePrivate(const std::filesystem::path& path, mode_t mode);
+/// Where others, too, may do something with a file or folder: makes its mode 0600 or 0700. A
+/// missing file is no error, and neither is one that holds nothing of its own (a device, a pipe).
+FileError makePrivate(const std::filesystem::path& path);
 
 /// Keeps the file at `path` under the name `aside`, in place of any file there. `path` may be gone
 /// afterwards or not; the content has one of the two names at every moment. A missing file is no

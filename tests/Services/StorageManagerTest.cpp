@@ -312,11 +312,18 @@ TEST_F(StorageManagerTest, aProcessKilledAtAnyMomentLeavesOneWholeList) {
   EXPECT_THAT(log_.lines(), IsEmpty());
 }
 
-// Gives the calling process a file system of its own at `place`, which goes away with it. Where it
-// is not root's process it becomes that of a user namespace.
+// Gives the calling process a file system of its own at `place`, which goes away with it. One that
+// is not root's becomes that of a user namespace for it.
 void mountMemory(const fs::path& place, const char* options) {
-  const int own = ::getuid() == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS;
+  const uid_t user = ::getuid();
+  const gid_t group = ::getgid();
+  const int own = user == 0 ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS;
   ASSERT_EQ(::unshare(own), 0) << "needs a mount namespace";
+  if (user != 0) {
+    std::ofstream("/proc/self/setgroups") << "deny";
+    std::ofstream("/proc/self/uid_map") << "0 " << user << " 1";
+    std::ofstream("/proc/self/gid_map") << "0 " << group << " 1";
+  }
   ASSERT_EQ(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
   ASSERT_EQ(::mount("tmpfs", place.c_str(), "tmpfs", 0, options), 0);
 }
