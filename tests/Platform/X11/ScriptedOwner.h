@@ -102,7 +102,7 @@ class ScriptedOwner {
 
  private:
   struct Transfer {
-    std::string rest;
+    std::string_view rest;
     xcb_atom_t type;
     int chunks = 0;
   };
@@ -229,7 +229,7 @@ class ScriptedOwner {
         script_.fault == Fault::onlyEmptyChunks ? 0 : std::min(script_.chunkSize, rest.size());
     put(key.first, key.second, type, 8, rest.data(), size);
     if (script_.fault == Fault::neverEnds) return;
-    rest.erase(0, size);
+    rest.remove_prefix(size);
     if (size == 0 && script_.fault == Fault::none) transfers_.erase(found);
   }
 

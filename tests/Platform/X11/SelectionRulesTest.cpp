@@ -3,8 +3,6 @@
 #include "Platform/X11/TargetPolicy.h"
 #include "Platform/X11/TextDecoding.h"
 #include "Platform/X11/TransferBuffer.h"
-#include "contract/PasteboardContract.h"
-#include "fakes/FakePasteboard.h"
 
 namespace stowboard {
 namespace {
@@ -63,33 +61,6 @@ TEST(TransferBuffer, JoinsPiecesOfAnySizeAndKeepsItsBound) {
   EXPECT_EQ(buffer.size(), whole.size());
   EXPECT_TRUE(buffer.take() == whole);
 }
-
-TEST(Utf8Checker, JudgesTheSameHoweverTheBytesAreCut) {
-  const struct {
-    std::string bytes;
-    bool isValid;
-  } rows[] = {{"a→é😀 end", true},      {"\xf0\x9f\x98", false}, {"ok \xe9t\xe9", false},
-              {"\xed\xa0\x80", false}, {"\xc3\xa9\xc3", false}, {"\xff", false}};
-  for (const auto& [bytes, isValid] : rows) {
-    for (std::size_t size = 1; size <= bytes.size(); ++size) {
-      Utf8Checker checker;
-      for (std::size_t at = 0; at < bytes.size(); at += size) {
-        checker.feed(std::string_view(bytes).substr(at, size));
-      }
-      EXPECT_EQ(checker.isValid(), isValid) << bytes << " in pieces of " << size;
-    }
-  }
-}
-
-struct FakeDriver {
-  FakePasteboard fake;
-
-  Pasteboard& pasteboard() { return fake; }
-  void copy(FakePasteboard::Content content) { fake.copy(std::move(content)); }
-  void endOwner() {}
-};
-
-INSTANTIATE_TYPED_TEST_SUITE_P(Fake, PasteboardContract, FakeDriver);
 
 }  // namespace
 }  // namespace stowboard
