@@ -24,14 +24,14 @@ struct Observer {
   std::function<void(const Log::Line&)> receive;
 };
 
-Observer& observer() {
+Observer& currentObserver() {
   static Observer instance;
   return instance;
 }
 
 /// False when nobody observes.
 bool observe(const Log::Line& line) {
-  auto& current = observer();
+  auto& current = currentObserver();
   if (!current.present) return false;
   // Called under the lock, so that none is running once its observation has ended.
   const std::lock_guard lock(current.mutex);
@@ -42,7 +42,7 @@ bool observe(const Log::Line& line) {
 
 }  // namespace
 
-bool Logger::infoIsWanted() { return observer().present || LogWriter::goesToTerminal(); }
+bool Logger::infoIsWanted() { return currentObserver().present || LogWriter::goesToTerminal(); }
 
 void Logger::write(Level level, std::string message) const {
   Log::Line line{level == Level::error, category_, std::move(message)};
@@ -51,15 +51,15 @@ void Logger::write(Level level, std::string message) const {
 
 void Log::flush() { LogWriter::flush(); }
 
-Log::Observation::Observation(std::function<void(const Line&)> receive) {
-  auto& current = observer();
+Log::Observation::Observation(std::function<void(const Line&)> observer) {
+  auto& current = currentObserver();
   const std::lock_guard lock(current.mutex);
-  current.receive = std::move(receive);
+  current.receive = std::move(observer);
   current.present = true;
 }
 
 Log::Observation::~Observation() {
-  auto& current = observer();
+  auto& current = currentObserver();
   const std::lock_guard lock(current.mutex);
   current.present = false;
   current.receive = nullptr;

@@ -36,7 +36,7 @@ SearchQuery::SearchQuery(std::string_view utf8, std::string_view locale)
   auto folded = foldCase(trim(valid), locale_);
   // In Turkish a small i is not the I of plain text; its ı is, but in other bytes.
   const bool isTurkic = locale_ == CaseLocale::turkic;
-  plainTextIsExact_ = !isTurkic || folded.find("ı") == folded.npos;
+  plainTextIsExact_ = !isTurkic || folded.find("ı") == std::string::npos;
   pattern_ = SubstringPattern(std::move(folded), isTurkic ? "i" : "");
 }
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <pthread.h>
-#include <signal.h>
 
+#include <csignal>
 #include <string>
 #include <thread>
 #include <utility>

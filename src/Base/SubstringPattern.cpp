@@ -3,18 +3,14 @@
 #include <bit>
 #include <cstdint>
 #include <cstring>
-#include <iterator>
 #include <utility>
 
 namespace stowboard {
 
 namespace {
 
-constexpr std::size_t blockSize = 64;
-
 /// The compiler's vector type: SSE2 on x86-64, NEON on ARM, plain words elsewhere.
 using Vector = unsigned char __attribute__((vector_size(16)));
-constexpr std::size_t vectorsInBlock = blockSize / sizeof(Vector);
 
 Vector load(const char* place) {
   Vector vector;
@@ -23,6 +19,11 @@ Vector load(const char* place) {
 }
 
 Vector filledWith(char byte) { return Vector{} + static_cast<unsigned char>(byte); }
+
+/// 0xFF where the text has the byte, once the bits for its case are set, else 0.
+Vector equals(const char* text, char byte, char caseBits) {
+  return reinterpret_cast<Vector>((load(text) | filledWith(caseBits)) == filledWith(byte));
+}
 
 std::uint64_t littleEndian(std::uint64_t word) {
   return std::endian::native == std::endian::big ? __builtin_bswap64(word) : word;
@@ -48,7 +49,7 @@ SubstringPattern::SubstringPattern(std::string lowerCase, std::string_view exact
     : bytes_(std::move(lowerCase)) {
   caseBits_.reserve(bytes_.size());
   for (const char byte : bytes_) {
-    const bool hasCapital = isLetter(byte) && exact.find(byte) == exact.npos;
+    const bool hasCapital = isLetter(byte) && exact.find(byte) == std::string_view::npos;
     caseBits_.push_back(hasCapital ? 0x20 : 0);
   }
   chooseBytesToLookFor();
@@ -74,12 +75,9 @@ bool SubstringPattern::occursAt(const char* place) const {
   return true;
 }
 
-std::size_t SubstringPattern::firstOccurrence(const char* block, const void* candidates) const {
-  std::uint64_t words[blockSize / sizeof(std::uint64_t)];
-  std::memcpy(words, candidates, sizeof words);
-  for (std::size_t index = 0; index < std::size(words); ++index) {
-    // One bit set for each candidate byte.
-    for (auto word = littleEndian(words[index]); word != 0; word &= word - 1) {
+std::size_t SubstringPattern::firstOccurrence(const char* block, const Marks& marks) const {
+  for (std::size_t index = 0; index < marks.size(); ++index) {
+    for (auto word = littleEndian(marks[index]); word != 0; word &= word - 1) {
       const auto offset =
           index * sizeof word + static_cast<std::size_t>(std::countr_zero(word)) / 8;
       if (occursAt(block + offset)) return offset;
@@ -89,20 +87,18 @@ std::size_t SubstringPattern::firstOccurrence(const char* block, const void* can
 }
 
 std::size_t SubstringPattern::findInBlock(const char* block) const {
-  Vector candidates[vectorsInBlock];
-  Vector any{};
-  for (std::size_t index = 0; index < vectorsInBlock; ++index) {
-    const char* const place = block + index * sizeof(Vector);
-    const auto first =
-        (load(place + rarest_) | filledWith(caseBits_[rarest_])) == filledWith(bytes_[rarest_]);
-    const auto second = (load(place + secondRarest_) | filledWith(caseBits_[secondRarest_])) ==
-                        filledWith(bytes_[secondRarest_]);
-    candidates[index] = reinterpret_cast<Vector>(first & second) & filledWith(1);
-    any |= candidates[index];
+  Marks marks;
+  std::uint64_t any = 0;
+  for (std::size_t index = 0; index < marks.size(); index += 2) {
+    const char* const place = block + index * sizeof marks[0];
+    const auto candidates =
+        equals(place + rarest_, bytes_[rarest_], caseBits_[rarest_]) &
+        equals(place + secondRarest_, bytes_[secondRarest_], caseBits_[secondRarest_]);
+    const Vector oneBitEach = candidates & filledWith(1);
+    std::memcpy(&marks[index], &oneBitEach, sizeof oneBitEach);
+    any |= marks[index] | marks[index + 1];
   }
-  std::uint64_t halves[2];
-  std::memcpy(halves, &any, sizeof halves);
-  return (halves[0] | halves[1]) == 0 ? none : firstOccurrence(block, candidates);
+  return any == 0 ? none : firstOccurrence(block, marks);
 }
 
 std::size_t SubstringPattern::findIn(std::string_view text, std::size_t from) const {

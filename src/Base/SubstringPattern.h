@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -24,10 +26,14 @@ class SubstringPattern {
   std::size_t findIn(std::string_view text, std::size_t from = 0) const;
 
  private:
+  static constexpr std::size_t blockSize = 64;
+  /// For each place of a block a byte, one where the pattern may begin.
+  using Marks = std::array<std::uint64_t, blockSize / sizeof(std::uint64_t)>;
+
   void chooseBytesToLookFor();
   bool occursAt(const char* place) const;
   std::size_t findInBlock(const char* block) const;
-  std::size_t firstOccurrence(const char* block, const void* candidates) const;
+  std::size_t firstOccurrence(const char* block, const Marks& marks) const;
 
   std::string bytes_;
   /// For each byte the bits to set in the text before comparing: 0x20 makes ASCII letters small.

@@ -3,7 +3,7 @@
 #include <unicode/utf8.h>
 
 #include <algorithm>
-#include <bit>
+#include <array>
 #include <cstdint>
 #include <cstring>
 
@@ -16,8 +16,8 @@ using Byte = unsigned char;
 const Byte* skipAscii(const Byte* place, const Byte* end) {
   constexpr std::uint64_t highBits = 0x8080808080808080;
   while (end - place >= 32) {
-    std::uint64_t words[4];
-    std::memcpy(words, place, sizeof words);
+    std::array<std::uint64_t, 4> words;
+    std::memcpy(words.data(), place, sizeof words);
     if ((words[0] | words[1] | words[2] | words[3]) & highBits) break;
     place += 32;
   }
@@ -51,8 +51,8 @@ Vector isIn(Vector bytes, Byte low, Byte high) {
 Vector is(Vector bytes, Byte byte) { return reinterpret_cast<Vector>(bytes == byte); }
 
 bool isAnySet(Vector vector) {
-  std::uint64_t halves[2];
-  std::memcpy(halves, &vector, sizeof halves);
+  std::array<std::uint64_t, 2> halves;
+  std::memcpy(halves.data(), &vector, sizeof halves);
   return (halves[0] | halves[1]) != 0;
 }
 
@@ -105,9 +105,9 @@ Vector unclassified(const Neighbours& bytes) {
 
 /// Nothing comes before the first block: a code point starts there.
 Neighbours firstNeighbours(const Byte* block) {
-  Byte padded[2 + blockSize] = {};
-  std::memcpy(padded + 2, block, blockSize);
-  return {load(padded + 2), load(padded + 1), load(padded)};
+  std::array<Byte, 2 + blockSize> padded = {};
+  std::memcpy(padded.data() + 2, block, blockSize);
+  return {load(padded.data() + 2), load(padded.data() + 1), load(padded.data())};
 }
 
 /// The start of the code point, if any, that is cut by `place`.
@@ -230,10 +230,10 @@ std::string repairUtf8(std::string_view bytes) {
 }
 
 void appendUtf8(std::string& text, char32_t codePoint) {
-  Byte bytes[4];
+  std::array<Byte, 4> bytes;
   std::int32_t length = 0;
   U8_APPEND_UNSAFE(bytes, length, codePoint);
-  text.append(asChars(bytes, bytes + length));
+  text.append(asChars(bytes.data(), bytes.data() + length));
 }
 
 }  // namespace stowboard

@@ -53,7 +53,7 @@ std::optional<Uuid> Uuid::fromString(std::string_view text) {
 }
 
 std::string Uuid::toString() const {
-  constexpr char digits[] = "0123456789ABCDEF";
+  constexpr std::string_view digits = "0123456789ABCDEF";
   std::string text;
   text.reserve(36);
   for (const std::uint8_t byte : bytes_) {
