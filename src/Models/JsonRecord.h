@@ -60,8 +60,8 @@ class JsonRecord {
   }
 
   /// Adds a problem within the value of the current field; the first one counts.
-  void addProblem(std::string problem) {
-    if (problems_[current_].empty()) problems_[current_] = std::move(problem);
+  void addProblem(const std::string& problem) {
+    if (problems_[current_].empty()) problems_[current_] = problem;
   }
 
   /// The first problem in the order of the fields, as `"key" is missing`; empty when the record is

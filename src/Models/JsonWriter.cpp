@@ -71,10 +71,11 @@ char shortEscape(unsigned char character) {
 
 }  // namespace
 
-JsonWriter::JsonWriter(const JsonSink& sink) : sink_(sink), buffer_(new char[capacity]) {}
+JsonWriter::JsonWriter(const JsonSink& sink)
+    : sink_(sink), buffer_(std::make_unique_for_overwrite<std::array<char, capacity>>()) {}
 
 void JsonWriter::flush() {
-  if (used_ != 0 && !failed_) failed_ = !sink_({buffer_.get(), used_});
+  if (used_ != 0 && !failed_) failed_ = !sink_({buffer_->data(), used_});
   used_ = 0;
 }
 
@@ -111,8 +112,8 @@ std::string_view JsonWriter::copyUnescaped(std::string_view utf8) {
 
 void JsonWriter::escape(unsigned char character) {
   if (const char letter = shortEscape(character)) {
-    const char pair[] = {'\\', letter};
-    raw({pair, sizeof pair});
+    const std::array<char, 2> pair{'\\', letter};
+    raw({pair.data(), pair.size()});
   } else {
     raw(fmt::format("\\u{:04x}", character));
   }
@@ -136,17 +137,17 @@ void JsonWriter::base64(std::string_view bytes) {
   while (!bytes.empty() && !failed_) {
     const std::string_view piece = bytes.substr(0, pieceSize);
     makeRoom(base64Size(piece.size()));
-    used_ = encodeBase64(piece, end()) - buffer_.get();
+    used_ = encodeBase64(piece, end()) - buffer_->data();
     bytes.remove_prefix(piece.size());
   }
   raw("\"");
 }
 
 void JsonWriter::number(double value) {
-  char digits[32];
+  std::array<char, 32> digits{};
   const double finite = std::isfinite(value) ? value : 0;
-  const auto written = std::to_chars(digits, digits + sizeof digits, finite);
-  raw({digits, written.ptr});
+  const auto written = std::to_chars(digits.data(), digits.data() + digits.size(), finite);
+  raw({digits.data(), written.ptr});
 }
 
 bool JsonWriter::finish() {

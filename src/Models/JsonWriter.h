@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <memory>
 #include <string_view>
@@ -32,14 +33,14 @@ class JsonWriter {
   static constexpr std::size_t capacity = std::size_t{256} * 1024;
 
   std::size_t room() const { return capacity - used_; }
-  char* end() { return buffer_.get() + used_; }
+  char* end() { return buffer_->data() + used_; }
   void makeRoom(std::size_t size);
   void flush();
   std::string_view copyUnescaped(std::string_view utf8);
   void escape(unsigned char character);
 
   const JsonSink& sink_;
-  std::unique_ptr<char[]> buffer_;
+  std::unique_ptr<std::array<char, capacity>> buffer_;
   std::size_t used_ = 0;
   bool failed_ = false;
 };

@@ -85,7 +85,8 @@ FileError syncFolder(const fs::path& folder) {
   return error;
 }
 
-FileReader::FileReader(const fs::path& path) : chunk_(new char[chunkSize]) {
+FileReader::FileReader(const fs::path& path)
+    : chunk_(std::make_unique_for_overwrite<std::array<char, chunkSize>>()) {
   // Not to be held up by a pipe that stands in the file's place.
   descriptor_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   failed_ = descriptor_ < 0;
@@ -98,8 +99,8 @@ FileReader::~FileReader() {
 
 std::string_view FileReader::next() {
   while (!failed_) {
-    const ssize_t count = ::read(descriptor_, chunk_.get(), chunkSize);
-    if (count >= 0) return {chunk_.get(), static_cast<std::size_t>(count)};
+    const ssize_t count = ::read(descriptor_, chunk_->data(), chunkSize);
+    if (count >= 0) return {chunk_->data(), static_cast<std::size_t>(count)};
     failed_ = errno != EINTR;
   }
   return {};

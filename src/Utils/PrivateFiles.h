@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <array>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -58,7 +59,7 @@ class FileReader {
   int descriptor_ = -1;
   bool missing_ = false;
   bool failed_ = false;
-  std::unique_ptr<char[]> chunk_;
+  std::unique_ptr<std::array<char, chunkSize>> chunk_;
 };
 
 }  // namespace stowboard
