@@ -13,11 +13,11 @@ namespace stowboard {
 namespace {
 
 bool isBoundary(std::string_view text, std::size_t place) {
-  if (place == 0 || place == text.size()) return true;
+  if (place == text.size()) return true;
   return traitOf(decodeUtf8(text, place).codePoint) != CodePointTrait::complex;
 }
 
-/// Reads a text in NFD, one stretch between boundaries after the other.
+/// Reads a text in NFD, stretch by stretch; a stretch ends at a boundary.
 class DecomposedReader {
  public:
   explicit DecomposedReader(std::string_view text) : text_(text) {}
@@ -48,16 +48,13 @@ class DecomposedReader {
   std::size_t place_ = 0;
 };
 
-/// The length of the common start of both, backed up to where a stretch begins in both.
-std::size_t commonStretches(std::string_view left, std::string_view right) {
+/// The length of the common start of both, in whole code points. It may end between a letter and
+/// its marks: what is the same in front of two rows of marks does not change whether they sort
+/// alike.
+std::size_t commonLength(std::string_view left, std::string_view right) {
   const auto mismatch = std::ranges::mismatch(left, right);
   const auto common = static_cast<std::size_t>(mismatch.in1 - left.begin());
-  if (common == left.size() && common == right.size()) return common;
-  std::size_t place = std::min(codePointStart(left, common), codePointStart(right, common));
-  while (place > 0 && !(isBoundary(left, place) && isBoundary(right, place))) {
-    place = codePointStart(left, place - 1);
-  }
-  return place;
+  return std::min(codePointStart(left, common), codePointStart(right, common));
 }
 
 /// False when what both have read differs.
@@ -76,7 +73,7 @@ bool areCanonicallyEquivalent(std::string_view left, std::string_view right) {
   DecomposedReader rightReader(right);
   while (!leftReader.isAtEnd() && !rightReader.isAtEnd()) {
     if (leftReader.pending.isEmpty() && rightReader.pending.isEmpty()) {
-      const auto common = commonStretches(leftReader.rest(), rightReader.rest());
+      const auto common = commonLength(leftReader.rest(), rightReader.rest());
       leftReader.skip(common);
       rightReader.skip(common);
     }

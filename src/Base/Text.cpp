@@ -65,9 +65,7 @@ const Folded& Text::Shared::foldedFor(CaseLocale locale) const {
   const auto* newest = folded.load(std::memory_order_acquire);
   if (const auto* const known = find(newest, locale)) return *known;
   auto utf8 = foldCase(bytes.view(), locale);
-  // In Turkish the I of a text is not the i that a search of the text itself takes it for.
-  const bool isTextItself =
-      locale != CaseLocale::turkic && equalsButForAsciiCase(bytes.view(), utf8);
+  const bool isTextItself = equalsButForAsciiCase(bytes.view(), utf8);
   if (isTextItself) utf8 = {};
   utf8.shrink_to_fit();
   auto made = std::make_unique<Folded>(Folded{locale, isTextItself, std::move(utf8), newest});
