@@ -37,6 +37,15 @@ void appendOnce(std::vector<path>& folders, const path& folder) {
   if (std::find(folders.begin(), folders.end(), plain) == folders.end()) folders.push_back(plain);
 }
 
+// Appends the absolute folders of a colon-separated variable, or of its default.
+void appendListed(std::vector<path>& folders, const char* variable, const char* standard) {
+  const char* listed = std::getenv(variable);
+  std::istringstream list(listed && *listed ? listed : standard);
+  for (std::string each; std::getline(list, each, ':');) {
+    if (path(each).is_absolute()) appendOnce(folders, each);
+  }
+}
+
 }  // namespace
 
 path XdgFolders::home() {
@@ -51,14 +60,20 @@ path XdgFolders::dataHome() {
 std::vector<path> XdgFolders::data() {
   std::vector<path> folders;
   appendOnce(folders, dataHome());
-  const char* listed = std::getenv("XDG_DATA_DIRS");
-  std::istringstream list(listed && *listed ? listed : "/usr/local/share:/usr/share");
-  for (std::string each; std::getline(list, each, ':');) {
-    if (path(each).is_absolute()) appendOnce(folders, each);
-  }
+  appendListed(folders, "XDG_DATA_DIRS", "/usr/local/share:/usr/share");
   appendOnce(folders, dataHome() / "flatpak/exports/share");
   appendOnce(folders, "/var/lib/flatpak/exports/share");
   appendOnce(folders, "/var/lib/snapd/desktop");
+  return folders;
+}
+
+path XdgFolders::configHome() {
+  return absoluteVariable("XDG_CONFIG_HOME").value_or(home() / ".config");
+}
+
+std::vector<path> XdgFolders::systemConfig() {
+  std::vector<path> folders;
+  appendListed(folders, "XDG_CONFIG_DIRS", "/etc/xdg");
   return folders;
 }
 

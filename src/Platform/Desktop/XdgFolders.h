@@ -18,6 +18,10 @@ struct XdgFolders {
   /// Where programs' shared data lies, most important first: dataHome(), $XDG_DATA_DIRS (or its
   /// default) and the exports of Flatpak and Snap, which not every session lists there.
   static std::vector<std::filesystem::path> data();
+  /// $XDG_CONFIG_HOME, or ~/.config.
+  static std::filesystem::path configHome();
+  /// Where system-wide configuration lies, most important first: $XDG_CONFIG_DIRS, or /etc/xdg.
+  static std::vector<std::filesystem::path> systemConfig();
 };
 
 }  // namespace stowboard
