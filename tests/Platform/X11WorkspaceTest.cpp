@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "Platform/Desktop/InstalledApplications.h"
 #include "Platform/Desktop/TemporaryFolder.h"
 #include "Platform/Qt/QtRunLoop.h"
 #include "Platform/QtTurns.h"
@@ -180,19 +181,23 @@ TEST(X11Workspace, NamesRealApplicationsByTheirDesktopEntries) {
   harness.workspace().onDidActivate = [&](const RunningApplication& application) {
     reported.push_back(application.bundleIdentifier.value_or("(none)"));
   };
+  Strings expected;
+  const auto expectInFront = [&](const std::string& id, std::int64_t processIdentifier) {
+    EXPECT_TRUE(harness.comesToFront(id, processIdentifier)) << id;
+    expected.push_back(id);
+    EXPECT_TRUE(harness.turnUntil([&] { return reported.size() >= expected.size(); })) << id;
+    EXPECT_EQ(reported, expected);
+  };
   const Program terminal({"xterm"});
-  EXPECT_TRUE(harness.comesToFront("org.example.Terminal", terminal.processIdentifier()));
+  expectInFront("org.example.Terminal", terminal.processIdentifier());
   const Program gtk({"/usr/bin/python3", "-c", gtkProgram});
-  EXPECT_TRUE(harness.comesToFront("org.example.Notes", gtk.processIdentifier()));
+  expectInFront("org.example.Notes", gtk.processIdentifier());
   // No entry: the WM_CLASS.
   const Program other({"xmessage", "Copied"});
-  EXPECT_TRUE(harness.comesToFront("Xmessage", other.processIdentifier()));
+  expectInFront("Xmessage", other.processIdentifier());
   QRasterWindow own;
   own.show();
-  EXPECT_TRUE(harness.comesToFront("com.qarvin.stowboard", QCoreApplication::applicationPid()));
-  const Strings expected = {"org.example.Terminal", "org.example.Notes", "Xmessage",
-                            "com.qarvin.stowboard"};
-  EXPECT_TRUE(harness.turnUntil([&] { return reported == expected; }));
+  expectInFront("com.qarvin.stowboard", QCoreApplication::applicationPid());
 }
 
 TEST(X11Workspace, TellsNoProcessOfAnotherMachine) {

@@ -44,6 +44,7 @@ TYPED_TEST_P(WorkspaceContract, NamesTheApplicationInFrontAndReportsEachThatCome
   EXPECT_TRUE(this->reports({"org.example.One"}));
   harness.activate("org.example.Two");
   EXPECT_TRUE(this->isFrontmost("org.example.Two"));
+  EXPECT_TRUE(this->reports({"org.example.One", "org.example.Two"}));
   harness.activate("org.example.One");
   EXPECT_TRUE(this->reports({"org.example.One", "org.example.Two", "org.example.One"}));
 }

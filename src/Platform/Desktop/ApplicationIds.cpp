@@ -57,7 +57,10 @@ std::optional<std::string> flatpakOfUnit(const std::string& unit) {
   if (!unit.starts_with(prefix) || unit.rfind('-') < prefix.size()) return std::nullopt;
   std::string id = unit.substr(prefix.size(), unit.rfind('-') - prefix.size());
   // Names of units write a dash as \x2d.
-  for (auto at = id.find("\\x2d"); at != id.npos; at = id.find("\\x2d")) id.replace(at, 4, "-");
+  for (auto at = id.find("\\x2d"); at != id.npos; at = id.find("\\x2d")) {
+    id[at] = '-';
+    id.erase(at + 1, 3);
+  }
   return id;
 }
 
@@ -79,24 +82,27 @@ const DesktopEntry* findNamed(std::string name, const DesktopEntries& entries) {
   return entries.find(name);
 }
 
-const DesktopEntry* findByWindowsWord(const WindowTraits& window, const DesktopEntries& entries) {
+const DesktopEntry* findByWindowsWord(const WindowTraits& window, const ProcessTraits&,
+                                      const DesktopEntries& entries) {
   if (const auto* entry = findNamed(window.desktopFile, entries)) return entry;
   return findNamed(window.gtkApplicationId, entries);
 }
 
-const DesktopEntry* findBySandbox(const WindowTraits& window, const DesktopEntries& entries) {
-  const auto& process = window.process;
+const DesktopEntry* findBySandbox(const WindowTraits&, const ProcessTraits& process,
+                                  const DesktopEntries& entries) {
   if (process.flatpak) return entries.find(*process.flatpak);
   if (!process.snap) return nullptr;
   return entries.find(*process.snap + "_" + *process.snapApplication);
 }
 
-const DesktopEntry* findByStartupClass(const WindowTraits& window, const DesktopEntries& entries) {
+const DesktopEntry* findByStartupClass(const WindowTraits& window, const ProcessTraits&,
+                                       const DesktopEntries& entries) {
   if (const auto* entry = entries.findByWmClass(window.wmClass)) return entry;
   return entries.findByWmClass(window.wmClassInstance);
 }
 
-const DesktopEntry* findByName(const WindowTraits& window, const DesktopEntries& entries) {
+const DesktopEntry* findByName(const WindowTraits& window, const ProcessTraits&,
+                               const DesktopEntries& entries) {
   const std::string& name = window.wmClass;
   const std::string& instance = window.wmClassInstance;
   if (const auto* entry = entries.find(name)) return entry;
@@ -105,8 +111,9 @@ const DesktopEntry* findByName(const WindowTraits& window, const DesktopEntries&
   return entries.findByName(instance);
 }
 
-const DesktopEntry* findByProgram(const WindowTraits& window, const DesktopEntries& entries) {
-  if (const auto* entry = entries.findByExecutable(window.process.executable)) return entry;
+const DesktopEntry* findByProgram(const WindowTraits& window, const ProcessTraits& process,
+                                  const DesktopEntries& entries) {
+  if (const auto* entry = entries.findByExecutable(process.executable)) return entry;
   return entries.findByExecutable(window.wmClassInstance);
 }
 
@@ -123,12 +130,12 @@ ProcessTraits ProcessTraits::read(std::int64_t processIdentifier, const fs::path
   return traits;
 }
 
-std::optional<std::string> applicationId(const WindowTraits& window,
+std::optional<std::string> applicationId(const WindowTraits& window, const ProcessTraits& process,
                                          const DesktopEntries& entries) {
   static constexpr std::array rules = {findByWindowsWord, findBySandbox, findByStartupClass,
                                        findByName, findByProgram};
   for (const auto& rule : rules) {
-    if (const auto* entry = rule(window, entries)) return entry->id;
+    if (const auto* entry = rule(window, process, entries)) return entry->id;
   }
   return window.wmClass.empty() ? std::nullopt : std::optional(window.wmClass);
 }

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
 
+#include "Platform/ApplicationIdentifying.h"
 #include "Platform/Desktop/DesktopEntries.h"
 
 namespace stowboard {
@@ -26,19 +28,6 @@ struct ProcessTraits {
                             const std::filesystem::path& procFolder = "/proc");
 };
 
-/// What a window tells of the application that it belongs to; empty where it does not.
-struct WindowTraits {
-  /// _KDE_NET_WM_DESKTOP_FILE: an id, or a desktop file's path.
-  std::string desktopFile;
-  /// _GTK_APPLICATION_ID
-  std::string gtkApplicationId;
-  /// The two strings of WM_CLASS (ICCCM 4.1.2.5).
-  std::string wmClassInstance;
-  std::string wmClass;
-  /// Of the process that owns the window, where that is known and runs on this machine.
-  ProcessTraits process;
-};
-
 /// The id of the application that the window belongs to: that of the desktop entry that matches it,
 /// by the first of these rules that finds one:
 ///
@@ -50,7 +39,9 @@ struct WindowTraits {
 /// 5. the program that the entry runs equal to the process's, then to the instance, where only one
 ///    entry runs it.
 ///
-/// Without a match it is the WM_CLASS class; absent when the window has none either.
-std::optional<std::string> applicationId(const WindowTraits& window, const DesktopEntries& entries);
+/// Without a match it is the WM_CLASS class; absent when the window has none either. `process` is
+/// what ProcessTraits::read gave for the window's.
+std::optional<std::string> applicationId(const WindowTraits& window, const ProcessTraits& process,
+                                         const DesktopEntries& entries);
 
 }  // namespace stowboard

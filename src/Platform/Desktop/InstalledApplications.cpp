@@ -14,7 +14,9 @@
 #include <utility>
 
 #include "Base/SignalFreeThread.h"
+#include "Platform/Desktop/ApplicationIds.h"
 #include "Platform/Desktop/FolderTree.h"
+#include "Platform/Desktop/XdgBundle.h"
 
 namespace stowboard {
 
@@ -141,6 +143,13 @@ std::shared_ptr<const DesktopEntries> InstalledApplications::entries() const {
   std::unique_lock lock(mutex_);
   isRead_.wait_for(lock, longestWait, [this] { return entries_ != nullptr; });
   return entries_ ? entries_ : std::make_shared<const DesktopEntries>();
+}
+
+std::optional<std::string> InstalledApplications::applicationId(const WindowTraits& window) const {
+  const auto process = window.processIdentifier;
+  if (process == getpid()) return XdgBundle::applicationId;
+  const auto traits = process != 0 ? ProcessTraits::read(process) : ProcessTraits();
+  return stowboard::applicationId(window, traits, *entries());
 }
 
 void InstalledApplications::run() {

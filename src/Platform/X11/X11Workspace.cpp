@@ -12,8 +12,6 @@
 #include <utility>
 
 #include "Base/Log.h"
-#include "Platform/Desktop/ApplicationIds.h"
-#include "Platform/Desktop/XdgBundle.h"
 #include "Platform/X11/X11Connection.h"
 
 namespace stowboard {
@@ -38,14 +36,14 @@ bool isSameHost(std::string_view left, std::string_view right) {
 /// What the X server tells of windows.
 class X11Workspace::Desktop {
  public:
-  static std::unique_ptr<Desktop> open(const InstalledApplications& applications,
+  static std::unique_ptr<Desktop> open(const ApplicationIdentifying& applications,
                                        const std::string& display) {
     auto connection = X11Connection::open(display);
     if (!connection) return nullptr;
     return std::make_unique<Desktop>(std::move(connection), applications);
   }
 
-  Desktop(std::unique_ptr<X11Connection> connection, const InstalledApplications& applications)
+  Desktop(std::unique_ptr<X11Connection> connection, const ApplicationIdentifying& applications)
       : connection_(std::move(connection)),
         applications_(applications),
         host_(hostName()),
@@ -172,10 +170,12 @@ class X11Workspace::Desktop {
     WindowTraits traits;
     traits.desktopFile = text(askedFile);
     traits.gtkApplicationId = text(askedGtkId);
-    const auto process = localProcess(machine, processOfConnection(askedConnection), ofWindow);
+    traits.processIdentifier =
+        localProcess(machine, processOfConnection(askedConnection), ofWindow);
     if (!classes) return std::nullopt;
     readClasses(*classes, traits);
-    return RunningApplication{idOf(std::move(traits), process), process, window};
+    return RunningApplication{applications_.applicationId(traits), traits.processIdentifier,
+                              window};
   }
 
   // Instance and class, each with a NUL behind it.
@@ -185,14 +185,8 @@ class X11Workspace::Desktop {
     traits.wmClass = classes.c_str() + start;
   }
 
-  std::optional<std::string> idOf(WindowTraits traits, std::int64_t process) const {
-    if (process == getpid()) return XdgBundle::applicationId;
-    if (process != 0) traits.process = ProcessTraits::read(process);
-    return applicationId(traits, *applications_.entries());
-  }
-
   const std::unique_ptr<X11Connection> connection_;
-  const InstalledApplications& applications_;
+  const ApplicationIdentifying& applications_;
   const std::string host_;
   const Atoms atoms_;
   const bool tellsProcesses_;
@@ -247,7 +241,7 @@ class X11Workspace::Events {
 };
 
 std::unique_ptr<X11Workspace> X11Workspace::create(RunLoop& loop,
-                                                   const InstalledApplications& applications,
+                                                   const ApplicationIdentifying& applications,
                                                    const std::string& display) {
   auto desktop = Desktop::open(applications, display);
   if (!desktop) return nullptr;

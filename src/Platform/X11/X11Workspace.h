@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "Platform/Desktop/InstalledApplications.h"
+#include "Platform/ApplicationIdentifying.h"
 #include "Platform/RunLoop.h"
 #include "Platform/Workspace.h"
 
@@ -18,9 +18,8 @@ namespace stowboard {
 ///
 /// Has an X connection of its own, read on the main thread when the server has something to say:
 /// no polling. frontmostApplication() is never stale; it costs two round trips to the X server and
-/// a look into /proc. Application ids are found as ApplicationIds.h says, for our own windows by
-/// their process. onDidActivate is also called when another window of the same application comes
-/// to the front.
+/// what ApplicationIdentifying takes. onDidActivate is also called when another window of the same
+/// application comes to the front; one that is there for an instant only may be passed over.
 ///
 /// A process id is only given for a window of this machine.
 class X11Workspace final : public Workspace {
@@ -28,7 +27,7 @@ class X11Workspace final : public Workspace {
   /// `display` empty: $DISPLAY. Null when no X server can be reached. `loop` and `applications`
   /// must outlive the workspace. Main thread, with Qt's event loop.
   static std::unique_ptr<X11Workspace> create(RunLoop& loop,
-                                              const InstalledApplications& applications,
+                                              const ApplicationIdentifying& applications,
                                               const std::string& display = "");
   ~X11Workspace() override;
 

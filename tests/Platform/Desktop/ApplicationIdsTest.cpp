@@ -39,40 +39,45 @@ std::vector<DesktopEntry> installed() {
   };
 }
 
+struct Traits {
+  WindowTraits window;
+  ProcessTraits process;
+};
+
 struct IdCase {
   const char* what;
-  WindowTraits window;
+  Traits traits;
   std::optional<std::string> id;
 };
 
-WindowTraits classes(const char* instance, const char* wmClass, const char* program = "") {
-  WindowTraits window;
-  window.wmClassInstance = instance;
-  window.wmClass = wmClass;
-  window.process.executable = program;
-  return window;
+Traits classes(const char* instance, const char* wmClass, const char* program = "") {
+  Traits traits;
+  traits.window.wmClassInstance = instance;
+  traits.window.wmClass = wmClass;
+  traits.process.executable = program;
+  return traits;
 }
 
-WindowTraits with(WindowTraits window, std::string WindowTraits::*field, const char* value) {
-  window.*field = value;
-  return window;
+Traits with(Traits traits, std::string WindowTraits::*field, const char* value) {
+  traits.window.*field = value;
+  return traits;
 }
 
-WindowTraits inFlatpak(WindowTraits window, const char* id) {
-  window.process.flatpak = id;
-  return window;
+Traits inFlatpak(Traits traits, const char* id) {
+  traits.process.flatpak = id;
+  return traits;
 }
 
-WindowTraits inSnap(WindowTraits window, const char* snap, const char* application) {
-  window.process.snap = snap;
-  window.process.snapApplication = application;
-  return window;
+Traits inSnap(Traits traits, const char* snap, const char* application) {
+  traits.process.snap = snap;
+  traits.process.snapApplication = application;
+  return traits;
 }
 
 TEST(ApplicationIds, FindsTheDesktopEntryOfAWindow) {
   const auto file = &WindowTraits::desktopFile;
   const auto gtk = &WindowTraits::gtkApplicationId;
-  const WindowTraits browser = classes("Navigator", "firefox", "firefox");
+  const Traits browser = classes("Navigator", "firefox", "firefox");
   const IdCase cases[] = {
       {"names its entry", with(classes("x", "Kate"), file, "org.kde.kate"), "org.kde.kate"},
       {"names its file",
@@ -104,9 +109,10 @@ TEST(ApplicationIds, FindsTheDesktopEntryOfAWindow) {
       {"instance alone", classes("foo", ""), std::nullopt},
   };
   const DesktopEntries entries(installed());
-  for (const auto& each : cases)
-    EXPECT_EQ(applicationId(each.window, entries), each.id) << each.what;
-  EXPECT_EQ(applicationId(browser, DesktopEntries()), "firefox");
+  for (const auto& [what, traits, id] : cases) {
+    EXPECT_EQ(applicationId(traits.window, traits.process, entries), id) << what;
+  }
+  EXPECT_EQ(applicationId(browser.window, browser.process, DesktopEntries()), "firefox");
 }
 
 struct ProcessCase {
