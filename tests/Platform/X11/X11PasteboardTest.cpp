@@ -298,16 +298,30 @@ TEST_F(X11PasteboardTest, AReplacedOwnersRemainingTargetsAreNotAskedOfItsSuccess
   first.heldTargets = {"TARGETS"};
   auto& slow = copy(first);
   awaitRequest(slow, "TARGETS");
-  const auto secret = offering({{"UTF8_STRING", "pass"}, {"x-kde-passwordManagerHint", "x"}});
-  auto held = secret;
+  auto held = offering({{"UTF8_STRING", "pass"}, {"x-kde-passwordManagerHint", "x"}});
   held.heldTargets = {"TARGETS"};
   auto& newer = copy(held);
   awaitRequest(newer, "TARGETS");
   slow.release();
+  ASSERT_TRUE(loop_.runUntil([&] { return slow.isIdle(); }));
   newer.release();
   copyAndAwait(text("after"));
   EXPECT_THAT(seen_, ElementsAre("after"));
   EXPECT_THAT(newer.requests(), ElementsAre("TARGETS"));
+}
+
+// A request that crosses the change of owner on its way is answered by the new one.
+TEST(SelectionFetchTest, ARequestThatReachedTheNextOwnerIsGivenUp) {
+  const auto connection = X11Connection::open({});
+  ASSERT_TRUE(connection);
+  const auto sequence = [&] { return xcb_no_operation(connection->xcb()).sequence; };
+  const auto now = std::chrono::steady_clock::now();
+  for (const bool reachedNext : {true, false}) {
+    const auto before = sequence();
+    SelectionFetch fetch(*connection, {}, 1, XCB_CURRENT_TIME, now);
+    fetch.supersede(reachedNext ? before : sequence(), 2);
+    EXPECT_EQ(fetch.isPending(), !reachedNext);
+  }
 }
 
 TEST_F(X11PasteboardTest, CopiesInQuickSuccessionAllArriveInOrder) {
