@@ -7,7 +7,7 @@
 namespace stowboard {
 
 void AppDelegate::applicationDidFinishLaunching() {
-  if (isRunningTests()) return;
+  if (isRunningTests(*platform_.bundle)) return;
   // Nothing keeps the poll alive here: Linux neither naps nor throttles a background process.
   auto coordinator =
       std::make_unique<AppCoordinator>(std::make_unique<DependencyContainer>(platform_));
@@ -20,8 +20,8 @@ void AppDelegate::applicationWillTerminate() {
   if (coordinator_) coordinator_->flushPersistence();
 }
 
-bool AppDelegate::isRunningTests() const {
-  return platform_.bundle->environment("XCTestConfigurationFilePath").has_value();
+bool AppDelegate::isRunningTests(const Bundle& bundle) {
+  return bundle.environment("XCTestConfigurationFilePath").has_value();
 }
 
 }  // namespace stowboard

@@ -19,9 +19,10 @@ class AppDelegate {
   /// Waits until what was recorded is on disk. May be called more than once.
   void applicationWillTerminate();
 
- private:
-  bool isRunningTests() const;
+  /// Whether a unit-test runner hosts the program, which then does nothing.
+  static bool isRunningTests(const Bundle& bundle);
 
+ private:
   const Platform& platform_;
   std::unique_ptr<AppCoordinator> coordinator_;
 };

@@ -12,6 +12,7 @@
 #include <thread>
 #include <utility>
 
+#include "App/AppDelegate.h"
 #include "Base/Log.h"
 #include "Utils/PrivateFiles.h"
 
@@ -56,6 +57,7 @@ FolderLock::~FolderLock() {
 }
 
 SingleInstance::SingleInstance(const Bundle& bundle) {
+  if (AppDelegate::isRunningTests(bundle)) return;
   claimName(bundle);
   if (!exitStatus_) lockFolder(bundle);
 }

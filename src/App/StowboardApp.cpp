@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "App/AppDelegate.h"
+#include "App/SingleInstance.h"
 #include "App/TerminationSignals.h"
 #include "Base/Log.h"
 #include "Platform/Desktop/XdgBundle.h"
@@ -27,7 +28,16 @@ void endWithTheSession() {
   ::_exit(EXIT_SUCCESS);
 }
 
-int runApplication(QApplication& application, const Platform& platform) {
+// The rest is wired where it exists.
+DBusApplication::Actions busActions() {
+  DBusApplication::Actions actions;
+  actions.showHistory = [] { Log::app.info("Asked to show the history"); };
+  actions.paste = [](int digit) { Log::app.info("Asked to paste clip {}", digit); };
+  actions.quit = [] { QCoreApplication::quit(); };
+  return actions;
+}
+
+int runApplication(QApplication& application, const Platform& platform, SingleInstance& instance) {
   AppDelegate delegate(platform);
   const TerminationSignals terminationSignals([] { QCoreApplication::quit(); });
   QObject::connect(&application, &QGuiApplication::commitDataRequest, &application,
@@ -35,6 +45,7 @@ int runApplication(QApplication& application, const Platform& platform) {
   runningDelegate = &delegate;
   std::atexit(endWithTheSession);
   delegate.applicationDidFinishLaunching();
+  instance.serve(*platform.runLoop, busActions());
   const int status = QApplication::exec();
   delegate.applicationWillTerminate();
   runningDelegate = nullptr;
@@ -48,6 +59,8 @@ int runStowboard(char* programName) {
     fmt::print(stderr, "stowboard: {}\n", display.refusal);
     return EXIT_FAILURE;
   }
+  SingleInstance instance(*bundle);
+  if (instance.exitStatus()) return *instance.exitStatus();
   // The program takes no options, so the toolkit gets none of the user's either; XWayland serves a
   // Wayland session for now.
   char platformOption[] = "-platform";
@@ -59,7 +72,7 @@ int runStowboard(char* programName) {
   QApplication::setQuitOnLastWindowClosed(false);
   const Platform platform =
       selectPlatform(display, std::move(bundle), ThumbnailGenerator::maxDimension);
-  const int status = runApplication(application, platform);
+  const int status = runApplication(application, platform, instance);
   Log::flush();
   return status;
 }

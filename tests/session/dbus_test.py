@@ -1,0 +1,152 @@
+#!/usr/bin/python3
+"""One program a session, and what launchers and key bindings ask of it over the session bus."""
+
+import pathlib
+import signal
+import socket
+import sys
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools" / "session"))
+from applications import copy_text  # noqa: E402
+from case import PROGRAM, SessionCase, main, subprocess, wait_until  # noqa: E402
+
+NAME = "com.qarvin.stowboard"
+PATH = "/com/qarvin/stowboard"
+SHOWN = "Asked to show the history"
+RUNS = "Stowboard already runs"
+
+
+class DBus(SessionCase):
+    def gdbus(self, command, *arguments):
+        """Returns the exit status and everything that it wrote."""
+        result = subprocess.run(
+            ["gdbus", command, "--session", "--dest", NAME, "--object-path", PATH, *arguments],
+            env=self.desktop.environment, capture_output=True, text=True, timeout=30)
+        return result.returncode, result.stdout + result.stderr
+
+    def call(self, method, *arguments):
+        return self.gdbus("call", "--method", f"org.freedesktop.Application.{method}", *arguments)
+
+    def act(self, action, parameter="[]"):
+        return self.call("ActivateAction", action, parameter, "{}")
+
+    def launch(self, **environment):
+        """Starts a second one and returns its status and what it wrote once it has ended."""
+        second = self.desktop.start([PROGRAM], environment, stderr=subprocess.PIPE)
+        self.addCleanup(self.desktop.stop_program, second)
+        errors = second.communicate(timeout=60)[1].decode()
+        return second.returncode, errors
+
+    def owner(self):
+        """Process id of the name's owner; 0 when there is none."""
+        answer = self.desktop.output(
+            "dbus-send", "--session", "--print-reply=literal", "--dest=org.freedesktop.DBus", "/",
+            "org.freedesktop.DBus.GetConnectionUnixProcessID", f"string:{NAME}")
+        return int(answer.split()[-1]) if answer else 0
+
+    def test_a_second_launch_shows_the_history_of_the_first(self):
+        self.stowboard.start()
+        first = self.owner()
+        for count in (1, 2):
+            self.assertEqual(self.launch(DESKTOP_STARTUP_ID="x_TIME1"), (0, ""))
+            self.stowboard.wait_for_log(SHOWN, count)
+        self.assertEqual(self.owner(), first)
+        # Neither a killed one nor one that is just ending keeps the next from starting.
+        for number in (signal.SIGKILL, signal.SIGTERM):
+            self.stowboard.stop(number)
+            self.stowboard.start()
+
+    def test_one_that_does_not_answer_is_reported(self):
+        self.stowboard.start()
+        self.stowboard.process.send_signal(signal.SIGSTOP)
+        self.addCleanup(self.stowboard.process.send_signal, signal.SIGCONT)
+        status, errors = self.launch()
+        self.assertEqual((status, errors.count("\n")), (1, 1), errors)
+        self.assertIn(RUNS + ", but does not answer", errors)
+        self.stowboard.process.send_signal(signal.SIGCONT)
+        self.stowboard.wait_for_log(SHOWN)
+
+    def test_takes_actions_and_refuses_all_else(self):
+        self.stowboard.start()
+        digits = ("byte 1", "int16 2", "uint16 3", "4", "uint32 5", "int64 6", "uint64 7", "8.0",
+                  "'9'")
+        for digit, value in enumerate(digits, 1):
+            self.assertEqual(self.act("paste", f"[<{value}>]")[0], 0, value)
+            self.stowboard.wait_for_log(f"Asked to paste clip {digit}")
+        for count, (method, *arguments) in enumerate(
+                (("Activate", "{'desktop-startup-id': <'x'>}"),
+                 ("Open", "['file:///etc/hostname']", "{}"),
+                 ("ActivateAction", "show-history", "[]", "{}")), 1):
+            self.assertEqual(self.call(method, *arguments)[0], 0, method)
+            self.stowboard.wait_for_log(SHOWN, count)
+        refused = [("paste", f"[{value}]") for value in (
+            "", "<0>", "<10>", "<-1>", "<1.5>", "<''>", "<'0'>", "<'12'>", "<'x'>", "<true>", "<[1]>",
+            "<<1>>", "<1>, <2>", "<int64 4294967297>", "<uint64 18446744073709551615>",
+            "<objectpath '/'>")]
+        for action, parameter in [*refused, ("quit", "[<1>]"), ("show-history", "[<'x'>]"),
+                                  ("", "[]"), ("Quit", "[]"), ("delete-all", "[]")]:
+            with self.subTest(action=action, parameter=parameter):
+                status, text = self.act(action, parameter)
+                self.assertEqual(status, 1)
+                self.assertIn("org.freedesktop.DBus.Error.InvalidArgs", text)
+                self.assertRegex(text, "number from 1 to 9|takes no parameter|There is no action")
+        self.assertEqual((self.stowboard.logged("Asked to paste"), self.stowboard.logged(SHOWN)),
+                         (len(digits), 3))
+        for interface in ("Application", "DBus.Introspectable", "DBus.Peer"):
+            self.assertIn(f"interface org.freedesktop.{interface} ", self.gdbus("introspect")[1])
+
+    def test_quits_with_everything_on_disk(self):
+        self.stowboard.start()
+        copy_text(self.desktop, "the last copy")
+        self.stowboard.wait_for_text("the last copy")
+        self.assertEqual(self.act("quit")[0], 0)
+        self.assertEqual(self.stowboard.wait_for_end(), 0)
+        self.assertEqual(self.owner(), 0)
+
+    def test_the_bus_starts_it(self):
+        service = self.desktop.directory / "services" / f"{NAME}.service"
+        service.write_text(f"[D-BUS Service]\nName={NAME}\nExec={PROGRAM}\n")
+        self.addCleanup(service.unlink)
+        # The first call comes before the program is ready for it.
+        wait_until(lambda: self.call("Activate", "{}")[0] == 0, "the bus has seen the new service")
+        self.assertTrue(self.owner())
+        self.assertEqual(self.launch(), (0, ""))
+        self.assertEqual(self.act("quit")[0], 0)
+        wait_until(lambda: not self.owner(), "it has ended")
+
+    def test_without_a_bus_the_data_folder_is_still_its_own(self):
+        busless = {"DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}
+        for first in ({}, busless):
+            with self.subTest(first=first):
+                self.stowboard.start(**first)
+                self.assertEqual(self.stowboard.logged("No session bus"), len(first))
+                copy_text(self.desktop, f"copied {len(first)}")
+                self.stowboard.wait_for_text(f"copied {len(first)}")
+                status, errors = self.launch(**busless)
+                self.assertEqual((status, errors.count("\n")), (0, 1), errors)
+                self.assertIn(RUNS, errors)
+                self.assertEqual(self.stowboard.stop(), 0)
+
+    def test_a_bus_that_never_answers_only_delays_the_start(self):
+        address = self.desktop.directory / "dumb-bus"
+        with socket.socket(socket.AF_UNIX) as server:
+            server.bind(str(address))
+            server.listen()
+            self.stowboard.start(DBUS_SESSION_BUS_ADDRESS=f"unix:path={address}")
+            self.assertEqual(self.stowboard.logged("No session bus"), 1)
+
+    def test_it_goes_on_at_rest_when_the_bus_goes_away(self):
+        bus = self.desktop.start(["dbus-daemon", "--session", "--nofork", "--print-address"],
+                                 stdout=subprocess.PIPE)
+        with bus.stdout:
+            address = bus.stdout.readline().decode().strip()
+        self.stowboard.start(DBUS_SESSION_BUS_ADDRESS=address)
+        self.desktop.stop_program(bus)
+        self.stowboard.wait_for_log("The session bus is gone")
+        self.stowboard.settle()
+        copy_text(self.desktop, "after the bus")
+        self.stowboard.wait_for_text("after the bus")
+
+
+if __name__ == "__main__":
+    main()
