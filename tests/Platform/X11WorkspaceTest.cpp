@@ -111,12 +111,21 @@ class Client {
   std::unique_ptr<X11Connection> connection_;
 };
 
-struct QtDesktopApplication {
-  int argc = 1;
-  char name[5] = "test";
-  char* argv[2] = {name, nullptr};
-  QGuiApplication application{argc, argv};
+/// One application object for the whole program: Qt does not clear everything up behind several.
+class DesktopApplication final : public ::testing::Environment {
+ public:
+  void SetUp() override { application_ = std::make_unique<QGuiApplication>(argc_, argv_); }
+  void TearDown() override { application_.reset(); }
+
+ private:
+  int argc_ = 1;
+  char name_[5] = "test";
+  char* argv_[2] = {name_, nullptr};
+  std::unique_ptr<QGuiApplication> application_;
 };
+
+[[maybe_unused]] const auto* const desktopApplication =
+    ::testing::AddGlobalTestEnvironment(new DesktopApplication);
 
 class RealWorkspaceHarness {
  public:
@@ -151,7 +160,6 @@ class RealWorkspaceHarness {
   }
 
  private:
-  QtDesktopApplication application_;
   QtRunLoop loop_;
   InstalledApplications applications_;
   std::unique_ptr<X11Workspace> workspace_;
@@ -254,7 +262,6 @@ TEST(X11Workspace, FollowsWindowManagersThatComeAndGo) {
 }
 
 TEST(X11Workspace, IsNotMadeWithoutAnXServer) {
-  const QtApplication application;
   QtRunLoop loop;
   const InstalledApplications applications(std::vector<std::filesystem::path>{});
   EXPECT_FALSE(X11Workspace::create(loop, applications, "/nowhere:99"));
@@ -262,7 +269,6 @@ TEST(X11Workspace, IsNotMadeWithoutAnXServer) {
 }
 
 TEST(X11Workspace, SurvivesTheEndOfItsServer) {
-  const QtApplication application;
   LogCapture log;
   QProcess server;
   server.setProcessChannelMode(QProcess::SeparateChannels);
