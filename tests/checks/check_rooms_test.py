@@ -24,6 +24,8 @@ ROWS = [
     ("Platform/Pasteboard.h", "#include <xcb/xcb.h>", "may not include <xcb/xcb.h>"),
     ("Platform/X11/Selection.h", "#include <QObject>", "may not include <QObject>"),
     ("Platform/X11/Selection.cpp", "#include <QObject>\n#include <xcb/xfixes.h>", None),
+    ("Platform/X11/Selection.cpp", '#include "Platform/Desktop/Entries.h"', None),
+    ("Platform/Desktop/Entries.cpp", '#include "Platform/X11/Selection.h"', "may not include"),
     ("Platform/selectPlatform.cpp", '#ifdef STOWBOARD_X11\n#include "Platform/X11/A.h"\n#endif', None),
     ("Utils/Text.cpp", "#if defined(__linux__)\n#endif", "asks for the platform with __linux__"),
     ("Base/Text.cpp", "#include <boost/asio.hpp>", "may not include <boost/asio.hpp>"),
