@@ -97,10 +97,12 @@ class DBus(SessionCase):
 
     def test_quits_with_everything_on_disk(self):
         self.stowboard.start()
-        copy_text(self.desktop, "the last copy")
-        self.stowboard.wait_for_text("the last copy")
+        large = "x" * 4_000_000  # takes a while to write
+        copy_text(self.desktop, large)
+        wait_until(lambda: list(self.stowboard.folder.iterdir()), "it saves")
         self.assertEqual(self.act("quit")[0], 0)
         self.assertEqual(self.stowboard.wait_for_end(), 0)
+        self.assertEqual(self.stowboard.texts(), [large])
         self.assertEqual(self.owner(), 0)
 
     def test_the_bus_starts_it(self):

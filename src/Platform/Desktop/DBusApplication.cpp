@@ -48,6 +48,8 @@ class BusError {
 };
 
 std::string systemWords(int negativeErrno) {
+  // The bus library's way to say it, whose own words speak of a disk.
+  if (negativeErrno == -ENOMEDIUM) return "its address is not in the environment";
   return std::generic_category().message(-negativeErrno);
 }
 

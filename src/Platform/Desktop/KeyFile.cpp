@@ -16,7 +16,7 @@ constexpr std::string_view escaped = " \n\t\r\\";
 std::string_view trimmed(std::string_view text) {
   constexpr std::string_view blanks = " \t\r";
   const auto start = text.find_first_not_of(blanks);
-  if (start == text.npos) return {};
+  if (start == std::string_view::npos) return {};
   return text.substr(start, text.find_last_not_of(blanks) - start + 1);
 }
 
@@ -25,8 +25,8 @@ bool isComment(std::string_view line) { return line.starts_with('#'); }
 // Empty for a line that holds no key.
 std::string_view keyOf(std::string_view line) {
   const auto equals = line.find('=');
-  return isComment(line) || equals == line.npos ? std::string_view()
-                                                : trimmed(line.substr(0, equals));
+  return isComment(line) || equals == std::string_view::npos ? std::string_view()
+                                                             : trimmed(line.substr(0, equals));
 }
 
 std::string_view valueOf(std::string_view line) { return trimmed(line.substr(line.find('=') + 1)); }
@@ -46,8 +46,8 @@ std::string unescape(std::string_view value) {
   for (std::size_t at = 0; at < value.size(); ++at) {
     const auto escape = value[at] == '\\' && at + 1 < value.size() ? escapes.find(value[at + 1])
                                                                    : std::string_view::npos;
-    text += escape == escapes.npos ? value[at] : escaped[escape];
-    if (escape != escapes.npos) ++at;
+    text += escape == std::string_view::npos ? value[at] : escaped[escape];
+    if (escape != std::string_view::npos) ++at;
   }
   return text;
 }
@@ -58,7 +58,7 @@ std::string escape(std::string_view text) {
     const auto special = escaped.find(letter);
     // A blank needs it only where it would be taken for the space around the value.
     const bool isInner = letter == ' ' && !value.empty();
-    if (special == escaped.npos || isInner) {
+    if (special == std::string_view::npos || isInner) {
       value += letter;
     } else {
       value += {'\\', escapes[special]};

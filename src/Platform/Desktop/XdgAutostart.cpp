@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QSaveFile>
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <sstream>
 #include <string_view>
@@ -28,18 +29,18 @@ struct FixedKey {
   const char* value;
 };
 
-constexpr FixedKey fixedKeys[] = {
+constexpr auto fixedKeys = std::to_array<FixedKey>({
     {"Type", "Application"},
     {"Name", "Stowboard"},
     {"Comment", "Keeps what you copy and puts it back where you work"},
     {"Comment[zh_CN]", "记录复制的内容，随时粘贴回正在使用的应用"},
     {"Terminal", "false"},
     {"StartupNotify", "false"},
-};
+});
 
 // Keys by which the entry would not start here, or by a call that shows the history.
-constexpr const char* keysInTheWay[] = {"Hidden", "OnlyShowIn", "NotShowIn", "TryExec",
-                                        "DBusActivatable"};
+constexpr std::array keysInTheWay = {"Hidden", "OnlyShowIn", "NotShowIn", "TryExec",
+                                     "DBusActivatable"};
 
 constexpr const char* autostartEnabled = "X-GNOME-Autostart-enabled";
 
@@ -111,9 +112,9 @@ bool isForThisDesktop(const KeyFile& entry, const Bundle& bundle) {
 
 bool isSwitchedOff(const KeyFile& entry) {
   const auto keys = entry.keys();
-  return entry.boolean("Hidden") == true ||
+  return entry.boolean("Hidden").value_or(false) ||
          std::any_of(keys.begin(), keys.end(), [&entry](const auto& key) {
-           return isDesktopsSwitch(key) && entry.boolean(key) == false;
+           return isDesktopsSwitch(key) && !entry.boolean(key).value_or(true);
          });
 }
 
