@@ -66,6 +66,16 @@ class DBus(SessionCase):
         self.stowboard.process.send_signal(signal.SIGCONT)
         self.stowboard.wait_for_log(SHOWN)
 
+    def test_a_launch_that_waits_for_one_that_dies_takes_its_place(self):
+        first = self.stowboard.start().process
+        first.send_signal(signal.SIGSTOP)
+        self.stowboard.start(wait=False)
+        self.stowboard.settle()  # it waits for an answer
+        first.kill()
+        first.wait()
+        self.stowboard.wait_for_log("Stowboard launched")
+        self.assertEqual(self.owner(), self.stowboard.process.pid)
+
     def test_takes_actions_and_refuses_all_else(self):
         self.stowboard.start()
         digits = ("byte 1", "int16 2", "uint16 3", "4", "uint32 5", "int64 6", "uint64 7", "8.0",
