@@ -14,3 +14,4 @@ add_test(NAME desktop_file_is_valid
          COMMAND ${DESKTOP_FILE_VALIDATE} ${CMAKE_SOURCE_DIR}/resources/com.qarvin.stowboard.desktop)
 
 include(platform-x11.cmake OPTIONAL)
+include(platform-keys.cmake OPTIONAL)

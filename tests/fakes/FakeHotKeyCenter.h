@@ -24,11 +24,11 @@ class FakeHotKeyCenter : public HotKeyCenter {
   int installations = 0;
   std::map<Reference, Held> held;
 
-  /// Presses the combination; nothing happens when nobody holds it.
+  /// Presses the combination: the oldest registration gets it, if there is one.
   void press(const HotKeyConfig& config) {
-    for (const auto& [reference, registration] : std::map(held)) {
-      if (registration.config == config) deliver(registration.identity);
-    }
+    const auto found = std::find_if(held.begin(), held.end(),
+                                    [&](const auto& each) { return each.second.config == config; });
+    if (found != held.end()) deliver(HotKeyIdentity(found->second.identity));
   }
   void deliver(const HotKeyIdentity& identity) { handler_(identity); }
 

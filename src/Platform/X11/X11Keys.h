@@ -1,0 +1,67 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+#include <array>
+#include <bitset>
+#include <cstdint>
+#include <initializer_list>
+#include <optional>
+#include <utility>
+#include <vector>
+
+namespace stowboard {
+
+/// A set of X key codes.
+using X11KeySet = std::bitset<256>;
+
+/// The X key code of the key at the position that a virtual key code names (see HotKeyConfig);
+/// absent when there is no such key. These are the numbers of every server that reads its keyboards
+/// through evdev: the kernel's code of the key plus 8.
+std::optional<xcb_keycode_t> x11KeyCode(std::uint32_t virtualKeyCode);
+
+/// The keyboard as the server has it at one moment: the symbols on each key, and the modifiers that
+/// it sets. A value; reading it waits for the server.
+class X11KeyboardMap {
+ public:
+  /// Every key without symbols and modifiers.
+  X11KeyboardMap() = default;
+  static X11KeyboardMap read(xcb_connection_t* connection);
+
+  /// The symbols that the key gives without Shift, one for each group of the layout.
+  void setSymbols(xcb_keycode_t key, std::vector<xcb_keysym_t> symbols) {
+    symbols_[key] = std::move(symbols);
+  }
+  void setModifiers(xcb_keycode_t key, std::uint8_t modifiers) { modifiers_[key] = modifiers; }
+
+  /// The bits of a core event's state that the key sets; 0 for ordinary keys.
+  std::uint8_t modifiers(xcb_keycode_t key) const { return modifiers_[key]; }
+  /// Whether the key sets its modifiers for as long as it is held, as lock keys do not.
+  bool isHoldModifier(xcb_keycode_t key) const;
+  /// The keys that hold exactly this modifier, left before right as the symbols come.
+  std::vector<xcb_keycode_t> keysHolding(std::uint8_t modifier) const;
+
+  /// The X modifiers of a mask in the encoding of HotKeyConfig: Command is Super, Option is Alt,
+  /// whatever bits carry them here. Absent when one of them is on no key.
+  std::optional<std::uint8_t> modifiersForMask(std::uint32_t mask) const;
+  /// Caps Lock, Num Lock and Scroll Lock, as far as they are modifiers here.
+  std::uint8_t lockModifiers() const;
+
+  /// A key that gives the symbol without Shift: in the given group if there is one, else in the
+  /// first group where there is.
+  std::optional<xcb_keycode_t> keyFor(xcb_keysym_t symbol, std::size_t group = 0) const;
+
+  friend bool operator==(const X11KeyboardMap&, const X11KeyboardMap&) = default;
+
+ private:
+  bool hasSymbol(xcb_keycode_t key, xcb_keysym_t symbol) const;
+  /// The bit that the first of these symbols sets; 0 when none is on a modifier key.
+  std::uint8_t modifierOf(std::initializer_list<xcb_keysym_t> symbols) const;
+  void readSymbols(xcb_connection_t* connection);
+  void readModifiers(xcb_connection_t* connection, xcb_get_modifier_mapping_cookie_t asked);
+
+  std::array<std::vector<xcb_keysym_t>, 256> symbols_;
+  std::array<std::uint8_t, 256> modifiers_{};
+};
+
+}  // namespace stowboard
