@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "Base/Bytes.h"
@@ -46,6 +48,14 @@ class Image {
   /// The whole image scaled (smoothly) into width × height pixels, transparent areas kept. Absent
   /// when a side is below 1 or the bitmap cannot be had.
   virtual std::optional<RgbaBitmap> draw(int width, int height) const = 0;
+
+  /// The MIME types that representation() knows, the format of the image's own file first.
+  virtual std::vector<std::string> representationTypes() const = 0;
+
+  /// The whole image as a file of that type, encoded at every call, which can take long. The very
+  /// bytes that the image was decoded from when they are of that type. Formats without
+  /// transparency are flattened onto white. Absent for other types, or when the encoder fails.
+  virtual std::optional<Bytes> representation(std::string_view type) const = 0;
 };
 
 /// Decoder and encoder. Safe to use from any thread.

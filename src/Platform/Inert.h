@@ -12,6 +12,11 @@ class InertPasteboard : public Pasteboard {
   std::optional<std::vector<std::string>> types() const override { return std::nullopt; }
   std::optional<Bytes> data(std::string_view) const override { return std::nullopt; }
   std::optional<Text> string(std::string_view) const override { return std::nullopt; }
+  void clearContents() override {}
+  void setString(const Text&, std::string_view) override {}
+  void setData(const Bytes&, std::string_view) override {}
+  void writeImage(std::shared_ptr<const Image>) override {}
+  void handOver(std::function<void()> done) override { done(); }
   bool announcesMoves() const override { return true; }
 };
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,6 +10,7 @@
 
 #include "Base/Bytes.h"
 #include "Base/Text.h"
+#include "Platform/Image.h"
 
 namespace stowboard {
 
@@ -46,6 +48,25 @@ class Pasteboard {
 
   /// The content as text, for PasteboardType::string; absent as for data().
   virtual std::optional<Text> string(std::string_view type) const = 0;
+
+  /// Empties the pasteboard and makes it ours: the change count has moved when this returns, and
+  /// what is written next in this turn of the main loop goes out together with it. Other programs
+  /// see the old content or the whole new one, never a part. Should another program copy meanwhile,
+  /// the later of the two counts, as the system has it.
+  virtual void clearContents() = 0;
+
+  /// The operations below add to the content begun by clearContents(): from now on data() and
+  /// string() answer with it. They do nothing once another program's copy has replaced it.
+  virtual void setString(const Text& text, std::string_view type) = 0;
+  virtual void setData(const Bytes& data, std::string_view type) = 0;
+  /// Adds every representation that the image supplies; other programs have the one that they ask
+  /// for encoded then.
+  virtual void writeImage(std::shared_ptr<const Image> image) = 0;
+
+  /// For quitting: gives content of ours to the desktop's own keeper of clipboards, where there is
+  /// one, so that it outlives this program; then calls `done`, on the main thread and within about
+  /// a second. Other programs' copies are not noticed any more.
+  virtual void handOver(std::function<void()> done) = 0;
 
   /// True when onMoved is called for every move of the change count, so that nobody needs to poll.
   virtual bool announcesMoves() const = 0;

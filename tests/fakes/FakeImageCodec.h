@@ -27,6 +27,15 @@ class FakeImage final : public Image {
     return RgbaBitmap{width, height, std::vector<std::uint8_t>(4ull * width * height, 0xff)};
   }
 
+  std::vector<std::string> representationTypes() const override {
+    return {"image/png", "image/tiff", "image/jpeg", "image/bmp"};
+  }
+
+  std::optional<Bytes> representation(std::string_view type) const override {
+    if (!std::ranges::count(representationTypes(), type)) return std::nullopt;
+    return Bytes(fmt::format("{} {}x{}", type, size_.width, size_.height));
+  }
+
   const Bytes& encoded() const { return encoded_; }
 
  private:

@@ -32,6 +32,7 @@ class FakePasteboard : public Pasteboard {
   /// Our own write: moves the count without an announcement.
   void write(Content content) {
     content_ = std::move(content);
+    isOurs_ = false;
     changeCount_ += 1;
   }
 
@@ -58,9 +59,30 @@ class FakePasteboard : public Pasteboard {
 
   bool announcesMoves() const override { return announces; }
 
+  void clearContents() override {
+    write({});
+    isOurs_ = true;
+  }
+  void setString(const Text& text, std::string_view type) override { setData(text.bytes(), type); }
+  void setData(const Bytes& data, std::string_view type) override {
+    if (isOurs_) content_.insert_or_assign(std::string(type), std::string(data.view()));
+  }
+  void writeImage(std::shared_ptr<const Image> image) override {
+    for (const auto& type : image->representationTypes()) {
+      setData(image->representation(type).value_or(Bytes()), type);
+    }
+  }
+  void handOver(std::function<void()> done) override {
+    handOvers += 1;
+    done();
+  }
+
+  int handOvers = 0;
+
  private:
   std::int64_t changeCount_ = 0;
   Content content_;
+  bool isOurs_ = false;
 };
 
 }  // namespace stowboard

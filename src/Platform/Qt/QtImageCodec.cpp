@@ -141,6 +141,38 @@ QImage flattenedOntoWhite(const RgbaBitmap& bitmap) {
   return flat;
 }
 
+struct Representation {
+  std::string_view type;
+  const char* format;
+  bool hasTransparency;
+};
+constexpr Representation representations[] = {{"image/png", "png", true},
+                                              {"image/tiff", "tiff", true},
+                                              {"image/jpeg", "jpeg", false},
+                                              {"image/bmp", "bmp", false}};
+
+std::optional<Bytes> encode(const QImage& image, const char* format, int quality) {
+  QBuffer buffer;
+  if (!buffer.open(QIODevice::WriteOnly)) return std::nullopt;
+  QImageWriter writer(&buffer, format);
+  writer.setQuality(quality);
+  writer.setOptimizedWrite(true);
+  if (!writer.write(image)) return std::nullopt;
+  return Bytes(buffer.data().toStdString());
+}
+
+QImage withoutTransparency(QImage image) {
+  const QColorSpace srgb(QColorSpace::SRgb);
+  // The flat formats go to programs that seldom look for a colour profile.
+  if (image.colorSpace().isValid() && image.colorSpace() != srgb) image.convertToColorSpace(srgb);
+  if (!image.hasAlphaChannel()) return image.convertToFormat(QImage::Format_RGB888);
+  const auto bitmap = toBitmap(image);
+  QImage flat = bitmap ? flattenedOntoWhite(*bitmap) : QImage();
+  flat.setDotsPerMeterX(image.dotsPerMeterX());
+  flat.setDotsPerMeterY(image.dotsPerMeterY());
+  return flat;
+}
+
 bool isWhole(const RgbaBitmap& bitmap) {
   if (bitmap.width < 1 || bitmap.height < 1) return false;
   const auto pixels = 1ull * bitmap.width * bitmap.height;
@@ -185,6 +217,27 @@ class QtImageCodec::DecodedImage final : public Image {
     return full.isNull() ? std::nullopt : toBitmap(scaledToSrgb(full, width, height));
   }
 
+  std::vector<std::string> representationTypes() const override {
+    std::vector<std::string> types;
+    for (const auto& each : representations) {
+      types.insert(isOwnFormat(each) ? types.begin() : types.end(), std::string(each.type));
+    }
+    return types;
+  }
+
+  std::optional<Bytes> representation(std::string_view type) const override {
+    const auto found = std::ranges::find(representations, type, &Representation::type);
+    if (found == std::end(representations)) return std::nullopt;
+    if (isOwnFormat(*found)) return encoded_;
+    // Read anew, so that what the file holds is converted once only, to what the format can take.
+    QImage image = Reader(encoded_).read();
+    if (!found->hasTransparency) image = withoutTransparency(std::move(image));
+    constexpr int jpegQuality = 95;
+    constexpr int usual = -1;
+    const bool isJpeg = found->format == std::string_view("jpeg");
+    return encode(image, found->format, isJpeg ? jpegQuality : usual);
+  }
+
   /// Whether a fitted drawing needs no decoding; absent: any.
   bool isReadyFor(std::optional<int> maxDimension) const {
     return isFull_ || !maxDimension || isReadyFor(fittedSize(size_, *maxDimension));
@@ -196,6 +249,10 @@ class QtImageCodec::DecodedImage final : public Image {
   static Shared make(const Bytes& encoded, ImageSize size, QImage pixels, bool isFull) {
     if (pixels.isNull()) return nullptr;
     return std::make_shared<const DecodedImage>(encoded, size, std::move(pixels), isFull);
+  }
+
+  bool isOwnFormat(const Representation& each) const {
+    return recognisedFormat(encoded_.view()) == std::string_view(each.format);
   }
 
   // At least a pixel: an image too narrow for a drawing that fits is an image all the same.
@@ -235,13 +292,7 @@ std::optional<Bytes> QtImageCodec::encodeJpeg(const RgbaBitmap& bitmap, double q
   constexpr int dotsPerMeter = 2835;
   flat.setDotsPerMeterX(dotsPerMeter);
   flat.setDotsPerMeterY(dotsPerMeter);
-  QBuffer buffer;
-  if (!buffer.open(QIODevice::WriteOnly)) return std::nullopt;
-  QImageWriter writer(&buffer, "jpeg");
-  writer.setQuality(static_cast<int>(std::lround(std::clamp(quality, 0.0, 1.0) * 100)));
-  writer.setOptimizedWrite(true);
-  if (!writer.write(flat)) return std::nullopt;
-  return Bytes(buffer.data().toStdString());
+  return encode(flat, "jpeg", static_cast<int>(std::lround(std::clamp(quality, 0.0, 1.0) * 100)));
 }
 
 QtImageCodec::Shared QtImageCodec::decoded(const Bytes& encoded, std::optional<int> maxDimension) {

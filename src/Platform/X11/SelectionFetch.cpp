@@ -20,7 +20,8 @@ std::vector<xcb_atom_t> atomsOf(const std::string& bytes) {
 }  // namespace
 
 SelectionFetch::SelectionFetch(X11Connection& connection, const SelectionLimits& limits,
-                               xcb_window_t owner, xcb_timestamp_t time, SteadyTime now)
+                               xcb_window_t owner, xcb_timestamp_t time, SteadyTime now,
+                               std::uint64_t copyNumber)
     : connection_(connection),
       limits_(limits),
       owner_(owner),
@@ -28,6 +29,7 @@ SelectionFetch::SelectionFetch(X11Connection& connection, const SelectionLimits&
       deadline_(now + limits.totalTimeout),
       window_(connection.createWindow(XCB_EVENT_MASK_PROPERTY_CHANGE)),
       now_(now) {
+  content_.copyNumber = copyNumber;
   request(connection.atom("TARGETS"));
 }
 
@@ -65,6 +67,7 @@ void SelectionFetch::fail(std::string_view reason) {
 
 FetchedContent SelectionFetch::takeContent() {
   if (!content_.text && brokenText_) content_.text = {*std::move(brokenText_), TextEncoding::utf8};
+  content_.isWhole = state_ == State::complete;
   return std::move(content_);
 }
 
@@ -116,6 +119,7 @@ bool SelectionFetch::accept() {
   if (step_ == Step::text) return acceptText();
   if (step_ == Step::image) return acceptImage();
   content_.richText = transfer_->takeContent();
+  content_.richTextTarget = candidates()[candidate_];
   received_ += content_.richText->size();
   return true;
 }
@@ -144,7 +148,8 @@ bool SelectionFetch::acceptImage() {
   auto bytes = transfer_->takeContent();
   if (!beginsLikeImage(bytes)) return false;
   content_.image = std::move(bytes);
-  content_.isTiff = isTiffTarget(candidates()[candidate_]);
+  content_.imageTarget = candidates()[candidate_];
+  content_.isTiff = isTiffTarget(content_.imageTarget);
   return true;
 }
 

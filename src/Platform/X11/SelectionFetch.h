@@ -26,6 +26,15 @@ struct FetchedContent {
   std::optional<std::string> richText;
   std::optional<std::string> image;
   bool isTiff = false;
+  /// The targets that the two came from, as the owner spells them.
+  std::string richTextTarget;
+  std::string imageTarget;
+  /// Everything that was asked for has come.
+  bool isWhole = false;
+  /// Which copy it is, in the order of the copies.
+  std::uint64_t copyNumber = 0;
+  /// The last of our own writes that the copy came after.
+  std::uint64_t writeNumber = 0;
 
   bool hasData() const { return text || richText || image; }
 };
@@ -47,7 +56,7 @@ class SelectionFetch {
 
   /// Starts at once. `time` is the server time of the change of owner.
   SelectionFetch(X11Connection& connection, const SelectionLimits& limits, xcb_window_t owner,
-                 xcb_timestamp_t time, SteadyTime now);
+                 xcb_timestamp_t time, SteadyTime now, std::uint64_t copyNumber = 0);
 
   State state() const { return state_; }
   bool isPending() const { return state_ == State::pending; }
@@ -73,6 +82,8 @@ class SelectionFetch {
   bool isSuperseded() const { return successor_ != XCB_NONE; }
   /// Ends a fetch that a newer one has overtaken.
   void overtake() { fail("a newer copy replaced it"); }
+  /// Ends a fetch whose content nobody is to see any more.
+  void abandon() { fail("its content was replaced by ours"); }
 
   /// What came. Ends the fetch's use of it.
   FetchedContent takeContent();

@@ -59,9 +59,17 @@ void SelectionReader::handleOwner(const xcb_xfixes_selection_notify_event_t& eve
     return;
   }
   for (auto& fetch : fetches_) fetch->supersede(sequence, event.owner);
-  fetches_.push_back(
-      std::make_unique<SelectionFetch>(connection_, limits_, event.owner, event.timestamp, now()));
+  fetches_.push_back(std::make_unique<SelectionFetch>(connection_, limits_, event.owner,
+                                                      event.timestamp, now(), ++copyCount_));
   if (fetches_.size() > maxFetches) fetches_.front()->overtake();
+}
+
+void SelectionReader::abandon() {
+  for (auto& fetch : std::exchange(fetches_, {})) {
+    fetch->abandon();
+    Log::clipboard.info("Gave up reading the clipboard: {}", fetch->failure());
+    retire(fetch->window());
+  }
 }
 
 SelectionFetch* SelectionReader::fetchFor(xcb_window_t window) {

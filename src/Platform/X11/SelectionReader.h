@@ -26,7 +26,12 @@ class SelectionReader {
   /// Watches from this moment on: copies made after the return are seen.
   SelectionReader(X11Connection& connection, const SelectionLimits& limits, Receiver receiver);
 
+  /// Changes of owner that come from this program are for the caller to leave out.
   void handle(const xcb_generic_event_t& event);
+  /// Drops what is under way: nothing of it is handed over.
+  void abandon();
+  /// How many copies there have been; see FetchedContent::copyNumber.
+  std::uint64_t copyCount() const { return copyCount_; }
   /// The next moment at which expire() has something to do; absent when nothing is pending.
   std::optional<SteadyTime> deadline() const;
   void expire();
@@ -50,6 +55,7 @@ class SelectionReader {
   // The oldest first. All but the last are superseded.
   std::deque<std::unique_ptr<SelectionFetch>> fetches_;
   std::deque<Retired> retired_;
+  std::uint64_t copyCount_ = 0;
 };
 
 }  // namespace stowboard

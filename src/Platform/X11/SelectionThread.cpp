@@ -26,30 +26,55 @@ int millisecondsUntil(std::optional<SteadyTime> deadline) {
 
 }  // namespace
 
-std::unique_ptr<SelectionThread> SelectionThread::start(const std::string& display,
-                                                        const SelectionLimits& limits,
-                                                        SelectionReader::Receiver receiver,
-                                                        std::function<void()> onConnectionLost) {
+std::unique_ptr<SelectionThread> SelectionThread::create(const std::string& display,
+                                                         const SelectionLimits& limits,
+                                                         const ServingTimes& times,
+                                                         SelectionReader::Receiver receiver,
+                                                         std::function<void()> onConnectionLost) {
   auto connection = X11Connection::open(display);
   if (!connection) return nullptr;
   return std::unique_ptr<SelectionThread>(new SelectionThread(
-      std::move(connection), limits, std::move(receiver), std::move(onConnectionLost)));
+      std::move(connection), limits, times, std::move(receiver), std::move(onConnectionLost)));
 }
 
 SelectionThread::SelectionThread(std::unique_ptr<X11Connection> connection,
-                                 const SelectionLimits& limits, SelectionReader::Receiver receiver,
+                                 const SelectionLimits& limits, const ServingTimes& times,
+                                 SelectionReader::Receiver receiver,
                                  std::function<void()> onConnectionLost)
     : connection_(std::move(connection)),
-      reader_(*connection_, limits, std::move(receiver)),
+      session_(*connection_, limits, times, std::move(receiver),
+               [this](std::function<void()> work, std::function<void()> finish) {
+                 encode(std::move(work), std::move(finish));
+               }),
       onConnectionLost_(std::move(onConnectionLost)),
-      wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
-      thread_(startSignalFreeThread("selection", [this] { run(); })) {}
+      wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 SelectionThread::~SelectionThread() {
+  end();
+  close(wakeUp_);
+}
+
+void SelectionThread::start() {
+  thread_ = startSignalFreeThread("selection", [this] {
+    run();
+    hasEnded_ = true;
+  });
+}
+
+void SelectionThread::end() {
+  if (!thread_.joinable()) return;
+  post([](SelectionSession& session) { session.handOver([] {}); });
   isEnding_ = true;
   wake();
   thread_.join();
-  close(wakeUp_);
+}
+
+void SelectionThread::post(Command command) {
+  {
+    const std::lock_guard lock(mutex_);
+    commands_.push_back(std::move(command));
+  }
+  wake();
 }
 
 void SelectionThread::wake() {
@@ -58,15 +83,33 @@ void SelectionThread::wake() {
 }
 
 void SelectionThread::run() {
-  while (!isEnding_) {
+  while (!isDone()) {
     xcb_flush(connection_->xcb());
+    const bool didRun = runCommands();
     const bool didHandle = handleEvents();
     const bool didExpire = expireDeadlines();
     if (connection_->isBroken()) return onConnectionLost_();
     // Handling may have left requests unsent, or have read further events into xcb's queue, of
     // which poll() would not know.
-    if (!didHandle && !didExpire) sleep();
+    if (!didRun && !didHandle && !didExpire) sleep();
   }
+  xcb_flush(connection_->xcb());
+}
+
+bool SelectionThread::isDone() {
+  if (!isEnding_) return false;
+  const std::lock_guard lock(mutex_);
+  return commands_.empty() && !session_.isHandingOver();
+}
+
+bool SelectionThread::runCommands() {
+  std::vector<Command> commands;
+  {
+    const std::lock_guard lock(mutex_);
+    commands.swap(commands_);
+  }
+  for (const auto& command : commands) command(session_);
+  return !commands.empty();
 }
 
 bool SelectionThread::handleEvents() {
@@ -74,22 +117,32 @@ bool SelectionThread::handleEvents() {
   while (count < maxEventsAtOnce) {
     const auto event = connection_->nextEvent();
     if (!event) break;
-    reader_.handle(*event);
+    session_.handle(*event);
     ++count;
   }
   return count > 0;
 }
 
 bool SelectionThread::expireDeadlines() {
-  const auto deadline = reader_.deadline();
+  const auto deadline = session_.deadline();
   if (!deadline || *deadline > std::chrono::steady_clock::now()) return false;
-  reader_.expire();
+  session_.expire();
   return true;
 }
 
 void SelectionThread::sleep() {
   pollfd sources[] = {{connection_->fileDescriptor(), POLLIN, 0}, {wakeUp_, POLLIN, 0}};
-  poll(sources, std::size(sources), millisecondsUntil(reader_.deadline()));
+  poll(sources, std::size(sources), millisecondsUntil(session_.deadline()));
+  eventfd_t ignored = 0;
+  if ((sources[1].revents & POLLIN) != 0) eventfd_read(wakeUp_, &ignored);
+}
+
+void SelectionThread::encode(std::function<void()> work, std::function<void()> finish) {
+  encoding_.async([this, work = std::move(work), finish = std::move(finish)] {
+    if (hasEnded_) return;
+    work();
+    post([finish](SelectionSession&) { finish(); });
+  });
 }
 
 }  // namespace stowboard

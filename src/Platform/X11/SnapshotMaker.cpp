@@ -30,11 +30,13 @@ std::shared_ptr<const ClipboardSnapshot> SnapshotMaker::make(FetchedContent cont
   }
   if (auto& richText = content.richText) {
     snapshot->richText = sharedWith(previous_->richText, std::move(*richText));
+    snapshot->named.emplace_back(std::move(content.richTextTarget), *snapshot->richText);
   }
   if (auto& image = content.image) {
     auto ClipboardSnapshot::*const format =
         content.isTiff ? &ClipboardSnapshot::tiff : &ClipboardSnapshot::png;
     (*snapshot).*format = sharedWith((*previous_).*format, std::move(*image));
+    snapshot->named.emplace_back(std::move(content.imageTarget), *((*snapshot).*format));
     decodeImage(*snapshot);
   }
   previous_ = snapshot;

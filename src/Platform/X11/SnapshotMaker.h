@@ -1,27 +1,12 @@
 #pragma once
 
 #include <memory>
-#include <optional>
-#include <string>
-#include <vector>
 
-#include "Base/Bytes.h"
-#include "Base/Text.h"
 #include "Platform/Image.h"
+#include "Platform/X11/ClipboardSnapshot.h"
 #include "Platform/X11/SelectionFetch.h"
 
 namespace stowboard {
-
-/// One content of the clipboard, ready to be read without waiting. Immutable.
-struct ClipboardSnapshot {
-  std::optional<std::vector<std::string>> types;
-  std::optional<Bytes> tiff;
-  std::optional<Bytes> png;
-  std::optional<Bytes> richText;
-  std::optional<Text> text;
-  /// Kept so that decoding the same bytes again is free; see ImageCodec::decode().
-  std::shared_ptr<const Image> image;
-};
 
 /// Makes snapshots out of fetched contents: decodes what is large to decode before anybody on the
 /// main thread asks. One thread at a time.

@@ -39,6 +39,10 @@ class RecordingCodec : public ImageCodec {
   struct Picture : Image {
     ImageSize size() const override { return {1, 1}; }
     std::optional<RgbaBitmap> draw(int, int) const override { return std::nullopt; }
+    std::vector<std::string> representationTypes() const override { return {"image/png"}; }
+    std::optional<Bytes> representation(std::string_view type) const override {
+      return type == "image/png" ? std::optional(Bytes("encoded")) : std::nullopt;
+    }
   };
 
   std::shared_ptr<const Image> decode(const Bytes&) override { return nullptr; }

@@ -1,0 +1,94 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+
+#include "Platform/X11/SelectionClaim.h"
+#include "Platform/X11/SelectionReader.h"
+#include "Platform/X11/SelectionServer.h"
+#include "Platform/X11/X11Connection.h"
+
+namespace stowboard {
+
+/// How we behave as an owner of selections.
+struct ServingTimes {
+  /// What a requester may take from one chunk of an incremental transfer to the next.
+  std::chrono::milliseconds requesterTimeout{30000};
+  /// How long the clipboard may be without an owner before we take it.
+  std::chrono::milliseconds settling{150};
+  /// What the clipboard manager has for saving our content when we end.
+  std::chrono::milliseconds handOver{1000};
+};
+
+/// All that the selection thread has to do with the other programs: reads what they copy, owns and
+/// serves what we write, and keeps content alive whose program has ended. Which of two owners came
+/// later is decided here alone, by the server's times and the order of its events.
+class SelectionSession {
+ public:
+  SelectionSession(X11Connection& connection, const SelectionLimits& limits,
+                   const ServingTimes& times, SelectionReader::Receiver receiver,
+                   SelectionServer::Background background);
+
+  void handle(const xcb_generic_event_t& event);
+  /// The next moment at which expire() has something to do; absent when nothing is pending.
+  std::optional<SteadyTime> deadline() const;
+  void expire();
+
+  /// Write number `number` has begun: from this moment on the clipboard is meant to be ours, and
+  /// what other programs copied before does not count any more. Numbers rise.
+  void beginWrite(std::uint64_t number);
+  /// Its content; may come again. Without effect when another program has copied since.
+  void provide(std::uint64_t number, std::shared_ptr<SelectionOffer> offer);
+  /// Takes PRIMARY too, until somebody else does.
+  void offerPrimary(std::shared_ptr<SelectionOffer> offer);
+  /// What a copy, by FetchedContent::copyNumber, is to be offered as should its owner end.
+  void keep(std::uint64_t copyNumber, std::shared_ptr<SelectionOffer> offer);
+
+  /// Has the clipboard manager save what we own; calls `done` at the end of that, which may be at
+  /// once. Copies are not read any more.
+  void handOver(std::function<void()> done);
+  bool isHandingOver() const { return handOverEnd_.has_value(); }
+
+ private:
+  enum class Takeover {
+    none,
+    /// The owner has ended a moment ago.
+    settling,
+    /// Time is up, but the content is still being prepared.
+    due,
+  };
+
+  void handleOwner(const xcb_xfixes_selection_notify_event_t& event, std::uint32_t sequence);
+  void handleLoss(const xcb_xfixes_selection_notify_event_t& event);
+  void forgetCopy();
+  void takeOverWhenReady();
+  xcb_window_t clipboardManager();
+
+  void proceedHandOver();
+  void requestSaving();
+  void endHandOver();
+
+  X11Connection& connection_;
+  const ServingTimes times_;
+  SelectionReader reader_;
+  const xcb_window_t window_;
+  SelectionClaim clipboard_;
+  SelectionClaim primary_;
+  SelectionServer server_;
+  std::uint64_t writeNumber_ = 0;
+
+  Takeover takeover_ = Takeover::none;
+  SteadyTime settlingEnd_;
+  std::uint64_t keptCopy_ = 0;
+  std::shared_ptr<SelectionOffer> kept_;
+
+  bool isLeaving_ = false;
+  bool isSavingRequested_ = false;
+  std::optional<SteadyTime> handOverEnd_;
+  std::vector<std::function<void()>> onHandedOver_;
+};
+
+}  // namespace stowboard
