@@ -17,6 +17,15 @@ namespace stowboard {
 
 namespace {
 
+// The server does not send core MappingNotify events to a connection that uses XKB.
+void followMap(xcb_connection_t* connection) {
+  constexpr std::uint16_t events =
+      XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
+  constexpr std::uint16_t parts = XCB_XKB_MAP_PART_KEY_SYMS | XCB_XKB_MAP_PART_MODIFIER_MAP;
+  xcb_xkb_select_events(connection, XCB_XKB_ID_USE_CORE_KBD, events, 0, events, parts, parts,
+                        nullptr);
+}
+
 // A key that is held then sends presses only, without a release before each.
 void askDetectableRepeat(xcb_connection_t* connection) {
   constexpr std::uint32_t detectable = XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT;
@@ -79,7 +88,11 @@ std::unique_ptr<X11HotKeys> X11HotKeys::create(RunLoop& loop, const std::string&
 
 X11HotKeys::X11HotKeys(std::unique_ptr<X11Connection> connection, RunLoop& loop)
     : connection_(std::move(connection)), keyboard_(X11KeyboardMap::read(xcb())) {
-  askDetectableRepeat(xcb());
+  if (const auto* xkb = xcb_get_extension_data(connection_->xcb(), &xcb_xkb_id); xkb->present) {
+    firstXkbEvent_ = xkb->first_event;
+    followMap(xcb());
+    askDetectableRepeat(xcb());
+  }
   events_ = std::make_unique<Events>(*this, loop);
   events_->handleQueuedLater();
 }
@@ -159,7 +172,10 @@ void X11HotKeys::ungrab(const Chord& chord) {
 }
 
 void X11HotKeys::handle(const xcb_generic_event_t& event) {
-  switch (event.response_type & 0x7f) {
+  const auto type = event.response_type & 0x7f;
+  // All XKB events have one number; others than those of the map are not asked for.
+  if (type == firstXkbEvent_) keyboardChanged_ = true;
+  switch (type) {
     case XCB_KEY_PRESS:
       handlePress(reinterpret_cast<const xcb_key_press_event_t&>(event));
       break;

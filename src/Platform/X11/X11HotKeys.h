@@ -82,6 +82,7 @@ class X11HotKeys final : public HotKeyCenter {
   X11KeySet pressed_;
   /// The key whose release gives the keyboard back.
   xcb_keycode_t grabbingKey_ = 0;
+  int firstXkbEvent_ = -1;
   bool keyboardChanged_ = false;
   // Ends before the rest: it calls handle().
   std::unique_ptr<Events> events_;
