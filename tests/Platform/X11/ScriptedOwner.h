@@ -126,19 +126,25 @@ class ScriptedOwner {
 
   void run() {
     while (!isEnding_ && !hasDied_) {
+      // Before the events are looked at: a flush can read some into xcb's queue.
+      xcb_flush(connection_);
+      bool didAnything = isReleased_ && !held_.empty();
+      if (isReleased_) answerHeld();
       while (auto* event = hasDied_ ? nullptr : xcb_poll_for_event(connection_)) {
         handle(*event);
         std::free(event);
+        didAnything = true;
       }
-      if (isReleased_) answerHeld();
-      if (hasDied_) return;
-      xcb_flush(connection_);
-      isIdle_ = transfers_.empty() && held_.empty();
-      pollfd sources[] = {{xcb_get_file_descriptor(connection_), POLLIN, 0}, {wakeUp_, POLLIN, 0}};
-      poll(sources, 2, -1);
-      eventfd_t ignored = 0;
-      if ((sources[1].revents & POLLIN) != 0) eventfd_read(wakeUp_, &ignored);
+      if (!didAnything) sleep();
     }
+  }
+
+  void sleep() {
+    isIdle_ = transfers_.empty() && held_.empty();
+    pollfd sources[] = {{xcb_get_file_descriptor(connection_), POLLIN, 0}, {wakeUp_, POLLIN, 0}};
+    poll(sources, 2, -1);
+    eventfd_t ignored = 0;
+    if ((sources[1].revents & POLLIN) != 0) eventfd_read(wakeUp_, &ignored);
   }
 
   void handle(const xcb_generic_event_t& event) {
