@@ -24,6 +24,8 @@ class InertPasteboard : public Pasteboard {
 class InertWorkspace : public Workspace {
  public:
   std::optional<RunningApplication> frontmostApplication() const override { return std::nullopt; }
+  bool isTerminated(const RunningApplication&) const override { return true; }
+  bool activate(const RunningApplication&) override { return false; }
 };
 
 }  // namespace stowboard

@@ -28,6 +28,15 @@ class Workspace {
   /// system does not say.
   virtual std::optional<RunningApplication> frontmostApplication() const = 0;
 
+  /// Whether it has ended. An application whose window was closed counts as ended, whatever else
+  /// runs of it.
+  virtual bool isTerminated(const RunningApplication& application) const = 0;
+
+  /// Asks the window system to bring its window to the front, on the user's behalf: from another
+  /// desktop and out of its icon. Returns at once; false when it cannot be asked, as for a window
+  /// that is gone. The window system may still refuse.
+  virtual bool activate(const RunningApplication& application) = 0;
+
   /// Called on the main thread with each application that comes to the front. Our own included;
   /// the moment without any front window between two applications is not reported.
   std::function<void(const RunningApplication&)> onDidActivate;

@@ -96,7 +96,7 @@ TEST_F(DependencyContainerTest, ClearingTheHistoryRemovesItsFile) {
 TEST_F(DependencyContainerTest, AnApplicationExcludedLaterIsSkippedFromTheNextCopyOn) {
   const DependencyContainer container(platform_);
   container.clipboardMonitor().start();
-  workspace().activate("org.example.Vault");
+  workspace().bringToFront("org.example.Vault");
   pasteboard().copyText("a");
   AppSettings settings;
   settings.excludedBundleIds = {"org.example.Vault"};

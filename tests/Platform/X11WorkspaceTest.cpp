@@ -151,6 +151,10 @@ class RealWorkspaceHarness {
   void leaveFront() {
     for (const auto& [id, window] : windows_) client_.iconify(window);
   }
+  void close(const std::string& id) {
+    client_.close(windows_[id]);
+    windows_.erase(id);
+  }
   bool comesToFront(const std::string& id, std::int64_t processIdentifier = 0) {
     return turnUntil([&] {
       const auto application = workspace_->frontmostApplication();

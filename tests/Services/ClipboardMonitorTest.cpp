@@ -208,9 +208,9 @@ TEST_F(ClipboardMonitorTest, SkipsCopiesMadeInAnExcludedApplicationForGood) {
   settings.excludedBundleIds = {"org.example.Vault"};
   state_->updateSettings(settings);
   LogCapture log;
-  workspace_.activate("org.example.Vault");
+  workspace_.bringToFront("org.example.Vault");
   pasteboard_.copyText("secret");
-  workspace_.activate("org.example.Editor");
+  workspace_.bringToFront("org.example.Editor");
   runLoop_.advance(5s);
   EXPECT_THAT(history(), IsEmpty());
   EXPECT_THAT(log.lines(), ElementsAre(excluded));

@@ -22,7 +22,7 @@ TEST(FrontmostAppProvider, AsksTheDesktopAfresh) {
   FakeWorkspace workspace;
   const FrontmostAppProvider provider(workspace);
   EXPECT_EQ(provider.frontmostBundleId(), std::nullopt);
-  workspace.activate("org.example.Vault");
+  workspace.bringToFront("org.example.Vault");
   EXPECT_EQ(provider.frontmostBundleId(), "org.example.Vault");
   workspace.setFrontmost(RunningApplication{});
   EXPECT_EQ(provider.frontmostBundleId(), std::nullopt);

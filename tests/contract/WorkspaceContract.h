@@ -10,8 +10,8 @@
 namespace stowboard {
 
 /// What every Workspace has to hold. A Harness has workspace(); activate(id), which brings an
-/// application of that id to the front; leaveFront(), after which none is there; and
-/// turnUntil(condition).
+/// application of that id to the front; leaveFront(), after which none is there; close(id), which
+/// ends it; and turnUntil(condition).
 template <typename Harness>
 class WorkspaceContract : public ::testing::Test {
  protected:
@@ -77,7 +77,26 @@ TYPED_TEST_P(WorkspaceContract, LetsACallbackReplaceItself) {
   EXPECT_EQ(first, "org.example.One");
 }
 
+TYPED_TEST_P(WorkspaceContract, ActivatesAnApplicationUntilItEnds) {
+  auto& harness = this->harness_;
+  auto& workspace = harness.workspace();
+  harness.activate("org.example.One");
+  const auto one = workspace.frontmostApplication();
+  ASSERT_TRUE(one);
+  harness.activate("org.example.Two");
+  EXPECT_FALSE(workspace.isTerminated(*one));
+  EXPECT_TRUE(workspace.activate(*one));
+  EXPECT_TRUE(this->isFrontmost("org.example.One"));
+  harness.leaveFront();
+  EXPECT_TRUE(workspace.activate(*one));
+  EXPECT_TRUE(this->isFrontmost("org.example.One"));
+  harness.close("org.example.One");
+  EXPECT_TRUE(harness.turnUntil([&] { return workspace.isTerminated(*one); }));
+  EXPECT_FALSE(workspace.activate(*one));
+}
+
 REGISTER_TYPED_TEST_SUITE_P(WorkspaceContract, NamesTheApplicationInFrontAndReportsEachThatComes,
-                            AnswersWithNoneInFrontButDoesNotReportIt, LetsACallbackReplaceItself);
+                            AnswersWithNoneInFrontButDoesNotReportIt, LetsACallbackReplaceItself,
+                            ActivatesAnApplicationUntilItEnds);
 
 }  // namespace stowboard

@@ -2,9 +2,11 @@
 
 #include <functional>
 
+#include "contract/HotKeyCenterContract.h"
 #include "contract/ImageCodecContract.h"
 #include "contract/RunLoopContract.h"
 #include "contract/WorkspaceContract.h"
+#include "fakes/FakeHotKeyCenter.h"
 #include "fakes/FakeImageCodec.h"
 #include "fakes/FakeRunLoop.h"
 #include "fakes/FakeWorkspace.h"
@@ -30,8 +32,13 @@ class FakeRunLoopHarness {
 class FakeWorkspaceHarness {
  public:
   Workspace& workspace() { return workspace_; }
-  void activate(const std::string& id) { workspace_.activate(id); }
+  void activate(const std::string& id) { workspace_.bringToFront(id); }
   void leaveFront() { workspace_.setFrontmost(std::nullopt); }
+  void close(const std::string& id) {
+    RunningApplication application;
+    application.bundleIdentifier = id;
+    workspace_.terminated.push_back(application);
+  }
   bool turnUntil(const std::function<bool()>& condition) { return condition(); }
 
  private:
@@ -47,6 +54,19 @@ class FakeImageCodecHarness {
   FakeImageCodec codec_;
 };
 
+class FakeHotKeyHarness {
+ public:
+  HotKeyCenter& center() { return center_; }
+  void press(const HotKeyConfig& config) { center_.press(config); }
+  void holdElsewhere(const HotKeyConfig& config) { center_.taken = {config}; }
+  void releaseElsewhere(const HotKeyConfig&) { center_.taken.clear(); }
+  bool turnUntil(const std::function<bool()>& condition) { return condition(); }
+
+ private:
+  FakeHotKeyCenter center_;
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, HotKeyCenterContract, FakeHotKeyHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, RunLoopContract, FakeRunLoopHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, WorkspaceContract, FakeWorkspaceHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, ImageCodecContract, FakeImageCodecHarness);

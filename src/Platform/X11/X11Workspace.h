@@ -9,6 +9,8 @@
 
 namespace stowboard {
 
+class X11Desktop;
+
 /// The applications on an X11 desktop whose window manager follows EWMH.
 ///
 /// What is in front is the window manager's _NET_ACTIVE_WINDOW. Without a window manager, or with
@@ -32,16 +34,25 @@ class X11Workspace final : public Workspace {
   ~X11Workspace() override;
 
   std::optional<RunningApplication> frontmostApplication() const override;
+  bool isTerminated(const RunningApplication& application) const override;
+  bool activate(const RunningApplication& application) override;
+
+  /// The window that activate() was asked for, until it is in front, for a second at most; 0 when
+  /// there is none.
+  std::uint64_t awaitedWindow() const;
 
  private:
-  class Desktop;
   class Events;
 
-  explicit X11Workspace(std::unique_ptr<Desktop> desktop, RunLoop& loop);
+  explicit X11Workspace(std::unique_ptr<X11Desktop> desktop, RunLoop& loop);
   void report();
+  void requestActivation(std::uint32_t time);
 
-  const std::unique_ptr<Desktop> desktop_;
+  const std::unique_ptr<X11Desktop> desktop_;
+  RunLoop& loop_;
   std::optional<RunningApplication> lastReported_;
+  std::uint64_t awaitedWindow_ = 0;
+  RunLoop::TimePoint awaitedSince_{};
   // Ends before the rest: it calls report().
   std::unique_ptr<Events> events_;
 };

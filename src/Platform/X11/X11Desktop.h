@@ -1,0 +1,86 @@
+#pragma once
+
+#include <xcb/res.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "Platform/ApplicationIdentifying.h"
+#include "Platform/Workspace.h"
+#include "Platform/X11/X11Connection.h"
+
+namespace stowboard {
+
+/// What the X server and the window manager tell of the windows on the desktop, asked anew each
+/// time on a connection of its own. One thread at a time.
+class X11Desktop {
+ public:
+  /// `display` empty: $DISPLAY. Null when no X server can be reached. `applications` must outlive
+  /// the desktop.
+  static std::unique_ptr<X11Desktop> open(const ApplicationIdentifying& applications,
+                                          const std::string& display);
+
+  X11Connection& connection() const { return *connection_; }
+  xcb_connection_t* xcb() const { return connection_->xcb(); }
+
+  /// Has the server send the events that movesTheFront() knows.
+  void followFront();
+  bool movesTheFront(const xcb_generic_event_t& event) const;
+
+  /// The application of the active window (_NET_ACTIVE_WINDOW). Absent when there is none, or no
+  /// window manager that follows EWMH.
+  std::optional<RunningApplication> frontmost() const;
+
+  /// The class of WM_CLASS; empty when the window has none or is gone.
+  std::string windowClass(xcb_window_t window) const;
+  bool exists(xcb_window_t window) const;
+  /// Whether key events go to the window or to one inside it.
+  bool hasInputFocus(xcb_window_t window) const;
+  /// Whether one program owns both the clipboard and the primary selection.
+  bool primaryFollowsClipboard() const;
+
+  /// Makes the server tell its time: serverTime() knows the event and gives the time.
+  void askServerTime();
+  std::optional<xcb_timestamp_t> serverTime(const xcb_generic_event_t& event) const;
+  /// Asks the window manager to bring the window to the front, as a pager does on the user's
+  /// behalf: from its desktop and out of its icon (EWMH, _NET_ACTIVE_WINDOW).
+  void requestActivation(xcb_window_t window, xcb_timestamp_t time);
+
+ private:
+  struct Atoms {
+    explicit Atoms(X11Connection& connection);
+
+    xcb_atom_t managerCheck;
+    xcb_atom_t activeWindow;
+    xcb_atom_t desktopFile;
+    xcb_atom_t gtkApplicationId;
+    xcb_atom_t processIdentifier;
+    xcb_atom_t serverTime;
+  };
+
+  X11Desktop(std::unique_ptr<X11Connection> connection, const ApplicationIdentifying& applications);
+
+  bool queryResources() const;
+  xcb_get_property_cookie_t ask(xcb_window_t window, xcb_atom_t property) const;
+  std::optional<std::string> content(xcb_get_property_cookie_t asked) const;
+  std::string text(xcb_get_property_cookie_t asked) const;
+  std::uint32_t number(xcb_get_property_cookie_t asked) const;
+  xcb_res_query_client_ids_cookie_t askProcess(xcb_window_t window) const;
+  std::uint32_t processOfConnection(xcb_res_query_client_ids_cookie_t asked) const;
+  std::int64_t localProcess(const std::string& machine, std::uint32_t ofConnection,
+                            std::uint32_t ofWindow) const;
+  std::optional<RunningApplication> identify(xcb_window_t window) const;
+  xcb_window_t parentOf(xcb_window_t window) const;
+  xcb_window_t selectionOwner(xcb_atom_t selection) const;
+
+  const std::unique_ptr<X11Connection> connection_;
+  const ApplicationIdentifying& applications_;
+  const std::string host_;
+  const Atoms atoms_;
+  const bool tellsProcesses_;
+  /// Never shown; its property changes carry the server's time.
+  const xcb_window_t clock_;
+};
+
+}  // namespace stowboard
