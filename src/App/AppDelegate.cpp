@@ -9,10 +9,9 @@ namespace stowboard {
 void AppDelegate::applicationDidFinishLaunching() {
   if (isRunningTests(*platform_.bundle)) return;
   // Nothing keeps the poll alive here: Linux neither naps nor throttles a background process.
-  auto coordinator =
-      std::make_unique<AppCoordinator>(std::make_unique<DependencyContainer>(platform_));
+  const auto coordinator = AppCoordinator::create(std::make_unique<DependencyContainer>(platform_));
   coordinator->start();
-  coordinator_ = std::move(coordinator);
+  coordinator_ = coordinator;
   Log::app.info("Stowboard launched");
 }
 

@@ -19,12 +19,15 @@ class AppDelegate {
   /// Waits until what was recorded is on disk. May be called more than once.
   void applicationWillTerminate();
 
+  /// Null until the program has been launched.
+  const std::shared_ptr<AppCoordinator>& coordinator() const { return coordinator_; }
+
   /// Whether a unit-test runner hosts the program, which then does nothing.
   static bool isRunningTests(const Bundle& bundle);
 
  private:
   const Platform& platform_;
-  std::unique_ptr<AppCoordinator> coordinator_;
+  std::shared_ptr<AppCoordinator> coordinator_;
 };
 
 }  // namespace stowboard

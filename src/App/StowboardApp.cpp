@@ -28,11 +28,18 @@ void endWithTheSession() {
   ::_exit(EXIT_SUCCESS);
 }
 
-// The rest is wired where it exists.
-DBusApplication::Actions busActions() {
+DBusApplication::Actions busActions(const AppDelegate& delegate) {
   DBusApplication::Actions actions;
-  actions.showHistory = [] { Log::app.info("Asked to show the history"); };
-  actions.paste = [](int digit) { Log::app.info("Asked to paste clip {}", digit); };
+  const std::weak_ptr<AppCoordinator> weakCoordinator = delegate.coordinator();
+  const auto ask = [weakCoordinator](auto operation) {
+    return [weakCoordinator, operation](auto... arguments) {
+      if (const auto coordinator = weakCoordinator.lock()) operation(*coordinator, arguments...);
+    };
+  };
+  actions.showHistory = ask([](AppCoordinator& coordinator) { coordinator.showHistory(); });
+  actions.openSettings = ask([](AppCoordinator& coordinator) { coordinator.openSettings(); });
+  actions.paste =
+      ask([](AppCoordinator& coordinator, int digit) { coordinator.directPasteClip(digit - 1); });
   actions.quit = [] { QCoreApplication::quit(); };
   return actions;
 }
@@ -45,7 +52,7 @@ int runApplication(QApplication& application, const Platform& platform, SingleIn
   runningDelegate = &delegate;
   std::atexit(endWithTheSession);
   delegate.applicationDidFinishLaunching();
-  instance.serve(*platform.runLoop, busActions());
+  instance.serve(*platform.runLoop, busActions(delegate));
   const int status = QApplication::exec();
   delegate.applicationWillTerminate();
   runningDelegate = nullptr;

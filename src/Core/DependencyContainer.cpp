@@ -4,6 +4,8 @@
 #include <string>
 #include <utility>
 
+#include "Services/LoginItemService.h"
+
 namespace stowboard {
 
 namespace {
@@ -26,13 +28,32 @@ std::unique_ptr<ClipboardMonitor> makeMonitor(const Platform& platform,
       *platform.imageCodec, *platform.runLoop);
 }
 
+std::unique_ptr<PasteSimulator> makeSimulator(const Platform& platform,
+                                              const std::shared_ptr<AppState>& appState,
+                                              ClipboardMonitoring& monitor,
+                                              PermissionHelper& permission) {
+  auto settings = [weakState = std::weak_ptr(appState)] {
+    const std::shared_ptr<AppState> state = weakState.lock();
+    return state ? state->settings() : AppSettings::defaults;
+  };
+  return std::make_unique<PasteSimulator>(
+      PasteSimulator::Ports{*platform.pasteboard, *platform.imageCodec, *platform.workspace,
+                            *platform.keyEventPoster, *platform.runLoop,
+                            platform.bundle->identifier()},
+      monitor, permission, std::move(settings));
+}
+
 }  // namespace
 
 DependencyContainer::DependencyContainer(const Platform& platform)
     : storage_(std::make_shared<StorageManager>(platform.bundle->applicationSupportFolder() /
                                                 "Stowboard")),
       appState_(loadState(*storage_)),
-      clipboardMonitor_(makeMonitor(platform, appState_)) {
+      clipboardMonitor_(makeMonitor(platform, appState_)),
+      hotKeyManager_(std::make_unique<HotKeyManager>(*platform.hotKeyCenter, *platform.runLoop)),
+      permissionHelper_(std::make_unique<PermissionHelper>(*platform.accessibilityTrust)),
+      pasteSimulator_(makeSimulator(platform, appState_, *clipboardMonitor_, *permissionHelper_)),
+      loginItemService_(std::make_unique<LoginItemService>(*platform.loginItems)) {
   bindPersistence();
 }
 

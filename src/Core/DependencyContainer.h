@@ -6,7 +6,11 @@
 #include "Core/AppState.h"
 #include "Platform/Platform.h"
 #include "Services/ClipboardMonitor.h"
+#include "Services/HotKeyManager.h"
+#include "Services/LoginItemServicing.h"
+#include "Services/PasteSimulator.h"
 #include "Services/StorageManager.h"
+#include "Utils/PermissionHelper.h"
 
 namespace stowboard {
 
@@ -23,6 +27,10 @@ class DependencyContainer {
   const std::shared_ptr<AppState>& appState() const { return appState_; }
   StorageManager& storage() const { return *storage_; }
   ClipboardMonitor& clipboardMonitor() const { return *clipboardMonitor_; }
+  HotKeyManager& hotKeyManager() const { return *hotKeyManager_; }
+  PermissionHelper& permissionHelper() const { return *permissionHelper_; }
+  PasteSimulator& pasteSimulator() const { return *pasteSimulator_; }
+  LoginItemServicing& loginItemService() const { return *loginItemService_; }
 
  private:
   void bindPersistence();
@@ -31,6 +39,10 @@ class DependencyContainer {
   const std::shared_ptr<StorageManager> storage_;
   const std::shared_ptr<AppState> appState_;
   const std::unique_ptr<ClipboardMonitor> clipboardMonitor_;
+  const std::unique_ptr<HotKeyManager> hotKeyManager_;
+  const std::unique_ptr<PermissionHelper> permissionHelper_;
+  const std::unique_ptr<PasteSimulator> pasteSimulator_;
+  const std::unique_ptr<LoginItemServicing> loginItemService_;
   Cancellables cancellables_;
 };
 

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "Platform/AccessibilityTrust.h"
+#include "Platform/HotKeyCenter.h"
+#include "Platform/KeyEventPoster.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/Workspace.h"
 
@@ -26,6 +29,30 @@ class InertWorkspace : public Workspace {
   std::optional<RunningApplication> frontmostApplication() const override { return std::nullopt; }
   bool isTerminated(const RunningApplication&) const override { return true; }
   bool activate(const RunningApplication&) override { return false; }
+};
+
+/// Hot keys on a system without global ones: every registration is refused.
+class InertHotKeyCenter : public HotKeyCenter {
+ public:
+  static constexpr Status unavailable = -1;
+  Status installEventHandler(Handler) override { return noError; }
+  Registration registerHotKey(const HotKeyConfig&, const HotKeyIdentity&) override {
+    return {unavailable, 0};
+  }
+  void unregisterHotKey(Reference) override {}
+};
+
+/// A system to whose applications no key event can be sent.
+class InertKeyEventPoster : public KeyEventPoster {
+ public:
+  std::unique_ptr<Source> createSource() override { return nullptr; }
+  void post(const KeyEvent&) override {}
+};
+
+class InertAccessibilityTrust : public AccessibilityTrust {
+ public:
+  bool isTrusted() const override { return false; }
+  void openSettings() override {}
 };
 
 }  // namespace stowboard

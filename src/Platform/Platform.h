@@ -2,8 +2,12 @@
 
 #include <memory>
 
+#include "Platform/AccessibilityTrust.h"
 #include "Platform/Bundle.h"
+#include "Platform/HotKeyCenter.h"
 #include "Platform/Image.h"
+#include "Platform/KeyEventPoster.h"
+#include "Platform/LoginItems.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/RunLoop.h"
 #include "Platform/Workspace.h"
@@ -20,6 +24,10 @@ struct Platform {
   std::unique_ptr<ImageCodec> imageCodec;
   std::unique_ptr<Workspace> workspace;
   std::unique_ptr<Pasteboard> pasteboard;
+  std::unique_ptr<HotKeyCenter> hotKeyCenter;
+  std::unique_ptr<KeyEventPoster> keyEventPoster;
+  std::unique_ptr<AccessibilityTrust> accessibilityTrust;
+  std::unique_ptr<LoginItems> loginItems;
 };
 
 }  // namespace stowboard

@@ -6,9 +6,11 @@
 
 #include "Base/Log.h"
 #include "Platform/Desktop/InstalledApplications.h"
+#include "Platform/Desktop/XdgAutostart.h"
 #include "Platform/Inert.h"
 #include "Platform/Qt/QtImageCodec.h"
 #include "Platform/Qt/QtRunLoop.h"
+#include "Platform/X11/X11HotKeys.h"
 #include "Platform/X11/X11Pasteboard.h"
 #include "Platform/X11/X11Workspace.h"
 
@@ -54,6 +56,12 @@ std::unique_ptr<Pasteboard> selectPasteboard(RunLoop& runLoop, ImageCodec& image
   return std::make_unique<InertPasteboard>();
 }
 
+std::unique_ptr<HotKeyCenter> selectHotKeyCenter(RunLoop& runLoop) {
+  if (auto center = X11HotKeys::create(runLoop)) return center;
+  Log::app.error("No global hot keys: the X server does not offer what they need");
+  return std::make_unique<InertHotKeyCenter>();
+}
+
 void logChoice(const DisplaySelection& display, const Bundle& bundle) {
   Log::app.info("Using the X11 adapters: the X server at DISPLAY={} answers",
                 bundle.environment("DISPLAY").value_or(""));
@@ -85,6 +93,10 @@ Platform selectPlatform(const DisplaySelection& display, std::unique_ptr<Bundle>
   platform.workspace = selectWorkspace(*platform.runLoop, *applications);
   platform.pasteboard =
       selectPasteboard(*platform.runLoop, *platform.imageCodec, thumbnailDimension);
+  platform.hotKeyCenter = selectHotKeyCenter(*platform.runLoop);
+  platform.keyEventPoster = std::make_unique<InertKeyEventPoster>();
+  platform.accessibilityTrust = std::make_unique<InertAccessibilityTrust>();
+  platform.loginItems = std::make_unique<XdgAutostart>(*platform.bundle);
   return platform;
 }
 

@@ -1,18 +1,13 @@
 #include "Core/DependencyContainer.h"
 
 #include <gmock/gmock.h>
-#include <stdlib.h>
 
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 
 #include "fakes/Clips.h"
-#include "fakes/FakeBundle.h"
-#include "fakes/FakeImageCodec.h"
-#include "fakes/FakePasteboard.h"
-#include "fakes/FakeRunLoop.h"
-#include "fakes/FakeWorkspace.h"
+#include "fakes/FakePlatform.h"
 
 namespace stowboard {
 namespace {
@@ -24,20 +19,9 @@ using ::testing::IsEmpty;
 
 class DependencyContainerTest : public ::testing::Test {
  protected:
-  DependencyContainerTest() {
-    std::string pattern = (fs::temp_directory_path() / "container-XXXXXX").string();
-    supportFolder_ = ::mkdtemp(pattern.data());
-    platform_.bundle = std::make_unique<FakeBundle>(supportFolder_);
-    platform_.runLoop = std::make_unique<FakeRunLoop>();
-    platform_.imageCodec = std::make_unique<FakeImageCodec>();
-    platform_.workspace = std::make_unique<FakeWorkspace>();
-    platform_.pasteboard = std::make_unique<FakePasteboard>();
-  }
-  ~DependencyContainerTest() override { fs::remove_all(supportFolder_); }
-
-  FakePasteboard& pasteboard() { return static_cast<FakePasteboard&>(*platform_.pasteboard); }
-  FakeWorkspace& workspace() { return static_cast<FakeWorkspace&>(*platform_.workspace); }
-  fs::path file(const char* name) const { return supportFolder_ / "Stowboard" / name; }
+  FakePasteboard& pasteboard() { return fake_.pasteboard(); }
+  FakeWorkspace& workspace() { return fake_.workspace(); }
+  fs::path file(const char* name) const { return fake_.folder() / "Stowboard" / name; }
 
   /// What the file holds once every queued write is done; empty without the file.
   std::string stored(const DependencyContainer& container, const char* name) const {
@@ -47,8 +31,8 @@ class DependencyContainerTest : public ::testing::Test {
     return content.str();
   }
 
-  fs::path supportFolder_;
-  Platform platform_;
+  FakePlatform fake_;
+  const Platform& platform_ = fake_.platform;
 };
 
 TEST_F(DependencyContainerTest, WritesNothingBeforeTheFirstChange) {

@@ -2,6 +2,7 @@
 
 #include "Services/LoginItemService.h"
 #include "Utils/PermissionHelper.h"
+#include "fakes/FakeLoginItems.h"
 #include "fakes/LogCapture.h"
 
 namespace stowboard {
@@ -34,20 +35,6 @@ TEST(PermissionHelper, GuidesToTheSettingsOncePerRunAndLogsEveryRefusal) {
   trust.trusted = false;
   EXPECT_FALSE(helper.isGranted()) << "asked anew each time";
 }
-
-struct FakeLoginItems : LoginItems {
-  Status current = Status::notRegistered;
-  std::optional<std::string> failure;
-  Status status() const override { return current; }
-  std::optional<std::string> registerApplication() override {
-    if (!failure) current = Status::enabled;
-    return failure;
-  }
-  std::optional<std::string> unregisterApplication() override {
-    if (!failure) current = Status::notRegistered;
-    return failure;
-  }
-};
 
 TEST(LoginItemService, ChangesWhatTheSystemKeepsAndSaysSo) {
   FakeLoginItems items;

@@ -13,6 +13,7 @@ from case import PROGRAM, SessionCase, main, subprocess, wait_until  # noqa: E40
 NAME = "com.qarvin.stowboard"
 PATH = "/com/qarvin/stowboard"
 SHOWN = "Asked to show the history"
+NO_CLIP = "Direct paste hotkey triggered but no clip at index"
 RUNS = "Stowboard already runs"
 
 
@@ -82,7 +83,7 @@ class DBus(SessionCase):
                   "'9'")
         for digit, value in enumerate(digits, 1):
             self.assertEqual(self.act("paste", f"[<{value}>]")[0], 0, value)
-            self.stowboard.wait_for_log(f"Asked to paste clip {digit}")
+            self.stowboard.wait_for_log(f"{NO_CLIP} {digit - 1}")
         for count, (method, *arguments) in enumerate(
                 (("Activate", "{'desktop-startup-id': <'x'>}"),
                  ("Open", "['file:///etc/hostname']", "{}"),
@@ -100,7 +101,7 @@ class DBus(SessionCase):
                 self.assertEqual(status, 1)
                 self.assertIn("org.freedesktop.DBus.Error.InvalidArgs", text)
                 self.assertRegex(text, "number from 1 to 9|takes no parameter|There is no action")
-        self.assertEqual((self.stowboard.logged("Asked to paste"), self.stowboard.logged(SHOWN)),
+        self.assertEqual((self.stowboard.logged(NO_CLIP), self.stowboard.logged(SHOWN)),
                          (len(digits), 3))
         for interface in ("Application", "DBus.Introspectable", "DBus.Peer"):
             self.assertIn(f"interface org.freedesktop.{interface} ", self.gdbus("introspect")[1])

@@ -21,6 +21,8 @@ void SelectionClaim::begin(Manner manner) {
   wish_ = {manner, cookie.sequence, {}, {}};
 }
 
+void SelectionClaim::beginAt(xcb_timestamp_t time) { wish_ = {Manner::always, 0, time, {}}; }
+
 void SelectionClaim::provide(std::shared_ptr<SelectionOffer> offer) {
   if (wish_) {
     wish_->offer = std::move(offer);
@@ -71,10 +73,7 @@ bool SelectionClaim::hasOwner() {
 
 bool SelectionClaim::isOvertakenBy(const xcb_xfixes_selection_notify_event_t& event,
                                    std::uint32_t sequence) const {
-  if (wish_) {
-    const bool isLate = wish_->time && isLater(event.selection_timestamp, *wish_->time);
-    return isLate || wish_->manner == Manner::whileUnowned;
-  }
+  if (wish_) return true;
   // Of the same time, the later request counts. One that came first but names a later time has
   // kept ours from taking effect.
   return !isLater(sequence_, sequence) || isLater(event.selection_timestamp, time_);

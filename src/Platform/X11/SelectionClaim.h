@@ -28,13 +28,16 @@ class SelectionClaim {
 
   xcb_atom_t selection() const { return selection_; }
 
-  /// Asks the server for the time. What was owned before stays owned until the new content comes.
+  /// Wishes for the selection as of the time that the server gives, for which this asks. What was
+  /// owned before stays owned until the new content comes.
   void begin(Manner manner);
+  /// The same as of a time that the server has just given.
+  void beginAt(xcb_timestamp_t time);
   /// Supplies the content, or replaces it. Without effect after the claim was released.
   void provide(std::shared_ptr<SelectionOffer> offer);
   void handle(const xcb_property_notify_event_t& event, std::uint32_t sequence);
 
-  /// Whether a change of owner that the server reported came after ours.
+  /// Whether a change of owner that the server reports now came after our claim.
   bool isOvertakenBy(const xcb_xfixes_selection_notify_event_t& event,
                      std::uint32_t sequence) const;
   /// The server's word that somebody else has taken the selection from us.

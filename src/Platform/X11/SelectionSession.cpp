@@ -30,6 +30,8 @@ SelectionSession::SelectionSession(X11Connection& connection, const SelectionLim
                 receiver(std::move(content));
               }),
       window_(connection.createWindow(XCB_EVENT_MASK_PROPERTY_CHANGE)),
+      // The answer also tells that the window is there for other connections.
+      writeProperty_(connection.atom("STOWBOARD_WRITE")),
       clipboard_(connection, window_, connection.atom("CLIPBOARD")),
       primary_(connection, window_, XCB_ATOM_PRIMARY),
       server_(connection, {&clipboard_, &primary_}, times.requesterTimeout, std::move(background)) {
@@ -44,9 +46,7 @@ void SelectionSession::handle(const xcb_generic_event_t& event) {
     return primary_.handle(as<xcb_selection_clear_event_t>(event), event.full_sequence);
   }
   if (type == XCB_PROPERTY_NOTIFY && as<xcb_property_notify_event_t>(event).window == window_) {
-    clipboard_.handle(as<xcb_property_notify_event_t>(event), event.full_sequence);
-    primary_.handle(as<xcb_property_notify_event_t>(event), event.full_sequence);
-    return proceedHandOver();
+    return handleProperty(as<xcb_property_notify_event_t>(event), event.full_sequence);
   }
   if (type == XCB_SELECTION_NOTIFY &&
       as<xcb_selection_notify_event_t>(event).requestor == window_) {
@@ -56,11 +56,19 @@ void SelectionSession::handle(const xcb_generic_event_t& event) {
   reader_.handle(event);
 }
 
+void SelectionSession::handleProperty(const xcb_property_notify_event_t& event,
+                                      std::uint32_t sequence) {
+  if (event.atom == writeProperty_) beginWrite(event.time);
+  clipboard_.handle(event, sequence);
+  primary_.handle(event, sequence);
+  proceedHandOver();
+}
+
 void SelectionSession::handleOwner(const xcb_xfixes_selection_notify_event_t& event,
                                    std::uint32_t sequence) {
   if (event.owner == window_) return;
   const bool isClaimed = clipboard_.isPending() || clipboard_.offer();
-  // Another program's copy from before our write.
+  // Another program's copy, which our ownership has ended.
   if (isClaimed && !clipboard_.isOvertakenBy(event, sequence)) return;
   clipboard_.release();
   takeover_ = Takeover::none;
@@ -111,16 +119,22 @@ void SelectionSession::expire() {
   }
 }
 
-void SelectionSession::beginWrite(std::uint64_t number) {
-  writeNumber_ = number;
+void SelectionSession::beginWrite(xcb_timestamp_t time) {
+  writeNumber_ += 1;
   takeover_ = Takeover::none;
   forgetCopy();
   reader_.abandon();
-  clipboard_.begin(SelectionClaim::Manner::always);
+  clipboard_.beginAt(time);
+  if (early_ && earlyNumber_ == writeNumber_) clipboard_.provide(std::exchange(early_, nullptr));
 }
 
 void SelectionSession::provide(std::uint64_t number, std::shared_ptr<SelectionOffer> offer) {
-  if (number == writeNumber_) clipboard_.provide(std::move(offer));
+  if (number == writeNumber_) {
+    clipboard_.provide(std::move(offer));
+  } else if (number > writeNumber_) {
+    early_ = std::move(offer);
+    earlyNumber_ = number;
+  }
 }
 
 void SelectionSession::offerPrimary(std::shared_ptr<SelectionOffer> offer) {
@@ -165,7 +179,7 @@ void SelectionSession::proceedHandOver() {
   if (!handOverEnd_ || isSavingRequested_) return;
   if (clipboardManager() == XCB_NONE) return endHandOver();
   // Comes back once the clipboard is ours.
-  if (clipboard_.isPending()) return;
+  if (isWriting()) return;
   if (!clipboard_.offer()) return endHandOver();
   requestSaving();
 }

@@ -37,10 +37,13 @@ class SelectionSession {
   std::optional<SteadyTime> deadline() const;
   void expire();
 
-  /// Write number `number` has begun: from this moment on the clipboard is meant to be ours, and
-  /// what other programs copied before does not count any more. Numbers rise.
-  void beginWrite(std::uint64_t number);
-  /// Its content; may come again. Without effect when another program has copied since.
+  /// Where a write begins with an addition of no bytes, from whatever connection: as of that moment
+  /// the clipboard is meant to be ours, and what other programs copied before does not count any
+  /// more. The server's announcement of it falls into line with those of their copies.
+  xcb_window_t writeWindow() const { return window_; }
+  xcb_atom_t writeProperty() const { return writeProperty_; }
+  /// The content of write `number`, counted from 1, which may not be announced yet. Can be called
+  /// again. Without effect when another program has copied since.
   void provide(std::uint64_t number, std::shared_ptr<SelectionOffer> offer);
   /// Takes PRIMARY too, until somebody else does.
   void offerPrimary(std::shared_ptr<SelectionOffer> offer);
@@ -61,6 +64,9 @@ class SelectionSession {
     due,
   };
 
+  void handleProperty(const xcb_property_notify_event_t& event, std::uint32_t sequence);
+  void beginWrite(xcb_timestamp_t time);
+  bool isWriting() const { return clipboard_.isPending() || early_; }
   void handleOwner(const xcb_xfixes_selection_notify_event_t& event, std::uint32_t sequence);
   void handleLoss(const xcb_xfixes_selection_notify_event_t& event);
   void forgetCopy();
@@ -75,10 +81,14 @@ class SelectionSession {
   const ServingTimes times_;
   SelectionReader reader_;
   const xcb_window_t window_;
+  const xcb_atom_t writeProperty_;
   SelectionClaim clipboard_;
   SelectionClaim primary_;
   SelectionServer server_;
   std::uint64_t writeNumber_ = 0;
+  // The content of the next write.
+  std::shared_ptr<SelectionOffer> early_;
+  std::uint64_t earlyNumber_ = 0;
 
   Takeover takeover_ = Takeover::none;
   SteadyTime settlingEnd_;

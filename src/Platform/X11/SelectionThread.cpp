@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "Base/SignalFreeThread.h"
@@ -32,16 +33,20 @@ std::unique_ptr<SelectionThread> SelectionThread::create(const std::string& disp
                                                          SelectionReader::Receiver receiver,
                                                          std::function<void()> onConnectionLost) {
   auto connection = X11Connection::open(display);
-  if (!connection) return nullptr;
-  return std::unique_ptr<SelectionThread>(new SelectionThread(
-      std::move(connection), limits, times, std::move(receiver), std::move(onConnectionLost)));
+  auto writeConnection = X11Connection::open(display);
+  if (!connection || !writeConnection) return nullptr;
+  return std::unique_ptr<SelectionThread>(
+      new SelectionThread(std::move(connection), std::move(writeConnection), limits, times,
+                          std::move(receiver), std::move(onConnectionLost)));
 }
 
 SelectionThread::SelectionThread(std::unique_ptr<X11Connection> connection,
+                                 std::unique_ptr<X11Connection> writeConnection,
                                  const SelectionLimits& limits, const ServingTimes& times,
                                  SelectionReader::Receiver receiver,
                                  std::function<void()> onConnectionLost)
     : connection_(std::move(connection)),
+      writeConnection_(std::move(writeConnection)),
       session_(*connection_, limits, times, std::move(receiver),
                [this](std::function<void()> work, std::function<void()> finish) {
                  encode(std::move(work), std::move(finish));
@@ -69,6 +74,12 @@ void SelectionThread::end() {
   thread_.join();
 }
 
+void SelectionThread::beginWrite() {
+  xcb_change_property(writeConnection_->xcb(), XCB_PROP_MODE_APPEND, session_.writeWindow(),
+                      session_.writeProperty(), XCB_ATOM_STRING, 8, 0, nullptr);
+  xcb_flush(writeConnection_->xcb());
+}
+
 void SelectionThread::post(Command command) {
   {
     const std::lock_guard lock(mutex_);
@@ -77,7 +88,7 @@ void SelectionThread::post(Command command) {
   wake();
 }
 
-void SelectionThread::wake() {
+void SelectionThread::wake() const {
   // Fails only when the counter is full, and then the thread wakes anyway.
   [[maybe_unused]] const int result = eventfd_write(wakeUp_, 1);
 }
@@ -131,8 +142,8 @@ bool SelectionThread::expireDeadlines() {
 }
 
 void SelectionThread::sleep() {
-  pollfd sources[] = {{connection_->fileDescriptor(), POLLIN, 0}, {wakeUp_, POLLIN, 0}};
-  poll(sources, std::size(sources), millisecondsUntil(session_.deadline()));
+  std::array sources{pollfd{connection_->fileDescriptor(), POLLIN, 0}, pollfd{wakeUp_, POLLIN, 0}};
+  poll(sources.data(), sources.size(), millisecondsUntil(session_.deadline()));
   eventfd_t ignored = 0;
   if ((sources[1].revents & POLLIN) != 0) eventfd_read(wakeUp_, &ignored);
 }

@@ -34,13 +34,17 @@ class SelectionThread {
 
   /// Before start(), and after end(), commands only pile up.
   void start();
+  /// Begins a write; see SelectionSession::writeWindow(). Does not wait for the server. One thread
+  /// at a time.
+  void beginWrite();
   /// Runs the command on the thread, after those posted before. From any thread.
   void post(Command command);
   /// Hands the clipboard over where that makes sense, within the time for it, and ends the thread.
   void end();
 
  private:
-  SelectionThread(std::unique_ptr<X11Connection> connection, const SelectionLimits& limits,
+  SelectionThread(std::unique_ptr<X11Connection> connection,
+                  std::unique_ptr<X11Connection> writeConnection, const SelectionLimits& limits,
                   const ServingTimes& times, SelectionReader::Receiver receiver,
                   std::function<void()> onConnectionLost);
 
@@ -50,10 +54,12 @@ class SelectionThread {
   bool handleEvents();
   bool expireDeadlines();
   void sleep();
-  void wake();
+  void wake() const;
   void encode(std::function<void()> work, std::function<void()> finish);
 
   std::unique_ptr<X11Connection> connection_;
+  // Carries next to nothing, so that beginWrite() never finds it full.
+  std::unique_ptr<X11Connection> writeConnection_;
   SelectionSession session_;
   const std::function<void()> onConnectionLost_;
   const int wakeUp_;

@@ -14,7 +14,7 @@ Bytes sharedWith(const std::optional<Bytes>& previous, std::string content) {
 }
 
 // By bytes, not by Text's equality: canonically equivalent texts can differ in what they hold.
-Text sharedWith(const std::optional<Text>& previous, Text text) {
+Text sharedWith(const std::optional<Text>& previous, const Text& text) {
   const bool isSame = previous && previous->view() == text.view();
   return isSame ? *previous : text;
 }

@@ -1,6 +1,7 @@
 #include "Platform/X11/TargetPolicy.h"
 
 #include <algorithm>
+#include <array>
 #include <span>
 
 #include "Platform/Pasteboard.h"
@@ -14,13 +15,14 @@ using Names = std::vector<std::string>;
 // Set by password managers on content that no history should keep; its value does not matter.
 constexpr std::string_view secretMarker = "x-kde-passwordManagerHint";
 
-constexpr std::string_view textNames[] = {"utf8_string", "text/plain;charset=utf-8", "text/plain",
-                                          "string", "compound_text"};
-constexpr std::string_view richTextNames[] = {"text/rtf", "application/rtf", "text/richtext"};
+constexpr auto textNames = std::to_array<std::string_view>(
+    {"utf8_string", "text/plain;charset=utf-8", "text/plain", "string", "compound_text"});
+constexpr auto richTextNames =
+    std::to_array<std::string_view>({"text/rtf", "application/rtf", "text/richtext"});
 constexpr std::string_view tiffName = "image/tiff";
 constexpr std::string_view pngName = "image/png";
-constexpr std::string_view otherImageNames[] = {"image/jpeg", "image/webp", "image/bmp",
-                                                "image/gif"};
+constexpr auto otherImageNames =
+    std::to_array<std::string_view>({"image/jpeg", "image/webp", "image/bmp", "image/gif"});
 
 // MIME types are case-insensitive, and some owners write "text/plain; charset=UTF-8".
 std::string normalised(std::string_view name) {
@@ -60,7 +62,7 @@ TargetPlan planForTargets(const Names& targets) {
   plan.isSecret = std::ranges::find(targets, secretMarker) != targets.end();
   plan.texts = offered(targets, textNames);
   plan.richTexts = offered(targets, richTextNames);
-  constexpr std::string_view ownImageNames[] = {tiffName, pngName};
+  constexpr auto ownImageNames = std::to_array<std::string_view>({tiffName, pngName});
   plan.images = offered(targets, ownImageNames);
   if (plan.images.empty()) plan.images = offered(targets, otherImageNames);
   plan.types = publishedTypes(plan, targets);
@@ -83,13 +85,9 @@ bool isTiffTarget(std::string_view imageTarget) { return normalised(imageTarget)
 
 bool beginsLikeImage(std::string_view bytes) {
   using namespace std::string_view_literals;
-  constexpr std::string_view signatures[] = {"\x89PNG\r\n\x1a\n"sv,
-                                             "II*\0"sv,
-                                             "MM\0*"sv,
-                                             "\xff\xd8\xff"sv,
-                                             "GIF87a"sv,
-                                             "GIF89a"sv,
-                                             "BM"sv};
+  constexpr auto signatures =
+      std::to_array<std::string_view>({"\x89PNG\r\n\x1a\n"sv, "II*\0"sv, "MM\0*"sv,
+                                       "\xff\xd8\xff"sv, "GIF87a"sv, "GIF89a"sv, "BM"sv});
   const bool isWebp = bytes.starts_with("RIFF") && bytes.substr(0, 12).ends_with("WEBP");
   return isWebp || std::ranges::any_of(signatures, [bytes](std::string_view signature) {
            return bytes.starts_with(signature);

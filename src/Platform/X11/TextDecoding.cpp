@@ -3,6 +3,7 @@
 #include <unicode/unistr.h>
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
 #include "Base/Utf8.h"
@@ -29,17 +30,25 @@ struct Designation {
 };
 
 // Final characters: the standard's section 5 and ISO-IR.
-constexpr Designation designations[] = {
-    {"(B", false, {"US-ASCII", false}},   {"-A", true, {"ISO-8859-1", false}},
-    {"-B", true, {"ISO-8859-2", false}},  {"-C", true, {"ISO-8859-3", false}},
-    {"-D", true, {"ISO-8859-4", false}},  {"-F", true, {"ISO-8859-7", false}},
-    {"-G", true, {"ISO-8859-6", false}},  {"-H", true, {"ISO-8859-8", false}},
-    {"-L", true, {"ISO-8859-5", false}},  {"-M", true, {"ISO-8859-9", false}},
-    {"-b", true, {"ISO-8859-15", false}}, {"$(A", false, {"GB2312", true}},
-    {"$(B", false, {"EUC-JP", true}},     {"$(C", false, {"EUC-KR", true}},
-    {"$)A", true, {"GB2312", true}},      {"$)B", true, {"EUC-JP", true}},
+constexpr auto designations = std::to_array<Designation>({
+    {"(B", false, {"US-ASCII", false}},
+    {"-A", true, {"ISO-8859-1", false}},
+    {"-B", true, {"ISO-8859-2", false}},
+    {"-C", true, {"ISO-8859-3", false}},
+    {"-D", true, {"ISO-8859-4", false}},
+    {"-F", true, {"ISO-8859-7", false}},
+    {"-G", true, {"ISO-8859-6", false}},
+    {"-H", true, {"ISO-8859-8", false}},
+    {"-L", true, {"ISO-8859-5", false}},
+    {"-M", true, {"ISO-8859-9", false}},
+    {"-b", true, {"ISO-8859-15", false}},
+    {"$(A", false, {"GB2312", true}},
+    {"$(B", false, {"EUC-JP", true}},
+    {"$(C", false, {"EUC-KR", true}},
+    {"$)A", true, {"GB2312", true}},
+    {"$)B", true, {"EUC-JP", true}},
     {"$)C", true, {"EUC-KR", true}},
-};
+});
 
 class CompoundTextDecoder {
  public:
@@ -56,13 +65,12 @@ class CompoundTextDecoder {
   bool takeEscape() {
     rest_.remove_prefix(1);
     if (rest_.starts_with("%G")) return takeUtf8Segment();
-    for (const auto& designation : designations) {
-      if (!rest_.starts_with(designation.sequence)) continue;
-      (designation.isRightHalf ? right_ : left_) = designation.set;
-      rest_.remove_prefix(designation.sequence.size());
-      return true;
-    }
-    return false;
+    const auto* const designation = std::ranges::find_if(
+        designations, [this](const Designation& each) { return rest_.starts_with(each.sequence); });
+    if (designation == designations.end()) return false;
+    (designation->isRightHalf ? right_ : left_) = designation->set;
+    rest_.remove_prefix(designation->sequence.size());
+    return true;
   }
 
   bool takeUtf8Segment() {

@@ -78,7 +78,7 @@ std::vector<std::string> X11Connection::atomNames(const std::vector<xcb_atom_t>&
   return names;
 }
 
-xcb_window_t X11Connection::createWindow(std::uint32_t eventMask) {
+xcb_window_t X11Connection::createWindow(std::uint32_t eventMask) const {
   const auto window = xcb_generate_id(xcb());
   xcb_create_window(xcb(), 0, window, root_, -10, -10, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,
                     XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &eventMask);
@@ -87,7 +87,7 @@ xcb_window_t X11Connection::createWindow(std::uint32_t eventMask) {
 
 std::optional<PropertyKind> X11Connection::takeProperty(
     xcb_window_t window, xcb_atom_t property,
-    const std::function<bool(PropertyKind, std::string_view)>& receive) {
+    const std::function<bool(PropertyKind, std::string_view)>& receive) const {
   for (std::uint32_t offset = 0;;) {
     xcb_generic_error_t* error = nullptr;
     const auto cookie =

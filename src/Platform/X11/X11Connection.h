@@ -41,7 +41,7 @@ class X11Connection {
   bool isBroken() const { return xcb_connection_has_error(xcb()) != 0; }
 
   /// The next event, without waiting; null when there is none.
-  XcbPointer<xcb_generic_event_t> nextEvent() {
+  XcbPointer<xcb_generic_event_t> nextEvent() const {
     return XcbPointer<xcb_generic_event_t>(xcb_poll_for_event(xcb()));
   }
 
@@ -50,15 +50,15 @@ class X11Connection {
   std::vector<std::string> atomNames(const std::vector<xcb_atom_t>& atoms);
 
   /// A window that is never shown.
-  xcb_window_t createWindow(std::uint32_t eventMask);
-  void destroyWindow(xcb_window_t window) { xcb_destroy_window(xcb(), window); }
+  xcb_window_t createWindow(std::uint32_t eventMask) const;
+  void destroyWindow(xcb_window_t window) const { xcb_destroy_window(xcb(), window); }
 
   /// Reads a property of any size in pieces and deletes it after the last one. `receive` is given
   /// the pieces with their kind and may return false to stop, which deletes the property as well.
   /// Absent when there is no such property, or when it changed meanwhile.
   std::optional<PropertyKind> takeProperty(
       xcb_window_t window, xcb_atom_t property,
-      const std::function<bool(PropertyKind, std::string_view)>& receive);
+      const std::function<bool(PropertyKind, std::string_view)>& receive) const;
 
  private:
   struct Disconnect {

@@ -108,7 +108,7 @@ void X11Pasteboard::clearContents() {
   draft_ = std::make_shared<ClipboardSnapshot>();
   draft_->types.emplace();
   current_ = draft_;
-  thread_->post([number = writeNumber_](SelectionSession& session) { session.beginWrite(number); });
+  thread_->beginWrite();
   scheduleCommit();
 }
 

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "Base/SerialQueue.h"
+#include "Platform/ApplicationIdentifying.h"
+#include "Platform/KeyEventPoster.h"
+#include "Platform/RunLoop.h"
+
+namespace stowboard {
+
+/// Types through XTest, on a thread and a connection of its own that last as long as there is
+/// something to type, or a key to be watched that was pressed again on the user's behalf.
+///
+/// A key-down is sent as a whole stroke, and its key-up adds nothing, so that no key is ever left
+/// down. Command with V becomes the chord that the application in front pastes on (X11PastePlan.h);
+/// Command with another key is Control with it.
+///
+/// Before it types, it waits for the activation under way, longestWait at most: until the window
+/// that is awaited is in front with the input focus, or, when none is, any window that is not ours.
+class X11KeyEventPoster final : public KeyEventPoster {
+ public:
+  static constexpr std::chrono::milliseconds longestWait{150};
+
+  /// What the poster asks of the rest of the program.
+  struct Surroundings {
+    /// The window whose activation is under way, 0 for none. Called on the main thread.
+    std::function<std::uint64_t()> awaitedWindow = [] { return std::uint64_t{0}; };
+    /// Whether the application of this id is a terminal emulator. Called on the poster's thread.
+    std::function<bool(const std::string& applicationId)> isTerminal = [](const auto&) {
+      return false;
+    };
+    /// Offers the clipboard's content as the primary selection too, for targets that paste that.
+    /// Called on the main thread, before the stroke; the owner may change soon after it returns.
+    std::function<void()> offerPrimary = [] {};
+  };
+
+  /// `display` empty: $DISPLAY. Null when the server cannot be reached or does not let programs
+  /// type. `loop` and `applications` must outlive the poster. Main thread.
+  static std::unique_ptr<X11KeyEventPoster> create(RunLoop& loop,
+                                                   const ApplicationIdentifying& applications,
+                                                   Surroundings surroundings,
+                                                   const std::string& display = "");
+  /// Sends what was posted before.
+  ~X11KeyEventPoster() override;
+
+  std::unique_ptr<KeyEventPoster::Source> createSource() override;
+  void post(const KeyEvent& event) override;
+
+ private:
+  class Typing;
+
+  X11KeyEventPoster(RunLoop& loop, const ApplicationIdentifying& applications,
+                    Surroundings surroundings, const std::string& display);
+  /// Runs the task on the thread; it tells whether keys have to be watched from now on.
+  void submit(std::function<bool()> task);
+  void watchLater();
+
+  RunLoop& loop_;
+  bool isWatching_ = false;
+  const Surroundings surroundings_;
+  const std::unique_ptr<Typing> typing_;
+  const std::shared_ptr<X11KeyEventPoster*> self_ = std::make_shared<X11KeyEventPoster*>(this);
+  // Ends first: its tasks use the rest.
+  SerialQueue queue_{"stowboard.keys"};
+};
+
+}  // namespace stowboard

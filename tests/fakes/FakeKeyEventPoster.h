@@ -1,0 +1,29 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "Platform/KeyEventPoster.h"
+
+namespace stowboard {
+
+/// Keeps what was posted.
+class FakeKeyEventPoster final : public KeyEventPoster {
+ public:
+  bool hasSource = true;
+  std::vector<KeyEvent> posted;
+
+  std::unique_ptr<Source> createSource() override {
+    return hasSource ? std::make_unique<FakeSource>() : nullptr;
+  }
+  void post(const KeyEvent& event) override { posted.push_back(event); }
+
+ private:
+  struct FakeSource : Source {
+    std::optional<KeyEvent> createKeyEvent(std::uint32_t keyCode, bool isKeyDown) override {
+      return KeyEvent{keyCode, isKeyDown, KeyEventFlags::none};
+    }
+  };
+};
+
+}  // namespace stowboard
