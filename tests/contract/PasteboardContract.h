@@ -74,9 +74,35 @@ TYPED_TEST_P(PasteboardContract, ContentSurvivesTheEndOfItsOwner) {
   EXPECT_EQ(this->pasteboard().string(PasteboardType::string), Text("kept"));
 }
 
+TYPED_TEST_P(PasteboardContract, AnswersWithWhatWasWrittenAndNothingFromBefore) {
+  using testing::ElementsAre;
+  this->driver.copy({{this->type(PasteboardType::string), "before"}});
+  auto& pasteboard = this->pasteboard();
+  int moves = 0;
+  pasteboard.onMoved = [&moves] { ++moves; };
+  const auto count = pasteboard.changeCount();
+  pasteboard.clearContents();
+  EXPECT_GT(pasteboard.changeCount(), count);
+  EXPECT_THAT(*pasteboard.types(), ElementsAre());
+  EXPECT_EQ(pasteboard.string(PasteboardType::string), std::nullopt);
+  pasteboard.setData(Bytes("{\\rtf1}"), PasteboardType::rtf);
+  pasteboard.setString(Text("written"), PasteboardType::string);
+  EXPECT_THAT(*pasteboard.types(),
+              testing::UnorderedElementsAre(PasteboardType::rtf, PasteboardType::string));
+  EXPECT_EQ(pasteboard.data(PasteboardType::rtf), Bytes("{\\rtf1}"));
+  EXPECT_EQ(pasteboard.string(PasteboardType::string), Text("written"));
+  EXPECT_EQ(pasteboard.data(PasteboardType::string), Bytes("written"));
+  // Only the next copy is news, and it ends the writing.
+  this->driver.copy({{this->type(PasteboardType::string), "after"}});
+  pasteboard.setString(Text("too late"), PasteboardType::string);
+  EXPECT_EQ(pasteboard.string(PasteboardType::string), Text("after"));
+  EXPECT_EQ(moves, pasteboard.announcesMoves() ? 1 : 0);
+}
+
 REGISTER_TYPED_TEST_SUITE_P(PasteboardContract, OffersEveryTypeOfACopyAndNoOther,
                             ACopyReplacesTheOneBeforeAndRaisesTheCount,
                             AnnouncesAMoveOnceWithTheNewContentInPlace,
-                            ContentSurvivesTheEndOfItsOwner);
+                            ContentSurvivesTheEndOfItsOwner,
+                            AnswersWithWhatWasWrittenAndNothingFromBefore);
 
 }  // namespace stowboard

@@ -77,6 +77,39 @@ Bytes animatedGif() {
                "\x8c\x53\0;"s);
 }
 
+TEST(QtImageRepresentationTest, EveryFormatShowsTheSamePictureAndTheOwnOneIsLeftAlone) {
+  QtImageCodec codec;
+  QImage source = flag(40, 30);
+  for (int x = 0; x < 40; ++x) source.setPixelColor(x, 0, Qt::transparent);
+  for (const char* format : {"png", "jpeg", "bmp", "tiff", "webp"}) {
+    SCOPED_TRACE(format);
+    const bool isFlat = format == std::string("jpeg") || format == std::string("bmp");
+    const QImage original = isFlat ? flag(40, 30) : source;
+    const Bytes file = written(original, format);
+    // As a copy is decoded, which keeps less than the whole.
+    const auto image = codec.decodeToFit(file, 10);
+    ASSERT_TRUE(image);
+    ASSERT_EQ(image->representationTypes().size(), 4u);
+    for (const auto& type : image->representationTypes()) {
+      SCOPED_TRACE(type);
+      const auto encoded = image->representation(type);
+      ASSERT_TRUE(encoded);
+      EXPECT_EQ(encoded->sharesStorageWith(file), type == std::string("image/") + format);
+      const auto again = codec.decode(*encoded);
+      ASSERT_TRUE(again);
+      EXPECT_EQ(again->size(), (ImageSize{40, 30}));
+      const auto drawing = again->draw(40, 30);
+      EXPECT_TRUE(isNear(pixel(*drawing, 20, 25), blue, 12));
+      EXPECT_TRUE(isNear(pixel(*drawing, 20, 7), red, 12));
+      const bool keepsHoles = type == "image/png" || type == "image/tiff";
+      const Pixel hole = keepsHoles ? Pixel{0, 0, 0, 0} : Pixel{255, 255, 255, 255};
+      const bool isTold = !isFlat && type != "image/jpeg";
+      EXPECT_TRUE(!isTold || isNear(pixel(*drawing, 20, 0), hole, 0));
+    }
+    EXPECT_FALSE(image->representation("image/webp"));
+  }
+}
+
 // No application object exists in this program.
 TEST(QtImageCodec, DecodesEveryFormatOnAnyThread) {
   QtImageCodec codec;
