@@ -52,7 +52,11 @@ std::unique_ptr<X11AccessibilityTrust> X11AccessibilityTrust::create(const std::
 }
 
 bool X11AccessibilityTrust::isTrusted() const {
-  return !connection_->isBroken() && X11KeyInjector::isPossible(connection_->xcb());
+  const bool isPossible =
+      !connection_->isBroken() && X11KeyInjector::isPossible(connection_->xcb());
+  // What the server announces to every connection would pile up.
+  while (connection_->nextEvent()) continue;
+  return isPossible;
 }
 
 // Another desktop's settings would change nothing here, so only the running one's are opened.

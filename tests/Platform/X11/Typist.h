@@ -37,6 +37,7 @@ class Typist {
 
   X11Connection& connection() { return *connection_; }
 
+  void pressOne(xcb_keycode_t key) { press(key); }
   void press(xcb_keycode_t key) { fake(firstInputEvent_ + XCB_INPUT_DEVICE_KEY_PRESS, key); }
   void press(std::initializer_list<xcb_keycode_t> keys) {
     for (const auto key : keys) press(key);
