@@ -73,10 +73,11 @@ bool SelectionClaim::hasOwner() {
 
 bool SelectionClaim::isOvertakenBy(const xcb_xfixes_selection_notify_event_t& event,
                                    std::uint32_t sequence) const {
-  if (wish_) return true;
   // Of the same time, the later request counts. One that came first but names a later time has
-  // kept ours from taking effect.
-  return !isLater(sequence_, sequence) || isLater(event.selection_timestamp, time_);
+  // kept ours from taking effect. A wish is always older than what is reported after its time was.
+  const bool isOlder =
+      offer_ && isLater(sequence_, sequence) && !isLater(event.selection_timestamp, time_);
+  return !isOlder;
 }
 
 void SelectionClaim::handle(const xcb_selection_clear_event_t& event, std::uint32_t sequence) {

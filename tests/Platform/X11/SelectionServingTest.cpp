@@ -249,13 +249,13 @@ TEST_F(SelectionServingTest, ManyRequestersAreServedAtOnceWhateverOthersDo) {
   ASSERT_TRUE(vanishing.awaitChunk("ANSWER"));
   xcb_destroy_window(vanishing.xcb(), vanishing.window());
   xcb_flush(vanishing.xcb());
+  std::vector<ScriptedRequester> others(18);
   std::vector<std::thread> threads;
   std::atomic<int> served = 0;
-  for (int i = 0; i < 18; ++i) {
+  for (std::size_t i = 0; i < others.size(); ++i) {
     threads.emplace_back([&, i] {
-      ScriptedRequester each;
       const auto pieceSize = i % 3 == 0 ? 16384u : 1u << 20;
-      const auto answer = each.convert("UTF8_STRING", "CLIPBOARD", pieceSize);
+      const auto answer = others[i].convert("UTF8_STRING", "CLIPBOARD", pieceSize);
       if (answer && answer->bytes == text && answer->wasIncremental) ++served;
     });
   }
@@ -353,7 +353,8 @@ TEST_F(SelectionServingTest, WritesAndCopiesInAnyOrderEndAtTheTruth) {
         loop_.runUntil([turned = false]() mutable { return std::exchange(turned, true); });
     }
     ASSERT_TRUE(loop_.runUntil([&] { return isServing("CLIPBOARD", currentText()); }))
-        << "round " << round << ": " << currentText();
+        << "round " << round << ": " << currentText() << " here, "
+        << testing::PrintToString(requester_.convert("UTF8_STRING")) << " there";
   }
 }
 
