@@ -46,7 +46,6 @@ DBusApplication::Actions busActions(const AppDelegate& delegate) {
 
 int runApplication(QApplication& application, const Platform& platform, SingleInstance& instance) {
   AppDelegate delegate(platform);
-  const TerminationSignals terminationSignals([] { QCoreApplication::quit(); });
   QObject::connect(&application, &QGuiApplication::commitDataRequest, &application,
                    [&delegate] { delegate.applicationWillTerminate(); });
   runningDelegate = &delegate;
@@ -77,6 +76,8 @@ int runStowboard(char* programName) {
   QApplication application(argumentCount, arguments);
   QApplication::setDesktopFileName(QString::fromStdString(bundle->identifier()));
   QApplication::setQuitOnLastWindowClosed(false);
+  const TerminationSignals terminationSignals([] { QCoreApplication::quit(); });
+  if (AppDelegate::isRunningTests(*bundle)) return QApplication::exec();
   const Platform platform =
       selectPlatform(display, std::move(bundle), ThumbnailGenerator::maxDimension);
   const int status = runApplication(application, platform, instance);

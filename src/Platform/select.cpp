@@ -10,7 +10,9 @@
 #include "Platform/Inert.h"
 #include "Platform/Qt/QtImageCodec.h"
 #include "Platform/Qt/QtRunLoop.h"
+#include "Platform/X11/X11AccessibilityTrust.h"
 #include "Platform/X11/X11HotKeys.h"
+#include "Platform/X11/X11KeyEventPoster.h"
 #include "Platform/X11/X11Pasteboard.h"
 #include "Platform/X11/X11Workspace.h"
 
@@ -40,26 +42,54 @@ std::string refusal(const Bundle& bundle, bool isWaylandSession) {
                      bundle.environment("DISPLAY").value_or(""));
 }
 
-std::unique_ptr<Workspace> selectWorkspace(RunLoop& runLoop,
-                                           const InstalledApplications& applications) {
-  if (auto workspace = X11Workspace::create(runLoop, applications)) return workspace;
-  Log::app.error("No frontmost application can be told: the X11 workspace is not to be had");
-  return std::make_unique<InertWorkspace>();
+/// Takes an adapter, or the one that stands in for it, saying what is lost.
+template <typename Port>
+std::unique_ptr<Port> orInert(std::unique_ptr<Port> adapter, std::unique_ptr<Port> inert,
+                              const char* loss) {
+  if (adapter) return adapter;
+  Log::app.error("{}", loss);
+  return inert;
 }
 
-std::unique_ptr<Pasteboard> selectPasteboard(RunLoop& runLoop, ImageCodec& imageCodec,
-                                             int thumbnailDimension) {
+/// What a keystroke's adapter asks of its neighbours, all of which outlive it.
+X11KeyEventPoster::Surroundings surroundings(const InstalledApplications& applications,
+                                             const X11Workspace* workspace,
+                                             X11Pasteboard* pasteboard) {
+  X11KeyEventPoster::Surroundings around;
+  around.isTerminal = [&applications](const std::string& id) {
+    const auto entries = applications.entries();
+    const DesktopEntry* entry = entries->find(id);
+    return entry != nullptr && entry->hasCategory("TerminalEmulator");
+  };
+  if (workspace) around.awaitedWindow = [workspace] { return workspace->awaitedWindow(); };
+  if (pasteboard) around.offerPrimary = [pasteboard] { pasteboard->offerPrimary(); };
+  return around;
+}
+
+void addX11Adapters(Platform& platform, const InstalledApplications& applications,
+                    int thumbnailDimension) {
+  RunLoop& runLoop = *platform.runLoop;
   X11Pasteboard::Options options;
   options.thumbnailDimension = thumbnailDimension;
-  if (auto pasteboard = X11Pasteboard::create(runLoop, imageCodec, options)) return pasteboard;
-  Log::app.error("No copies can be recorded: the X server has no XFixes extension");
-  return std::make_unique<InertPasteboard>();
-}
-
-std::unique_ptr<HotKeyCenter> selectHotKeyCenter(RunLoop& runLoop) {
-  if (auto center = X11HotKeys::create(runLoop)) return center;
-  Log::app.error("No global hot keys: the X server does not offer what they need");
-  return std::make_unique<InertHotKeyCenter>();
+  auto workspace = X11Workspace::create(runLoop, applications);
+  auto pasteboard = X11Pasteboard::create(runLoop, *platform.imageCodec, options);
+  auto poster = X11KeyEventPoster::create(
+      runLoop, applications, surroundings(applications, workspace.get(), pasteboard.get()));
+  platform.workspace =
+      orInert<Workspace>(std::move(workspace), std::make_unique<InertWorkspace>(),
+                         "The frontmost application cannot be told on this X server");
+  platform.pasteboard =
+      orInert<Pasteboard>(std::move(pasteboard), std::make_unique<InertPasteboard>(),
+                          "No copies can be recorded: the X server has no XFixes extension");
+  platform.hotKeyCenter =
+      orInert<HotKeyCenter>(X11HotKeys::create(runLoop), std::make_unique<InertHotKeyCenter>(),
+                            "No global hot keys: the X server does not offer what they need");
+  platform.keyEventPoster = orInert<KeyEventPoster>(
+      std::move(poster), std::make_unique<InertKeyEventPoster>(),
+      "No clips can be pasted directly: the X server lets no program type (XTEST)");
+  platform.accessibilityTrust = orInert<AccessibilityTrust>(
+      X11AccessibilityTrust::create(), std::make_unique<InertAccessibilityTrust>(),
+      "Whether programs may type cannot be asked of this X server");
 }
 
 void logChoice(const DisplaySelection& display, const Bundle& bundle) {
@@ -90,12 +120,7 @@ Platform selectPlatform(const DisplaySelection& display, std::unique_ptr<Bundle>
   platform.imageCodec = std::make_unique<QtImageCodec>();
   const auto applications = std::make_shared<InstalledApplications>();
   platform.sharedByAdapters = applications;
-  platform.workspace = selectWorkspace(*platform.runLoop, *applications);
-  platform.pasteboard =
-      selectPasteboard(*platform.runLoop, *platform.imageCodec, thumbnailDimension);
-  platform.hotKeyCenter = selectHotKeyCenter(*platform.runLoop);
-  platform.keyEventPoster = std::make_unique<InertKeyEventPoster>();
-  platform.accessibilityTrust = std::make_unique<InertAccessibilityTrust>();
+  addX11Adapters(platform, *applications, thumbnailDimension);
   platform.loginItems = std::make_unique<XdgAutostart>(*platform.bundle);
   return platform;
 }
