@@ -326,7 +326,9 @@ TEST_F(SelectionServingTest, AFetchUnderWayIsDroppedByAWrite) {
   script.heldTargets = {"UTF8_STRING"};
   auto& owner = copy(script);
   ASSERT_TRUE(loop_.runUntil([&] { return owner.wasAskedFor("UTF8_STRING"); }));
-  publish("ours");
+  const auto before = requester_.ownerOf("CLIPBOARD");
+  write("ours");
+  ASSERT_TRUE(loop_.runUntil([&] { return requester_.ownerOf("CLIPBOARD") != before; }));
   owner.release();
   ASSERT_TRUE(loop_.runUntil([&] { return owner.isIdle(); }));
   EXPECT_EQ(owner.errors(), 0);
