@@ -58,9 +58,12 @@ class Typist {
   void releaseThroughXTest(xcb_keycode_t key) { fake(XCB_KEY_RELEASE, key); }
 
   /// Returns when the server has done everything asked before.
-  void sync() {
-    XcbPointer<xcb_get_input_focus_reply_t>(
+  void sync() { focus(); }
+  /// The window that the keys go to.
+  xcb_window_t focus() {
+    const XcbPointer<xcb_get_input_focus_reply_t> reply(
         xcb_get_input_focus_reply(xcb(), xcb_get_input_focus(xcb()), nullptr));
+    return reply->focus;
   }
 
   /// The keys that are down for applications.

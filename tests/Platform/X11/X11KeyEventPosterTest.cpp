@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <QProcess>
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <thread>
@@ -95,11 +96,13 @@ class X11KeyEventPosterTest : public ::testing::Test {
   static void run(const std::string& command) {
     QProcess::execute("sh", {"-c", QString::fromStdString(command)});
   }
+  // The active window alone would not do: it may be that of an earlier target with the same id.
   void bringToFront(const Target& target) {
     ASSERT_TRUE(turnQtUntil([&] {
       workspace_->activate(target.application());
       const auto front = workspace_->frontmostApplication();
-      return front && front->window == target.application().window;
+      return front && front->window == target.application().window &&
+             typist_.focus() == front->window;
     }));
   }
   void paste() {
@@ -195,7 +198,7 @@ TEST_F(X11KeyEventPosterTest, ReachesTheTargetFromUnderTheHotKeysGrab) {
 TEST_F(X11KeyEventPosterTest, LeavesNothingDownWheneverThePersonLetsGo) {
   Target target("Editor");
   bringToFront(target);
-  for (std::size_t round = 1; round <= 60; ++round) {
+  for (int round = 1; round <= 60; ++round) {
     typist_.press({Typist::super, Typist::alt, Typist::one});
     typist_.sync();
     std::thread person([&, round] {
@@ -203,11 +206,10 @@ TEST_F(X11KeyEventPosterTest, LeavesNothingDownWheneverThePersonLetsGo) {
       typist_.release({Typist::one, Typist::alt, Typist::super});
     });
     paste();
-    EXPECT_TRUE(turnQtUntil([&] { return target.seen().size() >= round; }));
+    EXPECT_TRUE(turnQtUntil([&] { return std::ranges::count(target.seen(), controlV) == round; }));
     person.join();
     ASSERT_TRUE(nothingIsDown()) << round;
   }
-  expectPastes(target, 60);
 }
 
 TEST_F(X11KeyEventPosterTest, PastesAsTheTargetAndTheLayoutUnderstandIt) {
@@ -263,7 +265,7 @@ TEST_F(X11KeyEventPosterTest, MakesEventsOfRealKeysOnly) {
   EXPECT_FALSE(X11KeyEventPoster::create(loop_, applications_, {}, "/nowhere:99"));
   EXPECT_TRUE(X11AccessibilityTrust::create()->isTrusted());
   QProcess server;
-  server.start("Xvfb", {"-displayfd", "1", "-nolisten", "tcp", "-extension", "XTEST"});
+  server.start("Xvfb", {"-displayfd", "1", "-nolisten", "tcp", "-noreset", "-extension", "XTEST"});
   ASSERT_TRUE(server.waitForStarted());
   while (!server.canReadLine()) ASSERT_TRUE(server.waitForReadyRead());
   const std::string display = ":" + server.readLine().trimmed().toStdString();
