@@ -116,7 +116,7 @@ class Files(SessionCase):
             self.stowboard.start()
             self.copy(str(number))
             for text in range(number + 1, number + 5):
-                copy_text(self.desktop, str(text))
+                self.copy_after_the_last(str(text))
             time.sleep(chance.uniform(0.0, 0.1))  # a save takes about that long
             self.stowboard.stop(signal.SIGKILL)
             numbers = [int(text) for text in self.stowboard.texts() if text.isdigit()]

@@ -8,6 +8,9 @@ import sys
 import time
 import unittest
 
+from Xlib import display
+
+from applications import copy_text
 from desktop import PrivateDesktop, ends_on_signals, wait_until
 from stowboard import ROOT, Stowboard
 
@@ -48,6 +51,17 @@ class SessionCase(unittest.TestCase):
         self.addCleanup(self.desktop.stop_program, program)
         self.desktop.window(title)
         return program
+
+    def copy_after_the_last(self, text):
+        """A copy by xclip; returns when the X server has the new owner, so that copies keep their
+        order: xclip takes the clipboard only after it has put itself in the background."""
+        if not hasattr(self, "_watch"):
+            self._watch = display.Display(self.desktop.environment["DISPLAY"])
+            self.addCleanup(self._watch.close)
+        owner = lambda: self._watch.get_selection_owner(self._watch.intern_atom("CLIPBOARD"))
+        before = owner()
+        copy_text(self.desktop, text)
+        wait_until(lambda: owner() != before, "a new owner")
 
     def start_owner(self, script, *arguments):
         """Starts a clipboard owner written in Python; waits until it says that it owns."""
