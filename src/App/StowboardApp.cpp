@@ -1,5 +1,6 @@
 #include <unistd.h>
 #include <QApplication>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -9,6 +10,7 @@
 #include "App/SingleInstance.h"
 #include "App/TerminationSignals.h"
 #include "Base/Log.h"
+#include "Platform/Desktop/StartMemory.h"
 #include "Platform/Desktop/XdgBundle.h"
 #include "Platform/select.h"
 #include "Services/ThumbnailGenerator.h"
@@ -16,6 +18,9 @@
 namespace stowboard {
 
 namespace {
+
+// After the last work of the start, and before the program counts as idle.
+constexpr auto startSettles = std::chrono::milliseconds(250);
 
 // Set while the delegate runs, for the exit that the toolkit makes on its own when the X server
 // goes away at the end of a session.
@@ -52,6 +57,7 @@ int runApplication(QApplication& application, const Platform& platform, SingleIn
   std::atexit(endWithTheSession);
   delegate.applicationDidFinishLaunching();
   instance.serve(*platform.runLoop, busActions(delegate));
+  platform.runLoop->postAfter(startSettles, releaseStartMemory);
   const int status = QApplication::exec();
   delegate.applicationWillTerminate();
   runningDelegate = nullptr;
