@@ -57,7 +57,9 @@ void dropFilePages(const PageMap& map, std::uintptr_t begin, std::uintptr_t end)
     const auto next = std::find_if(at, pages.end(), hasPrivateCopy);
     const auto start = first + static_cast<std::uintptr_t>(at - pages.begin());
     const auto size = static_cast<std::size_t>(next - at) * pageSize;
-    if (size > 0) madvise(reinterpret_cast<void*>(start * pageSize), size, MADV_DONTNEED);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the loader gives addresses as integers.
+    auto* const address = reinterpret_cast<void*>(start * pageSize);
+    if (size > 0) madvise(address, size, MADV_DONTNEED);
     at = std::find_if_not(next, pages.end(), hasPrivateCopy);
   }
 }
