@@ -4,6 +4,8 @@
 import pathlib
 import sys
 
+from Xlib import X, display
+
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools" / "session"))
 from applications import copy_in_word_processor, copy_text, write_picture  # noqa: E402
 from case import SessionCase, main, subprocess, wait_until  # noqa: E402
@@ -117,8 +119,15 @@ class Pasting(SessionCase):
         self.assertEqual(self.stowboard.texts(), [text])
 
     def test_settings_name_the_hot_keys_and_a_taken_one_is_refused(self):
+        other = display.Display(self.desktop.environment["DISPLAY"])
+        self.addCleanup(other.close)
+        other.screen().root.grab_key(55, X.ShiftMask | X.Mod4Mask, True, X.GrabModeAsync,
+                                     X.GrabModeAsync)
+        other.sync()
         self.stowboard.set(directPasteModifiers=0x1200)
         self.stowboard.start()
+        for line in ("RegisterEventHotKey failed (10) for id 1 ⇧⌘V", "Hotkey registration failed —"):
+            self.assertEqual(self.stowboard.logged(line), 1, self.stowboard.lines)
         self.record("pasted")
         receiver = self.receiver("gtk3")
         self.desktop._xdotool("key", "super+alt+1")
