@@ -14,6 +14,7 @@
 
 #include "App/AppDelegate.h"
 #include "Base/Log.h"
+#include "Services/StorageManager.h"
 #include "Utils/PrivateFiles.h"
 
 namespace stowboard {
@@ -79,7 +80,7 @@ void SingleInstance::claimName(const Bundle& bundle) {
 }
 
 void SingleInstance::lockFolder(const Bundle& bundle) {
-  lock_ = std::make_unique<FolderLock>(bundle.applicationSupportFolder() / "Stowboard");
+  lock_ = std::make_unique<FolderLock>(StorageManager::defaultDirectory(bundle));
   if (!lock_->isHeldByOther()) return;
   fmt::print(stderr, "stowboard: Stowboard already runs, out of this session bus's reach.\n");
   exitStatus_ = EXIT_SUCCESS;

@@ -64,7 +64,16 @@ int runApplication(QApplication& application, const Platform& platform, SingleIn
   return status;
 }
 
+// The toolkit's own lines go where ours go. Its warnings are of interest at a terminal only.
+void logForToolkit(QtMsgType type, const QMessageLogContext&, const QString& message) {
+  const bool isError = type == QtCriticalMsg || type == QtFatalMsg;
+  const std::string text = message.toStdString();
+  isError ? Log::app.error("Qt: {}", text) : Log::app.info("Qt: {}", text);
+  if (type == QtFatalMsg) Log::flush();
+}
+
 int runStowboard(char* programName) {
+  qInstallMessageHandler(logForToolkit);
   auto bundle = std::make_unique<XdgBundle>();
   const DisplaySelection display = selectDisplay(*bundle);
   if (!display.isUsable()) {

@@ -46,8 +46,8 @@ std::unique_ptr<PasteSimulator> makeSimulator(const Platform& platform,
 }  // namespace
 
 DependencyContainer::DependencyContainer(const Platform& platform)
-    : storage_(std::make_shared<StorageManager>(platform.bundle->applicationSupportFolder() /
-                                                "Stowboard")),
+    : storage_(
+          std::make_shared<StorageManager>(StorageManager::defaultDirectory(*platform.bundle))),
       appState_(loadState(*storage_)),
       clipboardMonitor_(makeMonitor(platform, appState_)),
       hotKeyManager_(std::make_unique<HotKeyManager>(*platform.hotKeyCenter, *platform.runLoop)),

@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "Base/SerialQueue.h"
+#include "Platform/Bundle.h"
 #include "Services/StorageStoring.h"
 #include "Utils/FileError.h"
 
@@ -18,6 +19,11 @@ namespace stowboard {
 /// be kept, it is neither replaced nor removed.
 class StorageManager : public StorageStoring {
  public:
+  /// The folder of the running program: "Stowboard" among the user's application data.
+  static std::filesystem::path defaultDirectory(const Bundle& bundle) {
+    return bundle.applicationSupportFolder() / "Stowboard";
+  }
+
   /// `directory` is the storage folder itself; it is created where it is missing, and made private
   /// to the user, as are the two files. Leftovers of writes that a crash cut short are removed.
   explicit StorageManager(const std::filesystem::path& directory);
