@@ -62,7 +62,10 @@ X11KeyEventPoster::Surroundings surroundings(const InstalledApplications& applic
     return entry != nullptr && entry->hasCategory("TerminalEmulator");
   };
   if (workspace) around.awaitedWindow = [workspace] { return workspace->awaitedWindow(); };
-  if (pasteboard) around.offerPrimary = [pasteboard] { pasteboard->offerPrimary(); };
+  if (pasteboard) {
+    around.offerPrimary = [pasteboard] { pasteboard->offerPrimary(); };
+    around.whenPublished = [pasteboard](auto done) { pasteboard->whenPublished(std::move(done)); };
+  }
   return around;
 }
 

@@ -38,6 +38,11 @@ SelectionSession::SelectionSession(X11Connection& connection, const SelectionLim
 }
 
 void SelectionSession::handle(const xcb_generic_event_t& event) {
+  dispatch(event);
+  settlePublished();
+}
+
+void SelectionSession::dispatch(const xcb_generic_event_t& event) {
   const int type = event.response_type & 0x7F;
   if (type == connection_.xfixesEventBase() + XCB_XFIXES_SELECTION_NOTIFY) {
     return handleOwner(as<xcb_xfixes_selection_notify_event_t>(event), event.full_sequence);
@@ -140,6 +145,19 @@ void SelectionSession::provide(std::uint64_t number, std::shared_ptr<SelectionOf
 void SelectionSession::offerPrimary(std::shared_ptr<SelectionOffer> offer) {
   primary_.begin(SelectionClaim::Manner::always);
   primary_.provide(std::move(offer));
+}
+
+void SelectionSession::whenPublished(std::function<void()> done) {
+  onPublished_.push_back(std::move(done));
+  settlePublished();
+}
+
+void SelectionSession::settlePublished() {
+  if (onPublished_.empty() || isWriting() || primary_.isPending()) return;
+  // The answer comes after the server has handled the claims.
+  const XcbPointer<xcb_get_input_focus_reply_t> answer(xcb_get_input_focus_reply(
+      connection_.xcb(), xcb_get_input_focus(connection_.xcb()), nullptr));
+  for (const auto& done : std::exchange(onPublished_, {})) done();
 }
 
 void SelectionSession::keep(std::uint64_t copyNumber, std::shared_ptr<SelectionOffer> offer) {

@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 #include "Platform/X11/SelectionClaim.h"
 #include "Platform/X11/SelectionReader.h"
@@ -47,6 +48,9 @@ class SelectionSession {
   void provide(std::uint64_t number, std::shared_ptr<SelectionOffer> offer);
   /// Takes PRIMARY too, until somebody else does.
   void offerPrimary(std::shared_ptr<SelectionOffer> offer);
+  /// Calls `done` once the server knows of everything provided and offered so far, so that a
+  /// program which asks from then on is given that.
+  void whenPublished(std::function<void()> done);
   /// What a copy, by FetchedContent::copyNumber, is to be offered as should its owner end.
   void keep(std::uint64_t copyNumber, std::shared_ptr<SelectionOffer> offer);
 
@@ -67,6 +71,8 @@ class SelectionSession {
   void handleProperty(const xcb_property_notify_event_t& event, std::uint32_t sequence);
   void beginWrite(xcb_timestamp_t time);
   bool isWriting() const { return clipboard_.isPending() || early_; }
+  void dispatch(const xcb_generic_event_t& event);
+  void settlePublished();
   void handleOwner(const xcb_xfixes_selection_notify_event_t& event, std::uint32_t sequence);
   void handleLoss(const xcb_xfixes_selection_notify_event_t& event);
   void forgetCopy();
@@ -95,6 +101,7 @@ class SelectionSession {
   std::uint64_t keptCopy_ = 0;
   std::shared_ptr<SelectionOffer> kept_;
 
+  std::vector<std::function<void()>> onPublished_;
   bool isLeaving_ = false;
   bool isSavingRequested_ = false;
   std::optional<SteadyTime> handOverEnd_;

@@ -194,19 +194,6 @@ bool X11Desktop::hasInputFocus(xcb_window_t window) const {
   return each == window;
 }
 
-xcb_window_t X11Desktop::selectionOwner(xcb_atom_t selection) const {
-  const XcbPointer<xcb_get_selection_owner_reply_t> owner(
-      xcb_get_selection_owner_reply(xcb(), xcb_get_selection_owner(xcb(), selection), nullptr));
-  return owner ? owner->owner : xcb_window_t{XCB_NONE};
-}
-
-bool X11Desktop::primaryFollowsClipboard() const {
-  const auto clients = ~xcb_get_setup(xcb())->resource_id_mask;
-  const auto clipboard = selectionOwner(connection_->atom("CLIPBOARD"));
-  return clipboard != XCB_NONE &&
-         (clipboard & clients) == (selectionOwner(XCB_ATOM_PRIMARY) & clients);
-}
-
 void X11Desktop::askServerTime() {
   // Appending nothing is a change as well (ICCCM 2.1).
   xcb_change_property(xcb(), XCB_PROP_MODE_APPEND, clock_, atoms_.serverTime, XCB_ATOM_INTEGER, 32,

@@ -37,8 +37,6 @@ class X11Desktop {
   bool exists(xcb_window_t window) const;
   /// Whether key events go to the window or to one inside it.
   bool hasInputFocus(xcb_window_t window) const;
-  /// Whether one program owns both the clipboard and the primary selection.
-  bool primaryFollowsClipboard() const;
 
   /// Makes the server tell its time: serverTime() knows the event and gives the time.
   void askServerTime();
@@ -72,7 +70,6 @@ class X11Desktop {
                             std::uint32_t ofWindow) const;
   std::optional<RunningApplication> identify(xcb_window_t window) const;
   xcb_window_t parentOf(xcb_window_t window) const;
-  xcb_window_t selectionOwner(xcb_atom_t selection) const;
 
   const std::unique_ptr<X11Connection> connection_;
   const ApplicationIdentifying& applications_;

@@ -4,6 +4,7 @@
 #include <xkbcommon/xkbcommon-keysyms.h>
 
 #include <chrono>
+#include <future>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -115,9 +116,9 @@ class X11KeyEventPoster::Typing {
     const auto window = target ? static_cast<xcb_window_t>(target->window) : xcb_window_t{XCB_NONE};
     const auto windowClass = target ? desktop_->windowClass(window) : std::string();
     const auto chord = pasteChord(windowClass, isTerminal(target), v.has_value());
+    awaitPublished(chord == PasteChord::shiftInsert);
     if (chord == PasteChord::controlV) return KeyStroke{*v, true, false};
     if (chord == PasteChord::controlShiftV) return KeyStroke{*v, true, true};
-    offerPrimary();
     const auto insert = injector_->keyFor(XKB_KEY_Insert);
     if (insert) return KeyStroke{*insert, false, true};
     Log::paste.error("The keystroke was not sent: the keyboard has no key for it");
@@ -135,11 +136,17 @@ class X11KeyEventPoster::Typing {
            surroundings_.isTerminal(*target->bundleIdentifier);
   }
 
-  // The target would be given what was selected before.
-  void offerPrimary() {
-    constexpr std::chrono::milliseconds longest{100};
-    onMainThread_(surroundings_.offerPrimary);
-    holdsWithin(longest, [&] { return desktop_->primaryFollowsClipboard(); });
+  // The target would be given what was copied or selected before.
+  void awaitPublished(bool withPrimary) {
+    const auto published = std::make_shared<std::promise<void>>();
+    const auto isPublished = published->get_future();
+    onMainThread_([surroundings = surroundings_, withPrimary, published] {
+      if (withPrimary) surroundings.offerPrimary();
+      surroundings.whenPublished([published] { published->set_value(); });
+    });
+    if (isPublished.wait_for(longestPublishing) == std::future_status::timeout) {
+      Log::paste.info("The clipboard was slow to take the clip that is pasted");
+    }
   }
 
   const ApplicationIdentifying& applications_;

@@ -25,6 +25,7 @@ namespace stowboard {
 class X11KeyEventPoster final : public KeyEventPoster {
  public:
   static constexpr std::chrono::milliseconds longestWait{150};
+  static constexpr std::chrono::milliseconds longestPublishing{500};
 
   /// What the poster asks of the rest of the program.
   struct Surroundings {
@@ -35,8 +36,14 @@ class X11KeyEventPoster final : public KeyEventPoster {
       return false;
     };
     /// Offers the clipboard's content as the primary selection too, for targets that paste that.
-    /// Called on the main thread, before the stroke; the owner may change soon after it returns.
+    /// Called on the main thread, before the stroke.
     std::function<void()> offerPrimary = [] {};
+    /// Calls back, on any thread, once other programs are given what was written and offered
+    /// before; a paste's stroke waits for that, longestPublishing at most. Called on the main
+    /// thread.
+    std::function<void(std::function<void()> done)> whenPublished = [](const auto& done) {
+      done();
+    };
   };
 
   /// `display` empty: $DISPLAY. Null when the server cannot be reached or does not let programs

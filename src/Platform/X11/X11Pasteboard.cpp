@@ -177,6 +177,12 @@ void X11Pasteboard::commit() {
   }
 }
 
+void X11Pasteboard::whenPublished(std::function<void()> done) {
+  commit();
+  thread_->post(
+      [done = std::move(done)](SelectionSession& session) { session.whenPublished(done); });
+}
+
 void X11Pasteboard::handOver(std::function<void()> done) {
   commit();
   thread_->post([this, done = std::move(done)](SelectionSession& session) {

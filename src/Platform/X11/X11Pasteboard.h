@@ -65,6 +65,10 @@ class X11Pasteboard : public Pasteboard {
   /// instead of the clipboard, until another program takes that.
   void offerPrimary();
 
+  /// Calls `done` on another thread once other programs are given all that was written and offered
+  /// before. Never, when this is destroyed first.
+  void whenPublished(std::function<void()> done);
+
  private:
   X11Pasteboard(RunLoop& runLoop, ImageCodec& codec, Options options);
 

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <future>
 #include <memory>
 #include <optional>
 #include <random>
@@ -377,6 +378,19 @@ TEST_F(SelectionServingTest, PrimaryIsOfferedOnRequestUntilAnotherTakesIt) {
   ASSERT_TRUE(loop_.runUntil([&] { return requester_.ownerOf("PRIMARY") != other.window(); }));
   EXPECT_TRUE(isServing("PRIMARY", "newer"));
   EXPECT_EQ(moves_, 0);
+}
+
+TEST_F(SelectionServingTest, WhatIsPublishedIsServedFromThatMomentOn) {
+  for (int round = 0; round < 50; ++round) {
+    const auto text = std::to_string(round);
+    write(text);
+    pasteboard_->offerPrimary();
+    std::promise<void> published;
+    pasteboard_->whenPublished([&] { published.set_value(); });
+    ASSERT_EQ(published.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    ASSERT_TRUE(isServing("CLIPBOARD", text));
+    ASSERT_TRUE(isServing("PRIMARY", text));
+  }
 }
 
 TEST_F(SelectionServingTest, ContentOutlivesItsProgramWithoutAMove) {

@@ -88,6 +88,9 @@ class X11KeyEventPosterTest : public ::testing::Test {
     surroundings.awaitedWindow = [this] { return awaited_; };
     surroundings.isTerminal = [](const std::string& id) { return id == "Terminal"; };
     surroundings.offerPrimary = [this] { offers_ += 1; };
+    surroundings.whenPublished = [this](std::function<void()> done) {
+      isPublishingHeld_ ? heldPublishing_.push_back(std::move(done)) : done();
+    };
     poster_ = X11KeyEventPoster::create(loop_, applications_, std::move(surroundings));
     workspace_ = X11Workspace::create(loop_, applications_);
   }
@@ -135,6 +138,8 @@ class X11KeyEventPosterTest : public ::testing::Test {
   std::unique_ptr<X11Workspace> workspace_;
   std::uint64_t awaited_ = 0;
   int offers_ = 0;
+  bool isPublishingHeld_ = false;
+  std::vector<std::function<void()>> heldPublishing_;
 };
 
 TEST_F(X11KeyEventPosterTest, ShowsExactlyThePasteChordWhateverIsHeld) {
@@ -258,6 +263,19 @@ TEST_F(X11KeyEventPosterTest, WaitsForTheActivationUnderWay) {
   paste();
   EXPECT_THAT(seenBy(second, 3), ElementsAre(controlV, controlV, controlV));
   EXPECT_TRUE(first.seen().empty());
+}
+
+TEST_F(X11KeyEventPosterTest, WaitsForTheClipToBeOnTheClipboard) {
+  Target target("Editor");
+  bringToFront(target);
+  isPublishingHeld_ = true;
+  paste();
+  ASSERT_TRUE(turnQtUntil([&] { return !heldPublishing_.empty(); }));
+  typist_.tap(Typist::capsLock);  // comes after whatever was typed too early
+  typist_.tap(Typist::capsLock);
+  EXPECT_EQ(std::ranges::count(target.seen(), controlV), 0);
+  heldPublishing_.front()();
+  EXPECT_TRUE(turnQtUntil([&] { return std::ranges::count(target.seen(), controlV) == 1; }));
 }
 
 TEST_F(X11KeyEventPosterTest, MakesEventsOfRealKeysOnly) {
