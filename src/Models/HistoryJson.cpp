@@ -10,6 +10,7 @@
 #include "Models/JsonReader.h"
 #include "Models/JsonRecord.h"
 #include "Models/JsonWriter.h"
+#include "Models/NestingJsonHandler.h"
 
 namespace stowboard {
 
@@ -77,15 +78,8 @@ constexpr std::array<JsonField<ClipDraft>, 6> clipFields{{
     {"timestamp", true, takeTimestamp},
 }};
 
-class HistoryHandler : public JsonHandler {
+class HistoryHandler : public NestingJsonHandler {
  public:
-  bool onValue(const JsonValue& value) override {
-    const bool opens = value.kind == Kind::array || value.kind == Kind::object;
-    const bool goOn = take(value);
-    if (opens) ++depth_;
-    return goOn;
-  }
-
   bool onKey(std::string_view key) override {
     if (depth_ == inClip) {
       clip_.onKey(key);
@@ -106,15 +100,14 @@ class HistoryHandler : public JsonHandler {
   }
 
   DecodingResult<std::vector<ClipItem>> result(JsonReading reading) {
-    if (reading.outcome == JsonOutcome::malformed) return DecodingError{std::move(reading.error)};
-    if (reading.outcome == JsonOutcome::endedByHandler) return DecodingError{std::move(problem_)};
+    if (auto error = errorOf(reading)) return *std::move(error);
     return std::move(clips_);
   }
 
  private:
   enum Depth : std::size_t { outside, inArray, inClip };
 
-  bool take(const JsonValue& value) {
+  bool take(const JsonValue& value) override {
     switch (depth_) {
       case outside:
         return value.kind == Kind::array || failHere("is not an array");
@@ -141,16 +134,9 @@ class HistoryHandler : public JsonHandler {
   }
 
   bool failHere(std::string_view what) { return fail(fmt::format("{} {}", place(), what)); }
-  bool fail(std::string problem) {
-    problem_ = std::move(problem);
-    return false;
-  }
 
   std::vector<ClipItem> clips_;
   JsonRecord<ClipDraft, clipFields.size()> clip_{clipFields};
-  std::string key_;
-  std::string problem_;
-  std::size_t depth_ = outside;
 };
 
 void writeClip(const ClipItem& clip, JsonWriter& writer) {

@@ -10,6 +10,7 @@
 #include "Models/JsonReader.h"
 #include "Models/JsonRecord.h"
 #include "Models/JsonWriter.h"
+#include "Models/NestingJsonHandler.h"
 
 namespace stowboard {
 
@@ -101,15 +102,8 @@ constexpr std::array<JsonField<AppSettings>, 6> settingsFields{{
     {"directPasteModifiers", false, takeDirectPasteModifiers},
 }};
 
-class SettingsHandler : public JsonHandler {
+class SettingsHandler : public NestingJsonHandler {
  public:
-  bool onValue(const JsonValue& value) override {
-    const bool opens = value.kind == Kind::array || value.kind == Kind::object;
-    const bool goOn = take(value);
-    if (opens) ++depth_;
-    return goOn;
-  }
-
   bool onKey(std::string_view key) override {
     if (depth_ == inSettings) {
       settings_.onKey(key);
@@ -133,8 +127,7 @@ class SettingsHandler : public JsonHandler {
   }
 
   DecodingResult<AppSettings> result(JsonReading reading) {
-    if (reading.outcome == JsonOutcome::malformed) return DecodingError{std::move(reading.error)};
-    if (reading.outcome == JsonOutcome::endedByHandler) return DecodingError{std::move(problem_)};
+    if (auto error = errorOf(reading)) return *std::move(error);
     const AppSettings& read = settings_.draft;
     return AppSettings(read.maxRecords, read.pasteMode, read.hotKey, read.excludedBundleIds,
                        read.language, read.directPasteModifiers);
@@ -143,7 +136,7 @@ class SettingsHandler : public JsonHandler {
  private:
   enum Depth : std::size_t { outside, inSettings, inField };
 
-  bool take(const JsonValue& value) {
+  bool take(const JsonValue& value) override {
     switch (depth_) {
       case outside:
         return value.kind == Kind::object || fail("the settings are not an object");
@@ -185,17 +178,9 @@ class SettingsHandler : public JsonHandler {
     settings_.draft.hotKey = {hotKey_.draft.keyCode, hotKey_.draft.modifiers};
   }
 
-  bool fail(std::string problem) {
-    problem_ = std::move(problem);
-    return false;
-  }
-
   JsonRecord<AppSettings, settingsFields.size()> settings_{settingsFields};
   JsonRecord<HotKeyDraft, hotKeyFields.size()> hotKey_{hotKeyFields};
   std::size_t excludedCount_ = 0;
-  std::string key_;
-  std::string problem_;
-  std::size_t depth_ = outside;
 };
 
 }  // namespace

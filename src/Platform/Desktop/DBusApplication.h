@@ -12,7 +12,7 @@ namespace stowboard {
 
 /// The program's name on the session bus: it makes the program the only one of its user's session,
 /// and takes what launchers and key bindings ask of it by org.freedesktop.Application (Desktop
-/// Entry specification, "D-Bus Activation"). The bus name is the application id, the object path
+/// Entry standard, "D-Bus Activation"). The bus name is the application id, the object path
 /// the same with slashes for dots.
 ///
 /// Main thread. It needs no toolkit until serve(), and nothing waits once claim() has returned.

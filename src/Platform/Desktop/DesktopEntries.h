@@ -9,7 +9,7 @@
 
 namespace stowboard {
 
-/// An installed application, as its .desktop file describes it (Desktop Entry specification).
+/// An installed application, as its .desktop file describes it (Desktop Entry standard).
 struct DesktopEntry {
   /// The file's path below its applications folder, with dashes for slashes and without ".desktop".
   std::string id;

@@ -8,7 +8,7 @@
 namespace stowboard {
 
 /// The main group of a desktop entry file, to be read and changed with everything else in the file
-/// left as it is: other groups, comments, order (Desktop Entry specification, "Basic format of the
+/// left as it is: other groups, comments, order (Desktop Entry standard, "Basic format of the
 /// file"). Lines that are neither are kept and mean nothing. Of a repeated key the first counts.
 class KeyFile {
  public:

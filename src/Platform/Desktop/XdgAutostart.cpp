@@ -139,7 +139,7 @@ Reading readFile(const fs::path& path) {
   return {file.readAll().toStdString(), 0};
 }
 
-// Each missing folder of the path, private to the user as the Base Directory specification says.
+// Each missing folder of the path, private to the user as the Base Directory standard says.
 Failure makeFolders(const fs::path& folder) {
   std::error_code unknown;
   if (fs::is_directory(folder, unknown)) return std::nullopt;

@@ -10,7 +10,7 @@
 namespace stowboard {
 
 /// Launching at login by a file in the user's autostart folder, named after the application id
-/// (Desktop Application Autostart specification). Touches only a few small files at each call.
+/// (Desktop Application Autostart standard). Touches only a few small files at each call.
 ///
 /// The user's file overrides one of the same name in the system-wide autostart folders. The status
 /// is `enabled` only if the file that counts would really start the program in this desktop: it is

@@ -5,7 +5,7 @@
 
 namespace stowboard {
 
-/// The folders of the XDG Base Directory specification, from the process's environment. Relative
+/// The folders of the XDG Base Directory standard, from the process's environment. Relative
 /// values count as unset, as it demands. Nothing is created. Safe from any thread while nobody
 /// changes the environment.
 struct XdgFolders {

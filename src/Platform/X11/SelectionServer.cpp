@@ -185,7 +185,7 @@ bool SelectionServer::sendAtoms(const Request& request, const Entry& entry) {
     return true;
   };
   if (entry.name == "TIMESTAMP") return send(XCB_ATOM_INTEGER, {request.ownedSince});
-  // What it asks for is done by answering (the freedesktop.org clipboard manager specification).
+  // What it asks for is done by answering (the freedesktop.org clipboard manager standard).
   if (entry.name == "SAVE_TARGETS") return send(connection_.atom("NULL"), {});
   if (entry.name != "TARGETS") return false;
   std::vector<xcb_atom_t> atoms;

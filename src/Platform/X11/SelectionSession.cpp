@@ -202,7 +202,7 @@ void SelectionSession::proceedHandOver() {
   requestSaving();
 }
 
-// The freedesktop.org clipboard manager specification.
+// The freedesktop.org clipboard manager standard.
 void SelectionSession::requestSaving() {
   isSavingRequested_ = true;
   const auto saveTargets = connection_.atom("SAVE_TARGETS");
