@@ -1,10 +1,5 @@
 #include "Platform/X11/X11HotKeys.h"
 
-// xkb.h names a field after a word of C++.
-#define explicit explicit_
-#include <xcb/xkb.h>
-#undef explicit
-
 #include <QObject>
 #include <QSocketNotifier>
 #include <algorithm>
@@ -12,6 +7,7 @@
 #include <vector>
 
 #include "Base/Log.h"
+#include "Platform/X11/XkbProtocol.h"
 
 namespace stowboard {
 

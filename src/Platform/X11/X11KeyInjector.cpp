@@ -2,14 +2,12 @@
 
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
-// xkb.h names a field after a word of C++.
-#define explicit explicit_
-#include <xcb/xkb.h>
-#undef explicit
 
 #include <algorithm>
 #include <string_view>
 #include <utility>
+
+#include "Platform/X11/XkbProtocol.h"
 
 namespace stowboard {
 

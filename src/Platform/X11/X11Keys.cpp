@@ -1,9 +1,5 @@
 #include "Platform/X11/X11Keys.h"
 
-// xkb.h names a field after a word of C++.
-#define explicit explicit_
-#include <xcb/xkb.h>
-#undef explicit
 #include <xkbcommon/xkbcommon-keysyms.h>
 
 #include <algorithm>
@@ -11,6 +7,7 @@
 
 #include "Models/HotKeyConfig.h"
 #include "Platform/X11/X11Connection.h"
+#include "Platform/X11/XkbProtocol.h"
 
 namespace stowboard {
 
