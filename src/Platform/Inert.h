@@ -1,6 +1,8 @@
 #pragma once
 
 #include "Platform/AccessibilityTrust.h"
+#include "Platform/Compositing.h"
+#include "Platform/DesktopAppearance.h"
 #include "Platform/HotKeyCenter.h"
 #include "Platform/KeyEventPoster.h"
 #include "Platform/Pasteboard.h"
@@ -53,6 +55,18 @@ class InertAccessibilityTrust : public AccessibilityTrust {
  public:
   bool isTrusted() const override { return false; }
   void openSettings() override {}
+};
+
+/// A desktop whose user has no preference.
+class InertDesktopAppearance : public DesktopAppearance {
+ public:
+  Appearance appearance() const override { return {}; }
+};
+
+/// Windows that are not blended.
+class InertCompositing : public Compositing {
+ public:
+  bool isRunning() const override { return false; }
 };
 
 }  // namespace stowboard

@@ -4,6 +4,8 @@
 
 #include "Platform/AccessibilityTrust.h"
 #include "Platform/Bundle.h"
+#include "Platform/Compositing.h"
+#include "Platform/DesktopAppearance.h"
 #include "Platform/HotKeyCenter.h"
 #include "Platform/Image.h"
 #include "Platform/KeyEventPoster.h"
@@ -28,6 +30,8 @@ struct Platform {
   std::unique_ptr<KeyEventPoster> keyEventPoster;
   std::unique_ptr<AccessibilityTrust> accessibilityTrust;
   std::unique_ptr<LoginItems> loginItems;
+  std::unique_ptr<DesktopAppearance> appearance;
+  std::unique_ptr<Compositing> compositing;
 };
 
 }  // namespace stowboard

@@ -125,6 +125,8 @@ Platform selectPlatform(const DisplaySelection& display, std::unique_ptr<Bundle>
   platform.sharedByAdapters = applications;
   addX11Adapters(platform, *applications, thumbnailDimension);
   platform.loginItems = std::make_unique<XdgAutostart>(*platform.bundle);
+  platform.appearance = std::make_unique<InertDesktopAppearance>();
+  platform.compositing = std::make_unique<InertCompositing>();
   return platform;
 }
 

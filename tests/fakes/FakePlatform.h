@@ -34,6 +34,8 @@ class FakePlatform {
     platform.keyEventPoster = std::make_unique<FakeKeyEventPoster>();
     platform.accessibilityTrust = std::make_unique<InertAccessibilityTrust>();
     platform.loginItems = std::make_unique<FakeLoginItems>();
+    platform.appearance = std::make_unique<InertDesktopAppearance>();
+    platform.compositing = std::make_unique<InertCompositing>();
   }
   ~FakePlatform() { std::filesystem::remove_all(folder_); }
 

@@ -1,0 +1,50 @@
+#include "UI/Colors.h"
+
+namespace stowboard {
+
+namespace {
+
+QColor mixed(const QColor& over, const QColor& under, double share) {
+  const auto channel = [share](double upper, double lower) {
+    return static_cast<float>(share * upper + (1 - share) * lower);
+  };
+  return QColor::fromRgbF(channel(over.redF(), under.redF()),
+                          channel(over.greenF(), under.greenF()),
+                          channel(over.blueF(), under.blueF()));
+}
+
+}  // namespace
+
+bool Colors::isDark() const {
+  return palette_.color(QPalette::Window).lightness() <
+         palette_.color(QPalette::WindowText).lightness();
+}
+
+bool Colors::isHighContrast() const {
+  return palette_.color(QPalette::PlaceholderText) == palette_.color(QPalette::Text);
+}
+
+QColor Colors::primary() const { return palette_.color(QPalette::Text); }
+
+// 4.5 to 1 on white and on black, as WCAG 2.1 asks for small text.
+QColor Colors::secondary() const {
+  return isHighContrast() ? primary() : mixed(primary(), palette_.color(QPalette::Base), 0.6);
+}
+
+QColor Colors::separator() const {
+  return isHighContrast() ? primary() : mixed(primary(), palette_.color(QPalette::Window), 0.18);
+}
+
+QColor Colors::controlBackground() const { return palette_.color(QPalette::Base); }
+
+QColor Colors::badge() const {
+  QColor fill = orange();
+  fill.setAlphaF(isHighContrast() ? 0.4F : 0.15F);
+  return fill;
+}
+
+QColor Colors::red() const { return isDark() ? QColor(0xff6961) : QColor(0xc4231c); }
+QColor Colors::green() const { return isDark() ? QColor(0x32d74b) : QColor(0x248a3d); }
+QColor Colors::orange() const { return isDark() ? QColor(0xff9f0a) : QColor(0xf57c00); }
+
+}  // namespace stowboard

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QColor>
+#include <QPalette>
+
+namespace stowboard {
+
+/// The colours of the windows that the toolkit's palette has no role for, each made for one palette
+/// so that it reads well on it, light or dark. A palette tells of high contrast by a placeholder
+/// colour that equals its text's.
+class Colors {
+ public:
+  explicit Colors(const QPalette& palette) : palette_(palette) {}
+
+  QColor primary() const;
+  QColor secondary() const;
+  /// Lines between parts, outlines of key caps.
+  QColor separator() const;
+  QColor controlBackground() const;
+  /// A shortcut's badge: orange at 15 %.
+  QColor badge() const;
+  QColor red() const;
+  QColor green() const;
+  QColor orange() const;
+
+  bool isDark() const;
+  bool isHighContrast() const;
+
+ private:
+  QPalette palette_;
+};
+
+}  // namespace stowboard
