@@ -1,9 +1,18 @@
 #include "App/AppCoordinator.h"
 
+#include <unistd.h>
+
+#include <QCoreApplication>
 #include <iterator>
 #include <utility>
 
+#include "App/HelpDocument.h"
 #include "Base/Log.h"
+#include "MenuBar/MenuBarController.h"
+#include "UI/HistoryPanel.h"
+#include "UI/SettingsWindow.h"
+#include "Utils/AppBuildInfo.h"
+#include "Utils/L10n.h"
 
 namespace stowboard {
 
@@ -25,29 +34,30 @@ auto weakly(const std::weak_ptr<AppCoordinator>& owner, Operation operation) {
 
 }  // namespace
 
-std::shared_ptr<AppCoordinator> AppCoordinator::create(
-    std::unique_ptr<DependencyContainer> container) {
-  return std::shared_ptr<AppCoordinator>(new AppCoordinator(std::move(container)));
+std::shared_ptr<AppCoordinator> AppCoordinator::create(const Platform& platform) {
+  return std::shared_ptr<AppCoordinator>(new AppCoordinator(platform));
 }
 
-AppCoordinator::AppCoordinator(std::unique_ptr<DependencyContainer> container)
-    : container_(std::move(container)) {}
+AppCoordinator::AppCoordinator(const Platform& platform)
+    : platform_(platform), container_(std::make_unique<DependencyContainer>(platform)) {}
+
+AppCoordinator::~AppCoordinator() = default;
 
 void AppCoordinator::start() {
   container_->clipboardMonitor().start();
   registerHotKey(std::nullopt);
   registerQuickPasteHotKeys(std::nullopt);
   observeSettingsChanges();
+  setUpStatusItem();
+  container_->pasteSimulator().onDidActivate =
+      weakly(weak_from_this(), [](AppCoordinator& self) { self.closeHistoryPanel(); });
 }
-
-void AppCoordinator::showHistory() { Log::app.info("Asked to show the history"); }
-
-void AppCoordinator::openSettings() { Log::app.info("Asked to open the settings"); }
 
 void AppCoordinator::registerHotKey(std::optional<HotKeyConfig> config) {
   const HotKeyConfig chosen = config.value_or(container_->appState()->settings().hotKey);
   const bool isRegistered = container_->hotKeyManager().registerHotKey(
-      chosen, weakly(weak_from_this(), [](AppCoordinator& self) { self.showHistory(); }));
+      chosen,
+      weakly(weak_from_this(), [](AppCoordinator& self) { self.showHistoryAt(std::nullopt); }));
   if (!isRegistered) {
     Log::hotKey.error("Hotkey registration failed — panel remains available via menu bar click");
   }
@@ -79,6 +89,119 @@ void AppCoordinator::observeSettingsChanges() {
                      self.registerQuickPasteHotKeys(settings.directPasteModifiers);
                    }))
       .storeIn(cancellables_);
+  container_->appState()
+      ->settingsPublisher()
+      .map(&AppSettings::language)
+      .removeDuplicates()
+      .dropFirst(1)
+      .sink(weakly(weak_from_this(),
+                   [](AppCoordinator& self, AppLanguage language) {
+                     self.menuBarController_->languageDidChange();
+                     if (self.settingsWindow_) {
+                       self.settingsWindow_->setTitle(L10n::settingsTitle(language));
+                     }
+                   }))
+      .storeIn(cancellables_);
+}
+
+AppLanguage AppCoordinator::language() const { return container_->appState()->settings().language; }
+
+void AppCoordinator::setUpStatusItem() {
+  menuBarController_ = std::make_unique<MenuBarController>();
+  menuBarController_->onShowHistory =
+      weakly(weak_from_this(),
+             [](AppCoordinator& self, const QRect& button) { self.showHistoryAt(button); });
+  menuBarController_->onOpenSettings =
+      weakly(weak_from_this(), [](AppCoordinator& self) { self.openSettings(); });
+  menuBarController_->onOpenHelp =
+      weakly(weak_from_this(), [](AppCoordinator& self) { self.openHelp(); });
+  menuBarController_->onQuit = [] { QCoreApplication::quit(); };
+  menuBarController_->languageProvider = [weakSelf = weak_from_this()] {
+    const auto self = weakSelf.lock();
+    return self ? self->language() : AppLanguage::english;
+  };
+  menuBarController_->versionProvider = [&bundle = *platform_.bundle] {
+    return AppBuildInfo::buildVersionString(bundle);
+  };
+  menuBarController_->setupStatusItem();
+}
+
+void AppCoordinator::prepareHistoryPanel() {
+  if (historyPanel_) return;
+  historyPanel_ = makeHistoryPanel();
+  historyPanel_->prepare();
+}
+
+std::unique_ptr<HistoryPanel> AppCoordinator::makeHistoryPanel() {
+  HistoryPanel::Desktop desktop;
+  desktop.mainQueue = [&runLoop = *platform_.runLoop](auto task) { runLoop.post(std::move(task)); };
+  desktop.isCompositing = [&compositing = *platform_.compositing] {
+    return compositing.isRunning();
+  };
+  desktop.bringToFront = weakly(weak_from_this(), [](AppCoordinator& self, std::uint64_t window) {
+    self.bringToFront(window);
+  });
+  desktop.returnFocus = weakly(weak_from_this(), [](AppCoordinator& self) { self.returnFocus(); });
+  auto panel = std::make_unique<HistoryPanel>(container_->appState(), &container_->pasteSimulator(),
+                                              std::move(desktop));
+  panel->onOpenSettings =
+      weakly(weak_from_this(), [](AppCoordinator& self) { self.openSettings(); });
+  return panel;
+}
+
+void AppCoordinator::showHistoryAt(std::optional<QRect> anchor) {
+  if (historyPanel_ && historyPanel_->isVisible()) return historyPanel_->close();
+  if (!historyPanel_) historyPanel_ = makeHistoryPanel();
+  rememberFocus();
+  if (anchor) {
+    historyPanel_->showRelativeTo(*anchor);
+  } else {
+    historyPanel_->showAtCursor();
+  }
+}
+
+void AppCoordinator::closeHistoryPanel() {
+  if (historyPanel_) historyPanel_->close();
+}
+
+void AppCoordinator::openSettings() {
+  const auto title = L10n::settingsTitle(language());
+  if (!settingsWindow_) settingsWindow_ = makeSettingsWindow();
+  settingsWindow_->setTitle(title);
+  settingsWindow_->show();
+}
+
+std::unique_ptr<SettingsWindow> AppCoordinator::makeSettingsWindow() {
+  auto viewModel = std::make_unique<SettingsViewModel>(
+      container_->appState(), container_->permissionHelper(), container_->loginItemService(),
+      [&runLoop = *platform_.runLoop](auto task) { runLoop.post(std::move(task)); });
+  auto window = std::make_unique<SettingsWindow>(std::move(viewModel));
+  window->bringToFront = weakly(
+      weak_from_this(), [](AppCoordinator& self, std::uint64_t own) { self.bringToFront(own); });
+  return window;
+}
+
+void AppCoordinator::openHelp() {
+  if (!helpDocument_) {
+    helpDocument_ = std::make_unique<HelpDocument>(*platform_.runLoop, *platform_.workspace,
+                                                   std::filesystem::temp_directory_path());
+  }
+  helpDocument_->open(container_->appState()->settings());
+}
+
+// The user asked for it, by a hot key or a click that the toolkit has not seen.
+void AppCoordinator::bringToFront(std::uint64_t ownWindow) {
+  platform_.workspace->activate({platform_.bundle->identifier(), ::getpid(), ownWindow});
+}
+
+void AppCoordinator::rememberFocus() {
+  focusedBefore_ = platform_.workspace->frontmostApplication();
+}
+
+// Window managers choose by rules of their own; the user was in that one.
+void AppCoordinator::returnFocus() {
+  if (focusedBefore_) platform_.workspace->activate(*focusedBefore_);
+  focusedBefore_.reset();
 }
 
 void AppCoordinator::directPasteClip(std::ptrdiff_t index) {

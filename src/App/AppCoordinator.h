@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QRect>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -9,22 +10,39 @@
 
 namespace stowboard {
 
+class HelpDocument;
+class HistoryPanel;
+class MenuBarController;
+class SettingsWindow;
+
 /// Turns the object graph into the running program: starts recording, registers the global hot keys
-/// and keeps them as the settings say, and pastes. Main thread.
+/// and keeps them as the settings say, pastes, and owns what is seen: the status item, the history
+/// panel and the settings window. Main thread.
 class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
  public:
-  /// Held by shared_ptr: what it hands to other objects holds it weakly.
-  static std::shared_ptr<AppCoordinator> create(std::unique_ptr<DependencyContainer> container);
+  /// Held by shared_ptr: what it hands to other objects holds it weakly. The platform must outlive
+  /// it.
+  static std::shared_ptr<AppCoordinator> create(const Platform& platform);
+  ~AppCoordinator();
   AppCoordinator(const AppCoordinator&) = delete;
   AppCoordinator& operator=(const AppCoordinator&) = delete;
 
   /// Called once.
   void start();
 
-  /// Shows the history panel, or hides it when it is open.
-  void showHistory();
-  /// Opens the settings window.
+  /// Builds the history panel before it is first asked for, so that it then opens at once. To be
+  /// called when there is nothing else to do.
+  void prepareHistoryPanel();
+
+  /// Shows the history panel, or hides it when it is open. `anchor` is the status item's rectangle,
+  /// in the toolkit's global coordinates; without one, or with an empty one, the panel opens at the
+  /// pointer.
+  void showHistoryAt(std::optional<QRect> anchor);
+  void closeHistoryPanel();
+  /// Opens the settings window, or brings it to the front.
   void openSettings();
+  /// Opens the user guide in the desktop's text viewer.
+  void openHelp();
 
   /// Pastes a clip of the whole history, 0 for the newest; says so in the log when there is none at
   /// that place.
@@ -33,14 +51,30 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
   /// Blocks until every pending file write is done.
   void flushPersistence();
 
+  const std::shared_ptr<AppState>& appState() const { return container_->appState(); }
+
  private:
-  explicit AppCoordinator(std::unique_ptr<DependencyContainer> container);
+  explicit AppCoordinator(const Platform& platform);
 
   void registerHotKey(std::optional<HotKeyConfig> config);
   void registerQuickPasteHotKeys(std::optional<std::uint32_t> modifiers);
   void observeSettingsChanges();
+  void setUpStatusItem();
+  std::unique_ptr<HistoryPanel> makeHistoryPanel();
+  std::unique_ptr<SettingsWindow> makeSettingsWindow();
+  void bringToFront(std::uint64_t ownWindow);
+  void rememberFocus();
+  void returnFocus();
+  AppLanguage language() const;
 
+  const Platform& platform_;
   const std::unique_ptr<DependencyContainer> container_;
+  std::unique_ptr<HelpDocument> helpDocument_;
+  std::unique_ptr<MenuBarController> menuBarController_;
+  std::unique_ptr<HistoryPanel> historyPanel_;
+  std::unique_ptr<SettingsWindow> settingsWindow_;
+  /// Whose window had the focus when the panel opened.
+  std::optional<RunningApplication> focusedBefore_;
   Cancellables cancellables_;
 };
 

@@ -1,17 +1,28 @@
 #include "App/AppDelegate.h"
 
+#include <chrono>
 #include <utility>
 
 #include "Base/Log.h"
 
 namespace stowboard {
 
+namespace {
+
+// The desktop starts many programs at once; the panel can wait until they have.
+constexpr auto startSettles = std::chrono::milliseconds(100);
+
+}  // namespace
+
 void AppDelegate::applicationDidFinishLaunching() {
   if (isRunningTests(*platform_.bundle)) return;
   // Nothing keeps the poll alive here: Linux neither naps nor throttles a background process.
-  const auto coordinator = AppCoordinator::create(std::make_unique<DependencyContainer>(platform_));
+  const auto coordinator = AppCoordinator::create(platform_);
   coordinator->start();
   coordinator_ = coordinator;
+  platform_.runLoop->postAfter(startSettles, [weak = std::weak_ptr(coordinator)] {
+    if (const auto running = weak.lock()) running->prepareHistoryPanel();
+  });
   Log::app.info("Stowboard launched");
 }
 

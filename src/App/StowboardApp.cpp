@@ -41,7 +41,8 @@ DBusApplication::Actions busActions(const AppDelegate& delegate) {
       if (const auto coordinator = weakCoordinator.lock()) operation(*coordinator, arguments...);
     };
   };
-  actions.showHistory = ask([](AppCoordinator& coordinator) { coordinator.showHistory(); });
+  actions.showHistory =
+      ask([](AppCoordinator& coordinator) { coordinator.showHistoryAt(std::nullopt); });
   actions.openSettings = ask([](AppCoordinator& coordinator) { coordinator.openSettings(); });
   actions.paste =
       ask([](AppCoordinator& coordinator, int digit) { coordinator.directPasteClip(digit - 1); });
@@ -89,6 +90,8 @@ int runStowboard(char* programName) {
   char* arguments[] = {programName, platformOption, platformName, nullptr};
   int argumentCount = 3;
   QApplication application(argumentCount, arguments);
+  // What a screen reader calls the program, and the windows' class.
+  QApplication::setApplicationName("Stowboard");
   QApplication::setDesktopFileName(QString::fromStdString(bundle->identifier()));
   QApplication::setQuitOnLastWindowClosed(false);
   const TerminationSignals terminationSignals([] { QCoreApplication::quit(); });

@@ -22,9 +22,8 @@ const std::string panelRefused =
 class AppCoordinatorTest : public ::testing::Test {
  protected:
   AppCoordinatorTest() {
-    auto container = std::make_unique<DependencyContainer>(fake_.platform);
-    state_ = container->appState();
-    coordinator_ = AppCoordinator::create(std::move(container));
+    coordinator_ = AppCoordinator::create(fake_.platform);
+    state_ = coordinator_->appState();
   }
 
   HotKeyConfig digit(int number, std::uint32_t modifiers) {
