@@ -129,4 +129,18 @@ std::string_view L10n::cannotBeUndone(AppLanguage language) {
   return chosen(language, "This cannot be undone.", "此操作无法撤销。");
 }
 
+std::string_view L10n::firstModifier(AppLanguage language) {
+  return chosen(language, "First modifier key", "第一个修饰键");
+}
+
+std::string_view L10n::secondModifier(AppLanguage language) {
+  return chosen(language, "Second modifier key", "第二个修饰键");
+}
+
+std::string_view L10n::hotKeyKey(AppLanguage language) { return chosen(language, "Key", "按键"); }
+
+std::string_view L10n::directPasteModifiers(AppLanguage language) {
+  return chosen(language, "Modifier keys for direct paste", "直接粘贴的修饰键");
+}
+
 }  // namespace stowboard

@@ -49,6 +49,12 @@ class L10n {
   static std::string_view clearHistoryConfirm(AppLanguage language);
   static std::string_view cancel(AppLanguage language);
   static std::string_view cannotBeUndone(AppLanguage language);
+
+  // For screen readers.
+  static std::string_view firstModifier(AppLanguage language);
+  static std::string_view secondModifier(AppLanguage language);
+  static std::string_view hotKeyKey(AppLanguage language);
+  static std::string_view directPasteModifiers(AppLanguage language);
 };
 
 }  // namespace stowboard
