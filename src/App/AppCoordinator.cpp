@@ -160,6 +160,10 @@ void AppCoordinator::showHistoryAt(std::optional<QRect> anchor) {
   }
 }
 
+void AppCoordinator::presentHistory() {
+  if (!container_->appState()->isPanelVisible()) showHistoryAt(std::nullopt);
+}
+
 void AppCoordinator::closeHistoryPanel() {
   if (historyPanel_) historyPanel_->close();
 }

@@ -38,6 +38,8 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
   /// in the toolkit's global coordinates; without one, or with an empty one, the panel opens at the
   /// pointer.
   void showHistoryAt(std::optional<QRect> anchor);
+  /// Shows the history panel at the pointer; leaves it where it is when it is open.
+  void presentHistory();
   void closeHistoryPanel();
   /// Opens the settings window, or brings it to the front.
   void openSettings();

@@ -41,6 +41,7 @@ DBusApplication::Actions busActions(const AppDelegate& delegate) {
       if (const auto coordinator = weakCoordinator.lock()) operation(*coordinator, arguments...);
     };
   };
+  actions.activate = ask([](AppCoordinator& coordinator) { coordinator.presentHistory(); });
   actions.showHistory =
       ask([](AppCoordinator& coordinator) { coordinator.showHistoryAt(std::nullopt); });
   actions.openSettings = ask([](AppCoordinator& coordinator) { coordinator.openSettings(); });

@@ -230,7 +230,7 @@ class DBusApplication::Service {
 
   static int onActivate(sd_bus_message* message, void* service, sd_bus_error*) {
     const auto* self = static_cast<Service*>(service);
-    return self->answer(message, self->actions_.showHistory);
+    return self->answer(message, self->actions_.activate);
   }
 
   static int onActivateAction(sd_bus_message* message, void* service, sd_bus_error* error) {

@@ -21,6 +21,9 @@ class DBusApplication {
   /// What others can ask for. Each runs on a later turn of the main thread, after its caller has
   /// been answered; empty ones do nothing.
   struct Actions {
+    /// What a second launch asks for: to see the program, open already or not.
+    std::function<void()> activate;
+    /// What the hot key does, which also hides.
     std::function<void()> showHistory;
     std::function<void()> openSettings;
     std::function<void()> quit;
