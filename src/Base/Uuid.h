@@ -1,7 +1,9 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,6 +21,12 @@ class Uuid {
   /// The 36-character form in upper case.
   std::string toString() const;
 
+  /// For hash tables.
+  std::size_t hash() const {
+    const auto* characters = reinterpret_cast<const char*>(bytes_.data());
+    return std::hash<std::string_view>()({characters, bytes_.size()});
+  }
+
   friend bool operator==(const Uuid&, const Uuid&) = default;
 
  private:
@@ -26,3 +34,8 @@ class Uuid {
 };
 
 }  // namespace stowboard
+
+template <>
+struct std::hash<stowboard::Uuid> {
+  std::size_t operator()(const stowboard::Uuid& uuid) const { return uuid.hash(); }
+};

@@ -13,6 +13,11 @@ QColor mixed(const QColor& over, const QColor& under, double share) {
                           channel(over.blueF(), under.blueF()));
 }
 
+QColor withAlpha(QColor color, float alpha) {
+  color.setAlphaF(alpha);
+  return color;
+}
+
 }  // namespace
 
 bool Colors::isDark() const {
@@ -37,11 +42,19 @@ QColor Colors::separator() const {
 
 QColor Colors::controlBackground() const { return palette_.color(QPalette::Base); }
 
-QColor Colors::badge() const {
-  QColor fill = orange();
-  fill.setAlphaF(isHighContrast() ? 0.4F : 0.15F);
-  return fill;
+QColor Colors::alternateRow() const { return withAlpha(primary(), isDark() ? 0.06F : 0.045F); }
+
+QColor Colors::placeholder() const { return withAlpha(primary(), 0.1F); }
+
+QColor Colors::selection() const { return palette_.color(QPalette::Highlight); }
+
+QColor Colors::primaryOnSelection() const { return palette_.color(QPalette::HighlightedText); }
+
+QColor Colors::secondaryOnSelection() const {
+  return isHighContrast() ? primaryOnSelection() : mixed(primaryOnSelection(), selection(), 0.85);
 }
+
+QColor Colors::badge() const { return withAlpha(orange(), isHighContrast() ? 0.4F : 0.15F); }
 
 QColor Colors::red() const { return isDark() ? QColor(0xff6961) : QColor(0xc4231c); }
 QColor Colors::green() const { return isDark() ? QColor(0x32d74b) : QColor(0x248a3d); }

@@ -17,6 +17,13 @@ class Colors {
   /// Lines between parts, outlines of key caps.
   QColor separator() const;
   QColor controlBackground() const;
+  /// Laid over the background of every second row.
+  QColor alternateRow() const;
+  /// Stands for a picture that is still being read.
+  QColor placeholder() const;
+  QColor selection() const;
+  QColor primaryOnSelection() const;
+  QColor secondaryOnSelection() const;
   /// A shortcut's badge: orange at 15 %.
   QColor badge() const;
   QColor red() const;

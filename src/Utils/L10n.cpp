@@ -143,4 +143,23 @@ std::string_view L10n::directPasteModifiers(AppLanguage language) {
   return chosen(language, "Modifier keys for direct paste", "直接粘贴的修饰键");
 }
 
+std::string_view L10n::searchField(AppLanguage language) {
+  return chosen(language, "Search history", "搜索历史记录");
+}
+
+std::string_view L10n::clearSearch(AppLanguage language) {
+  return chosen(language, "Clear search", "清除搜索内容");
+}
+
+std::string_view L10n::historyList(AppLanguage language) {
+  return chosen(language, "Clipboard history", "剪贴板历史记录");
+}
+
+std::string L10n::historyRow(AppLanguage language, std::string_view preview, std::string_view time,
+                             std::string_view shortcut) {
+  if (language == AppLanguage::simplifiedChinese)
+    return fmt::format("{}，{}{}{}", preview, time, shortcut.empty() ? "" : "，快捷键 ", shortcut);
+  return fmt::format("{}, {}{}{}", preview, time, shortcut.empty() ? "" : ", shortcut ", shortcut);
+}
+
 }  // namespace stowboard

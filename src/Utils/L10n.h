@@ -51,6 +51,14 @@ class L10n {
   static std::string_view cannotBeUndone(AppLanguage language);
 
   // For screen readers.
+  static std::string_view searchField(AppLanguage language);
+  static std::string_view clearSearch(AppLanguage language);
+  static std::string_view historyList(AppLanguage language);
+  /// `shortcut` is empty for a row that has none.
+  static std::string historyRow(AppLanguage language, std::string_view preview,
+                                std::string_view time, std::string_view shortcut);
+
+  // For screen readers.
   static std::string_view firstModifier(AppLanguage language);
   static std::string_view secondModifier(AppLanguage language);
   static std::string_view hotKeyKey(AppLanguage language);

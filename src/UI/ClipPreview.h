@@ -1,0 +1,58 @@
+#pragma once
+
+#include <QFont>
+#include <QString>
+#include <memory>
+#include <vector>
+
+#include "Models/ClipItem.h"
+
+class QPainter;
+class QPointF;
+class QTextLayout;
+
+namespace stowboard {
+
+/// A text fit to be shown on screen, whatever is in it: every kind of line break becomes U+2028,
+/// tabs become spaces, control characters their pictures (U+2400 and on). Breaks at the end go.
+QString printable(std::string_view utf8);
+
+/// The preview of a clip, printable. Reads the clip's first 2 KB only, so that its time has a bound
+/// whatever the clip holds; more than 60 characters of any writing.
+QString printablePreview(const ClipItem& clip);
+
+/// What a preview needs to know of its text to tell how many lines it takes, at any width.
+struct PreviewMeasure {
+  double width = 0;       ///< Of the first line, unwrapped, in device-independent pixels.
+  bool hasBreak = false;  ///< Whether further lines follow it.
+
+  static PreviewMeasure of(const QString& printable, const QFont& font);
+  /// 1 or 2.
+  int lineCount(double availableWidth) const { return hasBreak || width > availableWidth ? 2 : 1; }
+};
+
+/// A printable text laid out in at most two lines, the last of which ends in "…" when there is
+/// more. Each line runs in the direction of its own paragraph, and all begin at the left. Keeps the
+/// glyphs, so drawing it again is quick.
+class PreviewLayout {
+ public:
+  static constexpr int maxLines = 2;
+
+  PreviewLayout(const QString& printable, const QFont& font, double width);
+  ~PreviewLayout();
+
+  int lineCount() const { return static_cast<int>(lines_.size()); }
+  /// Draws in the painter's pen, the lines one font height apart: a line never takes more, though
+  /// another font stands in for characters that this one lacks.
+  void draw(QPainter& painter, const QPointF& topLeft) const;
+
+ private:
+  void addParagraph(const QString& paragraph, bool isLast, double width);
+  void addLine(const QString& text, Qt::LayoutDirection direction);
+  void addLastLine(const QString& text, Qt::LayoutDirection direction, bool hasMore, double width);
+
+  const QFont font_;
+  std::vector<std::unique_ptr<QTextLayout>> lines_;
+};
+
+}  // namespace stowboard

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QFont>
+
+namespace stowboard {
+
+/// The text styles of the windows, each derived from the desktop's application font. Chinese that
+/// the font does not hold is shown in Simplified Chinese glyphs. Main thread.
+class Fonts {
+ public:
+  Fonts() = delete;
+
+  static QFont body(const QFont& application);
+  /// 12/13 of the body's size.
+  static QFont callout(const QFont& application);
+  /// 10/13 of the body's size.
+  static QFont caption(const QFont& application);
+};
+
+}  // namespace stowboard

@@ -1,0 +1,69 @@
+#include "UI/HistoryListView.h"
+
+#include <QMouseEvent>
+#include <QScrollBar>
+#include <algorithm>
+
+namespace stowboard {
+
+HistoryListView::HistoryListView(QWidget* parent) : QListView(parent) {
+  setFrameShape(QFrame::NoFrame);
+  setFocusPolicy(Qt::NoFocus);
+  viewport()->setAutoFillBackground(false);
+  setVerticalScrollMode(ScrollPerPixel);
+  setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  setSelectionMode(SingleSelection);
+  setEditTriggers(NoEditTriggers);
+}
+
+void HistoryListView::setScrollBarColor(const QColor& color) {
+  verticalScrollBar()->setStyleSheet(
+      QStringLiteral("QScrollBar:vertical { background: transparent; width: 8px; margin: 2px 0; }"
+                     "QScrollBar::handle:vertical { background: rgba(%1, %2, %3, %4);"
+                     " border-radius: 2px; margin: 0 2px; min-height: 24px; }"
+                     "QScrollBar::add-line, QScrollBar::sub-line { height: 0; }"
+                     "QScrollBar::add-page, QScrollBar::sub-page { background: none; }")
+          .arg(color.red())
+          .arg(color.green())
+          .arg(color.blue())
+          .arg(color.alpha()));
+}
+
+void HistoryListView::showSelection(int row) {
+  const QModelIndex index = row < 0 ? QModelIndex() : model()->index(row, 0);
+  if (index == currentIndex()) return;
+  setCurrentIndex(index);
+  if (index.isValid()) scrollTo(index);
+}
+
+int HistoryListView::rowsPerPage(int row, int direction) const {
+  int rows = 0;
+  int height = 0;
+  for (QModelIndex next = model()->index(row + direction, 0); next.isValid();
+       next = model()->index(next.row() + direction, 0)) {
+    height += sizeHintForIndex(next).height();
+    if (height > viewport()->height()) break;
+    ++rows;
+  }
+  return std::max(rows, 1);
+}
+
+void HistoryListView::mousePressEvent(QMouseEvent* event) {
+  if (event->button() != Qt::LeftButton) return;
+  pressed_ = indexAt(event->position().toPoint());
+  if (pressed_.isValid() && onPress) onPress(pressed_.row());
+}
+
+// The list itself would select what the pointer is dragged over.
+void HistoryListView::mouseMoveEvent(QMouseEvent* /*event*/) {}
+
+void HistoryListView::mouseReleaseEvent(QMouseEvent* event) {
+  if (event->button() != Qt::LeftButton) return;
+  const QPersistentModelIndex pressed = std::exchange(pressed_, {});
+  if (pressed.isValid() && pressed == indexAt(event->position().toPoint()) && onClick)
+    onClick(pressed.row());
+}
+
+void HistoryListView::mouseDoubleClickEvent(QMouseEvent* event) { mousePressEvent(event); }
+
+}  // namespace stowboard

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QListView>
+#include <functional>
+
+namespace stowboard {
+
+/// The list of the history view: rows of any height, a slim scroll bar, and a mouse that never
+/// takes the focus. Its selection is set from outside. Main thread.
+class HistoryListView : public QListView {
+ public:
+  explicit HistoryListView(QWidget* parent);
+
+  /// To be called when the palette has changed.
+  void setScrollBarColor(const QColor& color);
+
+  /// To be called when rows may have another height.
+  void layOutAgain() { scheduleDelayedItemsLayout(); }
+
+  /// Selects the row and scrolls it into view; -1 for none.
+  void showSelection(int row);
+  /// How many rows from this one in a direction, 1 or -1, make a page: at least one.
+  int rowsPerPage(int row, int direction) const;
+
+  /// The left button went down on a row, and up again on the same one. Absent at first.
+  std::function<void(int row)> onPress;
+  std::function<void(int row)> onClick;
+
+ protected:
+  void mousePressEvent(QMouseEvent* event) override;
+  void mouseMoveEvent(QMouseEvent* event) override;
+  void mouseReleaseEvent(QMouseEvent* event) override;
+  void mouseDoubleClickEvent(QMouseEvent* event) override;
+
+ private:
+  QPersistentModelIndex pressed_;
+};
+
+}  // namespace stowboard

@@ -1,0 +1,60 @@
+#include "UI/HistoryPreparation.h"
+
+#include <QElapsedTimer>
+#include <utility>
+
+namespace stowboard {
+
+namespace {
+
+// Less than a frame, so that nothing the user does is held up.
+constexpr qint64 sliceMilliseconds = 3;
+
+}  // namespace
+
+HistoryPreparation::HistoryPreparation(HistoryRowView& rows, ThumbnailCache& thumbnails)
+    : rows_(rows), thumbnails_(thumbnails) {
+  // Without an interval it fires when no event waits.
+  QObject::connect(&idle_, &QTimer::timeout, &idle_, [this] { runSlice(); });
+}
+
+HistoryPreparation::~HistoryPreparation() {
+  if (isCancelled_) *isCancelled_ = true;
+}
+
+void HistoryPreparation::start(AppState::Clips clips, qreal devicePixelRatio,
+                               std::function<void()> onDidMeasure) {
+  clips_ = std::move(clips);
+  next_ = 0;
+  devicePixelRatio_ = devicePixelRatio;
+  onDidMeasure_ = std::move(onDidMeasure);
+  prepareSearch();
+  idle_.start();
+}
+
+void HistoryPreparation::prepareSearch() {
+  if (isCancelled_) *isCancelled_ = true;
+  isCancelled_ = std::make_shared<std::atomic<bool>>(false);
+  searchQueue_.async([clips = clips_, isCancelled = isCancelled_] {
+    for (const ClipItem& clip : clips) {
+      if (*isCancelled) return;
+      if (clip.textContent()) clip.textContent()->prepareForSearch();
+    }
+  });
+}
+
+void HistoryPreparation::runSlice() {
+  QElapsedTimer elapsed;
+  elapsed.start();
+  while (next_ < clips_.size() && elapsed.elapsed() < sliceMilliseconds) {
+    const ClipItem& clip = clips_[next_++];
+    rows_.measure(clip);
+    if (clip.imageData()) thumbnails_.prepare(clip, devicePixelRatio_);
+  }
+  if (next_ < clips_.size()) return;
+  idle_.stop();
+  clips_.clear();
+  if (const auto done = std::exchange(onDidMeasure_, nullptr)) done();
+}
+
+}  // namespace stowboard

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QTimer>
+#include <atomic>
+#include <functional>
+#include <memory>
+
+#include "Base/SerialQueue.h"
+#include "Core/AppState.h"
+#include "UI/HistoryRowView.h"
+#include "UI/ThumbnailCache.h"
+
+namespace stowboard {
+
+/// Readies clips for being listed and searched before anyone waits for it: previews are measured on
+/// the main thread, a few milliseconds at a time while the event loop is idle, thumbnails and the
+/// search forms of texts are made on threads of their own. Main thread.
+class HistoryPreparation {
+ public:
+  /// Both must outlive it.
+  HistoryPreparation(HistoryRowView& rows, ThumbnailCache& thumbnails);
+  ~HistoryPreparation();
+
+  /// Begins with the first clip, in place of what is under way. Costs little for clips that are
+  /// prepared. `onDidMeasure` is called when every clip is measured.
+  void start(AppState::Clips clips, qreal devicePixelRatio, std::function<void()> onDidMeasure);
+
+ private:
+  void runSlice();
+  void prepareSearch();
+
+  HistoryRowView& rows_;
+  ThumbnailCache& thumbnails_;
+  AppState::Clips clips_;
+  std::size_t next_ = 0;
+  qreal devicePixelRatio_ = 1;
+  std::function<void()> onDidMeasure_;
+  QTimer idle_;
+  /// Set when the texts that are being prepared are no longer wanted.
+  std::shared_ptr<std::atomic<bool>> isCancelled_;
+  SerialQueue searchQueue_{"search"};
+};
+
+}  // namespace stowboard

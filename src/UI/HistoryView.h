@@ -1,0 +1,88 @@
+#pragma once
+
+#include <QSize>
+#include <QWidget>
+#include <functional>
+#include <memory>
+
+#include "Core/AppState.h"
+#include "UI/HistoryListModel.h"
+#include "UI/HistoryPreparation.h"
+#include "UI/HistoryRowView.h"
+#include "UI/HistoryViewModel.h"
+#include "UI/PanelCommand.h"
+#include "UI/RowTexts.h"
+#include "UI/ThumbnailCache.h"
+
+namespace stowboard {
+
+class EmptyStateView;
+class HistoryListView;
+class SearchField;
+class SymbolButton;
+
+/// The content of the history panel: a search field over the list of clips, and the panel's
+/// keyboard. Shows the state of its view model and forwards what the user does to it. Paints no
+/// background of its own. Main thread.
+class HistoryView : public QWidget {
+ public:
+  /// In device-independent pixels; it is never another one.
+  static constexpr QSize size{480, 300};
+
+  /// The view model must outlive it.
+  HistoryView(std::shared_ptr<AppState> appState, HistoryViewModel& viewModel,
+              QWidget* parent = nullptr);
+  ~HistoryView() override;
+
+  /// To be called each time that it comes on screen: shows the current state with the list at its
+  /// top and puts the caret in the search field.
+  void viewDidAppear();
+
+  /// Does ahead, a slice at a time while the event loop is idle, what the first opening and the
+  /// first search would otherwise wait for; thumbnails and search forms on threads of their own.
+  /// To be called once after the start; it follows later clips.
+  void prepare();
+
+  /// Opens the settings window. Absent at first.
+  std::function<void()> onOpenSettings;
+
+ protected:
+  void changeEvent(QEvent* event) override;
+  void showEvent(QShowEvent* event) override;
+  void paintEvent(QPaintEvent* event) override;
+
+ private:
+  void layOut();
+  void connectParts();
+  void updateLooks();
+  void updateTexts();
+
+  void setNeedsRefresh();
+  void refresh();
+  void showClips();
+  void showEmptyState(bool isEmpty);
+  void prepareClips();
+  void warmUp();
+
+  void perform(const PanelCommand& command);
+  void movePage(int direction);
+  void click(int row);
+
+  const std::shared_ptr<AppState> appState_;
+  HistoryViewModel& viewModel_;
+  RowTexts texts_;
+  ThumbnailCache thumbnails_;
+  HistoryRowView rowView_;
+  HistoryListModel model_;
+  HistoryPreparation preparation_;
+  SearchField* searchField_;
+  SymbolButton* clearButton_;
+  HistoryListView* list_;
+  EmptyStateView* emptyState_;
+  bool needsRefresh_ = false;
+  bool isPreparing_ = false;
+  qreal devicePixelRatio_ = 0;
+  Cancellables cancellables_;
+};
+
+}  // namespace stowboard

@@ -1,0 +1,41 @@
+#include "UI/RowTexts.h"
+
+#include <fmt/format.h>
+
+#include "UI/ClipPreview.h"
+#include "Utils/L10n.h"
+
+namespace stowboard {
+
+namespace {
+
+QString qString(std::string_view utf8) {
+  return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
+}
+
+}  // namespace
+
+RowTexts::RowTexts(const AppSettings& settings)
+    : language_(settings.language),
+      pair_(directPasteModifierPairFrom(settings.directPasteModifiers)),
+      dateFormat_(L10n::dateFormat(language_), L10n::dateLocaleIdentifier(language_)) {}
+
+bool RowTexts::matches(const AppSettings& settings) const {
+  return language_ == settings.language &&
+         pair_ == directPasteModifierPairFrom(settings.directPasteModifiers);
+}
+
+QString RowTexts::date(const ClipItem& clip) const {
+  return qString(dateFormat_.format(clip.timestamp()));
+}
+
+QString RowTexts::shortcutSymbols() const { return qString(symbolString(pair_)); }
+
+QString RowTexts::description(const ClipItem& clip, int row) const {
+  const std::string shortcut =
+      row < shortcutCount ? fmt::format("{} + {}", modifierDisplayString(pair_), row + 1) : "";
+  return qString(L10n::historyRow(language_, printablePreview(clip).toStdString(),
+                                  dateFormat_.format(clip.timestamp()), shortcut));
+}
+
+}  // namespace stowboard
