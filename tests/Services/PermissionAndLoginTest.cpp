@@ -2,6 +2,7 @@
 
 #include "Services/LoginItemService.h"
 #include "Utils/PermissionHelper.h"
+#include "fakes/FakeAccessibilityTrust.h"
 #include "fakes/FakeLoginItems.h"
 #include "fakes/LogCapture.h"
 
@@ -11,15 +12,8 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-struct FakeTrust : AccessibilityTrust {
-  bool trusted = false;
-  int openings = 0;
-  bool isTrusted() const override { return trusted; }
-  void openSettings() override { openings += 1; }
-};
-
 TEST(PermissionHelper, GuidesToTheSettingsOncePerRunAndLogsEveryRefusal) {
-  FakeTrust trust;
+  FakeAccessibilityTrust trust;
   PermissionHelper helper(trust);
   LogCapture log;
   EXPECT_FALSE(helper.requestIfNeeded());

@@ -1,0 +1,39 @@
+#include "UI/FormRow.h"
+
+namespace stowboard {
+
+namespace {
+
+constexpr int padding = 12;
+constexpr int verticalPadding = 6;
+constexpr int leastHeight = 38;
+
+QHBoxLayout* makeLayout(QWidget* row, int gap) {
+  auto* line = new QHBoxLayout(row);
+  line->setContentsMargins(padding, verticalPadding, padding, verticalPadding);
+  line->setSpacing(gap);
+  return line;
+}
+
+}  // namespace
+
+FormRow::FormRow(std::initializer_list<QWidget*> trailing, int gap) : label_(new QLabel(this)) {
+  setMinimumHeight(leastHeight);
+  auto* line = makeLayout(this, gap);
+  label_->setWordWrap(true);
+  line->addWidget(label_, 1);
+  for (QWidget* widget : trailing) {
+    line->addWidget(widget);
+    if (!label_->buddy() && widget->focusPolicy() != Qt::NoFocus) label_->setBuddy(widget);
+  }
+}
+
+QWidget* FormRow::filledWith(QWidget* content, Qt::Alignment alignment) {
+  auto* row = new QWidget;
+  makeLayout(row, 0)->addWidget(content, 0, alignment);
+  return row;
+}
+
+void FormRow::setLabel(std::string_view label) { label_->setText(QString::fromUtf8(label)); }
+
+}  // namespace stowboard

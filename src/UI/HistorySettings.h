@@ -1,0 +1,26 @@
+#pragma once
+
+#include "UI/SettingsSection.h"
+
+namespace stowboard {
+
+class FormRow;
+class IntegerField;
+class Stepper;
+
+/// How many clips the history keeps.
+class HistorySettings : public SettingsSection {
+ public:
+  explicit HistorySettings(SettingsViewModel& viewModel);
+
+  void refresh() override;
+
+ private:
+  void setMaxRecords(std::int64_t count);
+
+  IntegerField* field_;
+  Stepper* stepper_;
+  FormRow* row_;
+};
+
+}  // namespace stowboard

@@ -1,0 +1,31 @@
+#include "UI/KeyCap.h"
+
+#include <QFontDatabase>
+#include <QPainter>
+
+#include "UI/Colors.h"
+
+namespace stowboard {
+
+KeyCap::KeyCap(QWidget* parent) : QLabel(parent) {
+  QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+  font.setPixelSize(13);
+  font.setWeight(QFont::DemiBold);
+  setFont(font);
+  setContentsMargins(8, 3, 8, 3);
+  setTextFormat(Qt::PlainText);
+  setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+}
+
+void KeyCap::paintEvent(QPaintEvent* event) {
+  QPainter painter(this);
+  painter.setRenderHint(QPainter::Antialiasing);
+  const Colors colors(palette());
+  painter.setPen(QPen(colors.separator(), 1));
+  painter.setBrush(colors.controlBackground());
+  painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), 5, 5);
+  painter.end();
+  QLabel::paintEvent(event);
+}
+
+}  // namespace stowboard

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QComboBox>
+#include <functional>
+#include <string_view>
+
+namespace stowboard {
+
+/// A drop-down list of fixed choices, at its natural width. The mouse wheel changes it only while
+/// it has the focus, and otherwise scrolls what it stands on. Main thread.
+class Picker : public QComboBox {
+ public:
+  explicit Picker(QWidget* parent = nullptr);
+
+  /// UTF-8.
+  void addChoice(std::string_view text);
+
+  /// Shows a choice, or with -1 the text of something that is not among the choices. While the list
+  /// is open the choice waits until it has been closed.
+  void showChoice(int index, std::string_view other = {});
+
+  /// The user chose another one than is shown.
+  std::function<void(int index)> onChoose;
+
+  void hidePopup() override;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  void wheelEvent(QWheelEvent* event) override;
+
+ private:
+  int shown_ = -1;
+};
+
+}  // namespace stowboard
