@@ -1,0 +1,76 @@
+#include "MenuBar/StatusNotifierHost.h"
+
+#include <QDBusError>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusVariant>
+#include <utility>
+
+namespace stowboard {
+
+namespace {
+
+const QString watcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
+const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
+
+QDBusMessage callTo(const QString& service, const QString& interface, const QString& method) {
+  auto message = QDBusMessage::createMethodCall(service, watcherPath, interface, method);
+  message.setAutoStartService(false);
+  return message;
+}
+
+bool isUnanswered(const QDBusMessage& answer) {
+  const QDBusError::ErrorType error = QDBusError(answer).type();
+  return error == QDBusError::NoReply || error == QDBusError::Timeout ||
+         error == QDBusError::TimedOut;
+}
+
+}  // namespace
+
+StatusNotifierHost::StatusNotifierHost(const QDBusConnection& connection,
+                                       std::function<void(bool)> onChange)
+    : connection_(connection), onChange_(std::move(onChange)) {
+  changed_.setSingleShot(true);
+  QObject::connect(&changed_, &QTimer::timeout, &changed_, [this] { look(); });
+  if (connection_.isConnected()) subscribe();
+}
+
+void StatusNotifierHost::subscribe() {
+  const QString bus = QStringLiteral("org.freedesktop.DBus");
+  connection_.connect(bus, QStringLiteral("/org/freedesktop/DBus"), bus,
+                      QStringLiteral("NameOwnerChanged"), {watcherName}, QString(), &changed_,
+                      SLOT(start()));
+  for (const char* signal : {"StatusNotifierHostRegistered", "StatusNotifierHostUnregistered"}) {
+    // From any sender: following a name's owner would wait for the bus.
+    connection_.connect(QString(), watcherPath, watcherName, QLatin1String(signal), &changed_,
+                        SLOT(start()));
+  }
+}
+
+void StatusNotifierHost::look() {
+  if (!connection_.isConnected()) return onChange_(false);
+  auto question =
+      callTo(watcherName, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+  question << watcherName << QStringLiteral("IsStatusNotifierHostRegistered");
+  auto* pending = new QDBusPendingCallWatcher(connection_.asyncCall(question), &changed_);
+  QObject::connect(pending, &QDBusPendingCallWatcher::finished, pending, [this, pending] {
+    pending->deleteLater();
+    handle(pending->reply());
+  });
+}
+
+void StatusNotifierHost::handle(const QDBusMessage& answer) {
+  if (isUnanswered(answer)) return;
+  const auto value = answer.arguments().value(0).value<QDBusVariant>().variant();
+  const bool isPresent = answer.type() == QDBusMessage::ReplyMessage && value.toBool();
+  registerItemWith(isPresent ? answer.service() : QString());
+  onChange_(isPresent);
+}
+
+void StatusNotifierHost::registerItemWith(const QString& watcher) {
+  if (std::exchange(registeredWith_, watcher) == watcher || watcher.isEmpty()) return;
+  connection_.asyncCall(callTo(watcher, watcherName, QStringLiteral("RegisterStatusNotifierItem"))
+                        << connection_.baseService());
+}
+
+}  // namespace stowboard

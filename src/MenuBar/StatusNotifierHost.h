@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QDBusConnection>
+#include <QTimer>
+#include <functional>
+
+class QDBusError;
+class QDBusMessage;
+
+namespace stowboard {
+
+/// Whether something on the session bus shows StatusNotifier items, as told by
+/// org.kde.StatusNotifierWatcher, and how it changes: a panel starts, ends or takes over. Never
+/// waits for any of them. Main thread.
+class StatusNotifierHost {
+ public:
+  /// `onChange` is called with the answer, first when it is known, and again whenever it may have
+  /// changed. A watcher that does not answer leaves it unknown.
+  StatusNotifierHost(const QDBusConnection& connection, std::function<void(bool)> onChange);
+
+  /// Has each watcher that comes show the item which the connection's owner has registered.
+  void look();
+
+ private:
+  void subscribe();
+  void handle(const QDBusMessage& answer);
+  void registerItemWith(const QString& watcher);
+
+  QDBusConnection connection_;
+  const std::function<void(bool)> onChange_;
+  /// The unique bus name of the watcher that has our item; empty for none.
+  QString registeredWith_;
+  /// The bus starts it at each signal that may mean a change; only a slot can receive those.
+  QTimer changed_;
+};
+
+}  // namespace stowboard

@@ -1,0 +1,158 @@
+#include "MenuBar/StatusNotifierItem.h"
+
+#include <QDBusArgument>
+#include <QDBusMetaType>
+#include <QDBusObjectPath>
+#include <QImage>
+#include <QPixmap>
+#include <QtEndian>
+#include <array>
+#include <utility>
+
+namespace stowboard {
+
+namespace {
+
+/// The (iiay) of a picture: 32-bit ARGB in network byte order, line by line.
+struct Picture {
+  int width = 0;
+  int height = 0;
+  QByteArray pixels;
+};
+using Pictures = QList<Picture>;
+
+/// The (sa(iiay)ss) of a tooltip.
+struct ToolTip {
+  QString iconName;
+  Pictures pictures;
+  QString title;
+  QString text;
+};
+
+QDBusArgument& operator<<(QDBusArgument& argument, const Picture& picture) {
+  argument.beginStructure();
+  argument << picture.width << picture.height << picture.pixels;
+  argument.endStructure();
+  return argument;
+}
+
+QDBusArgument& operator<<(QDBusArgument& argument, const ToolTip& toolTip) {
+  argument.beginStructure();
+  argument << toolTip.iconName << toolTip.pictures << toolTip.title << toolTip.text;
+  argument.endStructure();
+  return argument;
+}
+
+const QDBusArgument& operator>>(const QDBusArgument& argument, Picture& picture) {
+  argument.beginStructure();
+  argument >> picture.width >> picture.height >> picture.pixels;
+  argument.endStructure();
+  return argument;
+}
+
+const QDBusArgument& operator>>(const QDBusArgument& argument, ToolTip& toolTip) {
+  argument.beginStructure();
+  argument >> toolTip.iconName >> toolTip.pictures >> toolTip.title >> toolTip.text;
+  argument.endStructure();
+  return argument;
+}
+
+void registerTypes() {
+  qDBusRegisterMetaType<Picture>();
+  qDBusRegisterMetaType<Pictures>();
+  qDBusRegisterMetaType<ToolTip>();
+}
+
+Picture picture(const QIcon& icon, int size) {
+  QImage image = icon.pixmap(QSize(size, size), 1).toImage();
+  image.convertTo(QImage::Format_ARGB32);
+  QByteArray pixels(image.width() * image.height() * 4, Qt::Uninitialized);
+  qToBigEndian<quint32>(image.constBits(), pixels.size() / 4, pixels.data());
+  return {image.width(), image.height(), pixels};
+}
+
+// Panels scale the next larger one down, so there is one for each usual height, single and double.
+Pictures pictures(const QIcon& icon) {
+  constexpr std::array sizes{16, 18, 22, 24, 32, 44, 48, 64, 128};
+  Pictures all;
+  for (const int size : sizes) all.append(picture(icon, size));
+  return all;
+}
+
+}  // namespace
+
+StatusNotifierItem::StatusNotifierItem(QIcon icon, std::function<StatusMenu()> menu)
+    : DBusObject(path, "org.kde.StatusNotifierItem"),
+      icon_(std::move(icon)),
+      menu_(std::move(menu)) {
+  registerTypes();
+}
+
+void StatusNotifierItem::registerWithMenuOn(const QDBusConnection& connection) {
+  menu_.registerOn(connection);
+  registerOn(connection);
+}
+
+QVariantMap StatusNotifierItem::properties() const {
+  return {
+      {QStringLiteral("Category"), QStringLiteral("ApplicationStatus")},
+      {QStringLiteral("Id"), QStringLiteral("com.qarvin.stowboard")},
+      {QStringLiteral("Title"), QStringLiteral("Stowboard clipboard history")},
+      {QStringLiteral("Status"), QStringLiteral("Active")},
+      {QStringLiteral("WindowId"), 0},
+      {QStringLiteral("IconName"), QString()},
+      {QStringLiteral("IconPixmap"), QVariant::fromValue(pictures(icon_))},
+      {QStringLiteral("OverlayIconName"), QString()},
+      {QStringLiteral("OverlayIconPixmap"), QVariant::fromValue(Pictures())},
+      {QStringLiteral("AttentionIconName"), QString()},
+      {QStringLiteral("AttentionIconPixmap"), QVariant::fromValue(Pictures())},
+      {QStringLiteral("AttentionMovieName"), QString()},
+      {QStringLiteral("IconThemePath"), QString()},
+      {QStringLiteral("ToolTip"), QVariant::fromValue(ToolTip())},
+      {QStringLiteral("ItemIsMenu"), false},
+      {QStringLiteral("Menu"), QVariant::fromValue(QDBusObjectPath(QLatin1String(DBusMenu::path)))},
+  };
+}
+
+bool StatusNotifierItem::call(const QDBusMessage& message) {
+  static const QStringList methods{QStringLiteral("Activate"), QStringLiteral("ContextMenu"),
+                                   QStringLiteral("SecondaryActivate"), QStringLiteral("Scroll"),
+                                   QStringLiteral("ProvideXdgActivationToken")};
+  if (!methods.contains(message.member())) return false;
+  reply(message);
+  // The middle button and the wheel do nothing.
+  if (message.member() == QLatin1String("Activate") && onActivate) onActivate();
+  if (message.member() == QLatin1String("ContextMenu") && onContextMenu) onContextMenu();
+  return true;
+}
+
+QString StatusNotifierItem::introspect(const QString&) const {
+  return QStringLiteral(R"xml(<interface name="org.kde.StatusNotifierItem">
+<property name="Category" type="s" access="read"/>
+<property name="Id" type="s" access="read"/>
+<property name="Title" type="s" access="read"/>
+<property name="Status" type="s" access="read"/>
+<property name="WindowId" type="i" access="read"/>
+<property name="IconThemePath" type="s" access="read"/>
+<property name="Menu" type="o" access="read"/>
+<property name="ItemIsMenu" type="b" access="read"/>
+<property name="IconName" type="s" access="read"/>
+<property name="IconPixmap" type="a(iiay)" access="read"/>
+<property name="OverlayIconName" type="s" access="read"/>
+<property name="OverlayIconPixmap" type="a(iiay)" access="read"/>
+<property name="AttentionIconName" type="s" access="read"/>
+<property name="AttentionIconPixmap" type="a(iiay)" access="read"/>
+<property name="AttentionMovieName" type="s" access="read"/>
+<property name="ToolTip" type="(sa(iiay)ss)" access="read"/>
+<method name="ContextMenu"><arg type="i" direction="in"/><arg type="i" direction="in"/></method>
+<method name="Activate"><arg type="i" direction="in"/><arg type="i" direction="in"/></method>
+<method name="SecondaryActivate"><arg type="i" direction="in"/><arg type="i" direction="in"/></method>
+<method name="Scroll"><arg type="i" direction="in"/><arg type="s" direction="in"/></method>
+<method name="ProvideXdgActivationToken"><arg type="s" direction="in"/></method>
+<signal name="NewTitle"/><signal name="NewIcon"/><signal name="NewAttentionIcon"/>
+<signal name="NewOverlayIcon"/><signal name="NewToolTip"/>
+<signal name="NewStatus"><arg type="s"/></signal>
+</interface>)xml");
+}
+
+}  // namespace stowboard

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QIcon>
+#include <functional>
+
+#include "MenuBar/DBusMenu.h"
+#include "MenuBar/DBusObject.h"
+
+namespace stowboard {
+
+/// The status item as desktops with the interface org.kde.StatusNotifierItem show it. Main thread.
+class StatusNotifierItem final : public DBusObject {
+ public:
+  static constexpr const char* path = "/StatusNotifierItem";
+
+  /// `menu` gives the menu of the moment.
+  StatusNotifierItem(QIcon icon, std::function<StatusMenu()> menu);
+
+  /// The primary click.
+  std::function<void()> onActivate;
+  /// The secondary click, for a desktop that does not show our menu by itself.
+  std::function<void()> onContextMenu;
+
+  void menuDidChange() { menu_.menuDidChange(); }
+  void registerWithMenuOn(const QDBusConnection& connection);
+
+  QString introspect(const QString& path) const override;
+
+ protected:
+  QVariantMap properties() const override;
+  bool call(const QDBusMessage& message) override;
+
+ private:
+  const QIcon icon_;
+  DBusMenu menu_;
+};
+
+}  // namespace stowboard
