@@ -90,6 +90,8 @@ void SettingsView::updatePermissionTimer() {
 
 void SettingsView::showEvent(QShowEvent* event) {
   QWidget::showEvent(event);
+  // Else the toolkit gives it to the first control, where a turn of the wheel would change it.
+  if (!focusWidget()) scrollArea_->setFocus();
   viewModel_.refreshPermissionStatus();
 }
 
