@@ -7,6 +7,8 @@ add_unit_tests(platform_qt_tests Platform/Qt LINK stowboard_platform)
 
 if(STOWBOARD_X11)
   add_display_tests(x11_workspace_tests Platform/X11WorkspaceTest.cpp LINK stowboard_platform)
+  add_display_tests(desktop_looks_tests Platform/DesktopLooksTest.cpp
+                    LINK stowboard_platform PkgConfig::SYSTEMD)
 endif()
 
 find_program(DESKTOP_FILE_VALIDATE desktop-file-validate REQUIRED)

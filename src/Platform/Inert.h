@@ -6,6 +6,7 @@
 #include "Platform/HotKeyCenter.h"
 #include "Platform/KeyEventPoster.h"
 #include "Platform/Pasteboard.h"
+#include "Platform/TransientWindows.h"
 #include "Platform/Workspace.h"
 
 namespace stowboard {
@@ -68,6 +69,15 @@ class InertDesktopAppearance : public DesktopAppearance {
 class InertCompositing : public Compositing {
  public:
   bool isRunning() const override { return false; }
+};
+
+/// A window system that tells of no clicks.
+class InertTransientWindows : public TransientWindows {
+ public:
+  void prepareToShow(std::uint64_t, int) override {}
+  std::unique_ptr<Watch> watch(std::uint64_t, std::function<void()>) override {
+    return std::make_unique<Watch>();
+  }
 };
 
 }  // namespace stowboard

@@ -12,6 +12,7 @@
 #include "Platform/LoginItems.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/RunLoop.h"
+#include "Platform/TransientWindows.h"
 #include "Platform/Workspace.h"
 
 namespace stowboard {
@@ -32,6 +33,7 @@ struct Platform {
   std::unique_ptr<LoginItems> loginItems;
   std::unique_ptr<DesktopAppearance> appearance;
   std::unique_ptr<Compositing> compositing;
+  std::unique_ptr<TransientWindows> transientWindows;
 };
 
 }  // namespace stowboard

@@ -6,14 +6,17 @@
 
 #include "Base/Log.h"
 #include "Platform/Desktop/InstalledApplications.h"
+#include "Platform/Desktop/PortalAppearance.h"
 #include "Platform/Desktop/XdgAutostart.h"
 #include "Platform/Inert.h"
 #include "Platform/Qt/QtImageCodec.h"
 #include "Platform/Qt/QtRunLoop.h"
 #include "Platform/X11/X11AccessibilityTrust.h"
+#include "Platform/X11/X11Compositing.h"
 #include "Platform/X11/X11HotKeys.h"
 #include "Platform/X11/X11KeyEventPoster.h"
 #include "Platform/X11/X11Pasteboard.h"
+#include "Platform/X11/X11TransientWindows.h"
 #include "Platform/X11/X11Workspace.h"
 
 namespace stowboard {
@@ -93,6 +96,18 @@ void addX11Adapters(Platform& platform, const InstalledApplications& application
   platform.accessibilityTrust = orInert<AccessibilityTrust>(
       X11AccessibilityTrust::create(), std::make_unique<InertAccessibilityTrust>(),
       "Whether programs may type cannot be asked of this X server");
+  platform.compositing =
+      orInert<Compositing>(X11Compositing::create(), std::make_unique<InertCompositing>(),
+                           "Whether windows are composited cannot be asked of this X server");
+  platform.transientWindows = orInert<TransientWindows>(
+      X11TransientWindows::create(), std::make_unique<InertTransientWindows>(),
+      "The history closes only when another window takes the focus: the X server has no XInput 2");
+}
+
+// Without a session bus there is nobody to ask, which the program's start has logged.
+std::unique_ptr<DesktopAppearance> selectAppearance() {
+  if (auto portal = PortalAppearance::create()) return portal;
+  return std::make_unique<InertDesktopAppearance>();
 }
 
 void logChoice(const DisplaySelection& display, const Bundle& bundle) {
@@ -125,8 +140,7 @@ Platform selectPlatform(const DisplaySelection& display, std::unique_ptr<Bundle>
   platform.sharedByAdapters = applications;
   addX11Adapters(platform, *applications, thumbnailDimension);
   platform.loginItems = std::make_unique<XdgAutostart>(*platform.bundle);
-  platform.appearance = std::make_unique<InertDesktopAppearance>();
-  platform.compositing = std::make_unique<InertCompositing>();
+  platform.appearance = selectAppearance();
   return platform;
 }
 

@@ -36,6 +36,7 @@ class FakePlatform {
     platform.loginItems = std::make_unique<FakeLoginItems>();
     platform.appearance = std::make_unique<InertDesktopAppearance>();
     platform.compositing = std::make_unique<InertCompositing>();
+    platform.transientWindows = std::make_unique<InertTransientWindows>();
   }
   ~FakePlatform() { std::filesystem::remove_all(folder_); }
 
