@@ -1,0 +1,98 @@
+#include "UI/HistoryPanel.h"
+
+#include <QCursor>
+#include <chrono>
+#include <utility>
+
+#include "UI/HistoryView.h"
+#include "UI/PopoverWindow.h"
+
+namespace stowboard {
+
+namespace {
+
+// From the press of a button to a tray's report of the click, over the session bus if need be.
+constexpr std::chrono::milliseconds clickTakes(300);
+
+QRect squareBelowPointer() { return {QCursor::pos() + QPoint(0, 1), QSize(1, 1)}; }
+
+}  // namespace
+
+HistoryPanel::HistoryPanel(std::shared_ptr<AppState> appState, PasteSimulating* pasteSimulator,
+                           Desktop desktop)
+    : appState_(std::move(appState)),
+      desktop_(std::move(desktop)),
+      viewModel_(appState_, pasteSimulator, desktop_.mainQueue) {
+  auto view = std::make_unique<HistoryView>(appState_, viewModel_);
+  view_ = view.get();
+  view_->onOpenSettings = [this] {
+    if (const auto callback = onOpenSettings) callback();
+  };
+  window_ = std::make_unique<PopoverWindow>(std::move(view));
+  window_->onDidAppear = [this] { bringToFront(); };
+  window_->onDidResignActive = [this] { dismiss(); };
+  window_->onDidClose = [this] { didClose(); };
+  viewModel_.onRequestClose = [this] { close(); };
+}
+
+HistoryPanel::~HistoryPanel() {
+  if (isVisible()) window_->hide();
+}
+
+bool HistoryPanel::isVisible() const { return window_->isVisible(); }
+
+void HistoryPanel::prepare() {
+  view_->prepare();
+  window_->prepare(desktop_.isCompositing());
+}
+
+void HistoryPanel::showRelativeTo(const QRect& anchor) {
+  const bool isSameClick =
+      sinceClickOutside_.isValid() && !sinceClickOutside_.hasExpired(clickTakes.count());
+  if (isSameClick) return sinceClickOutside_.invalidate();
+  show(anchor.isEmpty() ? squareBelowPointer() : anchor);
+}
+
+void HistoryPanel::showAtCursor() { show(squareBelowPointer()); }
+
+void HistoryPanel::show(const QRect& anchor) {
+  if (isVisible()) return bringToFront();
+  viewModel_.reset();
+  appState_->setPanelVisible(true);
+  window_->prepare(desktop_.isCompositing());
+  window_->placeBy(anchor);
+  if (desktop_.prepareToShow) desktop_.prepareToShow(window_->winId(), window_->shadowMargin());
+  if (desktop_.watchClicksOutside) {
+    clickWatch_ = desktop_.watchClicksOutside(window_->winId(), [this] {
+      if (window_->hasPopup()) return;
+      sinceClickOutside_.start();
+      dismiss();
+    });
+  }
+  window_->show();
+  view_->viewDidAppear();
+  window_->raise();
+  window_->activateWindow();
+}
+
+// Hot keys and tray clicks are not seen by the toolkit, whose own request carries the time of the
+// user's last act in one of our windows; window managers refuse the focus for such an old one.
+void HistoryPanel::bringToFront() {
+  window_->raise();
+  if (!window_->isActiveWindow()) desktop_.bringToFront(window_->winId());
+}
+
+void HistoryPanel::close() {
+  if (!isVisible()) return;
+  window_->hide();
+  desktop_.returnFocus();
+}
+
+void HistoryPanel::dismiss() { window_->hide(); }
+
+void HistoryPanel::didClose() {
+  clickWatch_.reset();
+  appState_->setPanelVisible(false);
+}
+
+}  // namespace stowboard
