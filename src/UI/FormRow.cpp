@@ -22,10 +22,7 @@ FormRow::FormRow(std::initializer_list<QWidget*> trailing, int gap) : label_(new
   auto* line = makeLayout(this, gap);
   label_->setWordWrap(true);
   line->addWidget(label_, 1);
-  for (QWidget* widget : trailing) {
-    line->addWidget(widget);
-    if (!label_->buddy() && widget->focusPolicy() != Qt::NoFocus) label_->setBuddy(widget);
-  }
+  for (QWidget* widget : trailing) line->addWidget(widget);
 }
 
 QWidget* FormRow::filledWith(QWidget* content, Qt::Alignment alignment) {
@@ -34,6 +31,23 @@ QWidget* FormRow::filledWith(QWidget* content, Qt::Alignment alignment) {
   return row;
 }
 
-void FormRow::setLabel(std::string_view label) { label_->setText(QString::fromUtf8(label)); }
+void FormRow::setLabel(std::string_view label) {
+  label_->setText(QString::fromUtf8(label));
+  if (label_->buddy()) return;
+  for (int index = 1; index < layout()->count(); ++index) {
+    QWidget* widget = layout()->itemAt(index)->widget();
+    if (widget->focusPolicy() != Qt::NoFocus) return label_->setBuddy(widget);
+  }
+}
+
+void FormRow::setUnseenLabel(QWidget* widget, std::string_view label) {
+  QLabel*& unseen = unseenLabels_[widget];
+  if (!unseen) {
+    unseen = new QLabel(this);
+    unseen->hide();
+    unseen->setBuddy(widget);
+  }
+  unseen->setText(QString::fromUtf8(label));
+}
 
 }  // namespace stowboard

@@ -1,5 +1,6 @@
 #include "UI/IntegerField.h"
 
+#include <QFocusEvent>
 #include <QKeyEvent>
 #include <QLocale>
 #include <QPainter>
@@ -10,16 +11,17 @@ namespace stowboard {
 
 IntegerField::IntegerField(QWidget* parent) : QLineEdit(parent) {
   setAlignment(Qt::AlignRight | Qt::AlignVCenter);
-  connect(this, &QLineEdit::editingFinished, this, [this] { commit(); });
+  connect(this, &QLineEdit::returnPressed, this, [this] { commit(); });
 }
 
 void IntegerField::showValue(std::int64_t value) {
   value_ = value;
-  if (!isModified()) restore();
+  if (!isEdited()) restore();
 }
 
+// Told by the text itself, because assistive technologies change it without marking it as modified.
 void IntegerField::commit() {
-  if (!isModified()) return;
+  if (!isEdited()) return;
   bool isNumber = false;
   const std::int64_t typed = locale().toLongLong(text().trimmed(), &isNumber);
   restore();
@@ -27,13 +29,18 @@ void IntegerField::commit() {
 }
 
 void IntegerField::restore() {
-  const QString shown = locale().toString(static_cast<qlonglong>(value_));
-  if (isModified() || shown != text()) setText(shown);
-  setModified(false);
+  shown_ = locale().toString(static_cast<qlonglong>(value_));
+  if (isEdited()) setText(shown_);
+}
+
+// A menu of its own does not end the editing.
+void IntegerField::focusOutEvent(QFocusEvent* event) {
+  QLineEdit::focusOutEvent(event);
+  if (event->reason() != Qt::PopupFocusReason) commit();
 }
 
 void IntegerField::keyPressEvent(QKeyEvent* event) {
-  if (event->matches(QKeySequence::Cancel) && isModified()) return restore();
+  if (event->matches(QKeySequence::Cancel) && isEdited()) return restore();
   QLineEdit::keyPressEvent(event);
 }
 

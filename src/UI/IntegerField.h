@@ -20,14 +20,18 @@ class IntegerField : public QLineEdit {
   std::function<void(std::int64_t value)> onCommit;
 
  protected:
+  void focusOutEvent(QFocusEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
 
  private:
+  bool isEdited() const { return text() != shown_; }
   void commit();
   void restore();
 
   std::int64_t value_ = 0;
+  /// The text of the value.
+  QString shown_;
 };
 
 }  // namespace stowboard

@@ -20,7 +20,7 @@ void Picker::addChoice(std::string_view text) { addItem(QString::fromUtf8(text))
 
 void Picker::showChoice(int index, std::string_view other) {
   shown_ = index;
-  const QString placeholder = QString::fromUtf8(other);
+  const QString placeholder = index < 0 ? QString::fromUtf8(other) : QString();
   if (placeholder != placeholderText()) {
     setPlaceholderText(placeholder);
     setAccessibleDescription(placeholder);

@@ -24,11 +24,6 @@ auto at(const Range& options, int index) {
   return options[static_cast<std::size_t>(index)];
 }
 
-/// A row that has pickers only; each tells a screen reader what it is for.
-void setName(Picker* picker, std::string_view name) {
-  picker->setAccessibleName(QString::fromUtf8(name));
-}
-
 }  // namespace
 
 ShortcutSettings::ShortcutSettings(SettingsViewModel& viewModel)
@@ -38,15 +33,17 @@ ShortcutSettings::ShortcutSettings(SettingsViewModel& viewModel)
       modifier1_(new Picker),
       modifier2_(new Picker),
       key_(new Picker),
+      hotKeyPickers_(new FormRow({modifier1_, modifier2_, key_})),
       directPasteCap_(new KeyCap),
       directPasteRow_(new FormRow({directPasteCap_})),
-      directPastePair_(new Picker) {
+      directPastePair_(new Picker),
+      directPastePickers_(new FormRow({directPastePair_})) {
   addChoices();
   connectPickers();
   addRow(hotKeyRow_);
-  addRow(new FormRow({modifier1_, modifier2_, key_}));
+  addRow(hotKeyPickers_);
   addRow(directPasteRow_);
-  addRow(new FormRow({directPastePair_}));
+  addRow(directPastePickers_);
 }
 
 void ShortcutSettings::addChoices() {
@@ -86,9 +83,9 @@ void ShortcutSettings::refresh() {
 void ShortcutSettings::refreshHotKey() {
   hotKeyRow_->setLabel(L10n::showHistoryPanel(language()));
   hotKeyCap_->setText(QString::fromStdString(viewModel_.hotKeyFullDisplay()));
-  setName(modifier1_, L10n::firstModifier(language()));
-  setName(modifier2_, L10n::secondModifier(language()));
-  setName(key_, L10n::hotKeyKey(language()));
+  hotKeyPickers_->setUnseenLabel(modifier1_, L10n::firstModifier(language()));
+  hotKeyPickers_->setUnseenLabel(modifier2_, L10n::secondModifier(language()));
+  hotKeyPickers_->setUnseenLabel(key_, L10n::hotKeyKey(language()));
   modifier1_->showChoice(indexIn(allModifierKeyOptions, viewModel_.hotKeyModifier1()));
   modifier2_->showChoice(indexIn(allModifierKeyOptions, viewModel_.hotKeyModifier2()));
   const KeyOption key = viewModel_.hotKeyKeyOption();
@@ -98,7 +95,7 @@ void ShortcutSettings::refreshHotKey() {
 void ShortcutSettings::refreshDirectPaste() {
   directPasteRow_->setLabel(L10n::directPasteSection(language()));
   directPasteCap_->setText(QString::fromStdString(viewModel_.directPasteFullDisplay()));
-  setName(directPastePair_, L10n::directPasteModifiers(language()));
+  directPastePickers_->setUnseenLabel(directPastePair_, L10n::directPasteModifiers(language()));
   directPastePair_->showChoice(indexIn(allDirectPasteModifierPairs, viewModel_.directPastePair()));
 }
 

@@ -26,9 +26,11 @@ class ShortcutSettings : public SettingsSection {
   Picker* modifier1_;
   Picker* modifier2_;
   Picker* key_;
+  FormRow* hotKeyPickers_;
   KeyCap* directPasteCap_;
   FormRow* directPasteRow_;
   Picker* directPastePair_;
+  FormRow* directPastePickers_;
 };
 
 }  // namespace stowboard
