@@ -18,11 +18,11 @@ namespace {
 constexpr std::size_t previewCharacters = 60;
 constexpr std::size_t previewBytes = 2048;
 constexpr QChar lineBreak = QChar::LineSeparator;
+constexpr QChar controlDot{0xB7};
 constexpr double unbounded = 1e6;
 
 QString shown(QChar character) {
-  const char16_t code = character.unicode();
-  switch (code) {
+  switch (character.unicode()) {
     case u'\t':
       return QStringLiteral("    ");
     case u'\n':
@@ -33,14 +33,10 @@ QString shown(QChar character) {
     case QChar::LineSeparator:
     case QChar::ParagraphSeparator:
       return lineBreak;
-    case 0x7F:
-      return QChar(0x2421);
     case QChar::ObjectReplacementCharacter:
-      return QChar(QChar::ReplacementCharacter);
+      return controlDot;
     default:
-      if (code < 0x20) return QChar(0x2400 + code);
-      if (code > 0x7F && code < 0xA0) return QChar(QChar::ReplacementCharacter);
-      return character;
+      return character.category() == QChar::Other_Control ? controlDot : character;
   }
 }
 

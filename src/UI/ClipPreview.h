@@ -14,7 +14,7 @@ class QTextLayout;
 namespace stowboard {
 
 /// A text fit to be shown on screen, whatever is in it: every kind of line break becomes U+2028,
-/// tabs become spaces, control characters their pictures (U+2400 and on). Breaks at the end go.
+/// tabs become spaces, control characters dots. Breaks at the end go.
 QString printable(std::string_view utf8);
 
 /// The preview of a clip, printable. Reads the clip's first 2 KB only, so that its time has a bound

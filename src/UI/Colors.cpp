@@ -1,5 +1,8 @@
 #include "UI/Colors.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace stowboard {
 
 namespace {
@@ -16,6 +19,23 @@ QColor mixed(const QColor& over, const QColor& under, double share) {
 QColor withAlpha(QColor color, float alpha) {
   color.setAlphaF(alpha);
   return color;
+}
+
+double linear(double channel) {
+  return channel <= 0.04045 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
+}
+
+double luminance(const QColor& color) {
+  return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) +
+         0.0722 * linear(color.blueF());
+}
+
+// As WCAG 2.1 defines it, which asks for this much for small text.
+constexpr double readableContrast = 4.5;
+
+double contrast(const QColor& first, const QColor& second) {
+  const auto [darker, lighter] = std::minmax({luminance(first), luminance(second)});
+  return (lighter + 0.05) / (darker + 0.05);
 }
 
 }  // namespace
@@ -50,8 +70,10 @@ QColor Colors::selection() const { return palette_.color(QPalette::Highlight); }
 
 QColor Colors::primaryOnSelection() const { return palette_.color(QPalette::HighlightedText); }
 
+// Only as far from the primary colour as a selection of the desktop's choice leaves it readable.
 QColor Colors::secondaryOnSelection() const {
-  return isHighContrast() ? primaryOnSelection() : mixed(primaryOnSelection(), selection(), 0.85);
+  const QColor weaker = mixed(primaryOnSelection(), selection(), 0.8);
+  return contrast(weaker, selection()) >= readableContrast ? weaker : primaryOnSelection();
 }
 
 QColor Colors::badge() const { return withAlpha(orange(), isHighContrast() ? 0.4F : 0.15F); }

@@ -1,10 +1,19 @@
 #include "UI/HistoryListView.h"
 
+#include <QAccessible>
 #include <QMouseEvent>
 #include <QScrollBar>
 #include <algorithm>
+#include <utility>
 
 namespace stowboard {
+
+namespace {
+
+// Left free between a selected row and the edge that it was scrolled in from.
+constexpr int scrollMargin = 6;
+
+}  // namespace
 
 HistoryListView::HistoryListView(QWidget* parent) : QListView(parent) {
   setFrameShape(QFrame::NoFrame);
@@ -31,9 +40,30 @@ void HistoryListView::setScrollBarColor(const QColor& color) {
 
 void HistoryListView::showSelection(int row) {
   const QModelIndex index = row < 0 ? QModelIndex() : model()->index(row, 0);
-  if (index == currentIndex()) return;
+  const QModelIndex previous = currentIndex();
+  if (index == previous) return;
   setCurrentIndex(index);
-  if (index.isValid()) scrollTo(index);
+  if (!index.isValid()) return;
+  scrollIntoView(index);
+  if (previous.isValid()) announceSelection(row);
+}
+
+// The keyboard stays with the search field, so screen readers would not hear which row it moves to.
+void HistoryListView::announceSelection(int row) {
+  QAccessibleEvent event(this, QAccessible::Focus);
+  event.setChild(row);
+  QAccessible::updateAccessibility(&event);
+}
+
+void HistoryListView::scrollIntoView(const QModelIndex& index) {
+  executeDelayedItemsLayout();
+  const QRect wanted = visualRect(index).adjusted(0, -scrollMargin, 0, scrollMargin);
+  QScrollBar* bar = verticalScrollBar();
+  if (wanted.top() < 0) {
+    bar->setValue(bar->value() + wanted.top());
+  } else if (wanted.bottom() >= viewport()->height()) {
+    bar->setValue(bar->value() + wanted.bottom() + 1 - viewport()->height());
+  }
 }
 
 int HistoryListView::rowsPerPage(int row, int direction) const {

@@ -33,6 +33,9 @@ class HistoryListView : public QListView {
   void mouseDoubleClickEvent(QMouseEvent* event) override;
 
  private:
+  void scrollIntoView(const QModelIndex& index);
+  void announceSelection(int row);
+
   QPersistentModelIndex pressed_;
 };
 

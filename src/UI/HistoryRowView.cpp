@@ -76,18 +76,16 @@ struct HistoryRowView::Row {
   bool isSelected;
   QColor primary, secondary;
 
+  QRect centred(int left, int width, int height) const {
+    return {left, background.top() + (background.height() - height) / 2, width, height};
+  }
   QRect thumbnail() const {
-    return {contentLeft,
-            background.center().y() - ThumbnailCache::side / 2 + 1 - background.height() % 2,
-            ThumbnailCache::side, ThumbnailCache::side};
+    return centred(contentLeft, ThumbnailCache::side, ThumbnailCache::side);
   }
 };
 
 HistoryRowView::HistoryRowView(const RowTexts& texts, ThumbnailCache& thumbnails)
-    : texts_(texts),
-      thumbnails_(thumbnails),
-      measures_(keptMeasures),
-      layouts_(keptLayouts) {}
+    : texts_(texts), thumbnails_(thumbnails), measures_(keptMeasures), layouts_(keptLayouts) {}
 
 void HistoryRowView::setLooks(const QFont& font, const QPalette& palette) {
   looks_ = {.body = Fonts::body(font),
@@ -199,23 +197,31 @@ void HistoryRowView::paintSymbol(QPainter& painter, const Row& row) const {
 }
 
 void HistoryRowView::paintText(QPainter& painter, const Row& row) const {
-  const int height = textHeight(row.clip, row.number);
-  const int top = row.background.top() + (row.background.height() - height) / 2;
-  painter.setPen(row.primary);
-  layout(row.clip, textWidth(row.number)).draw(painter, QPointF(textLeft, top));
+  const QRect column =
+      row.centred(textLeft, textWidth(row.number), textHeight(row.clip, row.number));
+  paintPreview(painter, row, column);
   const QFontMetrics metrics(looks_.caption);
   painter.setFont(looks_.caption);
   painter.setPen(row.secondary);
-  painter.drawText(textLeft, top + height - metrics.height() + metrics.ascent(),
+  painter.drawText(column.left(), column.bottom() + 1 - looks_.captionHeight + metrics.ascent(),
                    texts_.date(row.clip));
+}
+
+// Stacks of marks may reach far beyond their line; they leave the date alone.
+void HistoryRowView::paintPreview(QPainter& painter, const Row& row, const QRect& column) const {
+  painter.save();
+  const QRect lines(0, row.background.top(), contentRight,
+                    column.bottom() + 1 - looks_.captionHeight - row.background.top());
+  painter.setClipRect(lines, Qt::IntersectClip);
+  painter.setPen(row.primary);
+  layout(row.clip, column.width()).draw(painter, column.topLeft());
+  painter.restore();
 }
 
 void HistoryRowView::paintBadge(QPainter& painter, const Row& row) const {
   const QFontMetrics metrics(looks_.badge);
-  const int height = metrics.height() + 2 * badgeVerticalPadding;
-  const QRect badge(contentRight - badgeWidth(),
-                    row.background.top() + (row.background.height() - height) / 2, badgeWidth(),
-                    height);
+  const QRect badge = row.centred(contentRight - badgeWidth(), badgeWidth(),
+                                  metrics.height() + 2 * badgeVerticalPadding);
   painter.setPen(Qt::NoPen);
   painter.setBrush(looks_.colors.badge());
   painter.drawRoundedRect(badge, badgeRadius, badgeRadius);
@@ -225,9 +231,9 @@ void HistoryRowView::paintBadge(QPainter& painter, const Row& row) const {
   painter.drawText(badge.left() + badgeSidePadding, baseline, looks_.badgeSymbols);
   // Each digit in a column of the same width, whatever the font makes of them.
   const QString digit = QString::number(row.number + 1);
+  const int column = badge.right() + 1 - badgeSidePadding - looks_.badgeDigitWidth;
   const int slack = looks_.badgeDigitWidth - metrics.horizontalAdvance(digit);
-  painter.drawText(badge.right() + 1 - badgeSidePadding - looks_.badgeDigitWidth + slack / 2,
-                   baseline, digit);
+  painter.drawText(column + slack / 2, baseline, digit);
 }
 
 }  // namespace stowboard

@@ -53,6 +53,7 @@ class HistoryRowView : public QStyledItemDelegate {
   void paintThumbnail(QPainter& painter, const Row& row) const;
   void paintSymbol(QPainter& painter, const Row& row) const;
   void paintText(QPainter& painter, const Row& row) const;
+  void paintPreview(QPainter& painter, const Row& row, const QRect& column) const;
   void paintBadge(QPainter& painter, const Row& row) const;
 
   struct CachedLayout {

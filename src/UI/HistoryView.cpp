@@ -1,10 +1,8 @@
 #include "UI/HistoryView.h"
 
-#include <QAccessible>
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QPainter>
-#include <QPixmap>
 #include <QVBoxLayout>
 #include <utility>
 

@@ -1,0 +1,1 @@
+add_bench(view_bench LINK stowboard_ui)
