@@ -78,10 +78,14 @@ void MenuBarController::placeIcon(bool inStatusNotifierHost) {
 void MenuBarController::makeTrayIcon() {
   trayIcon_ = std::make_unique<QSystemTrayIcon>(menuBarIcon());
   trayIcon_->setContextMenu(&trayMenu_);
-  QObject::connect(trayIcon_.get(), &QSystemTrayIcon::activated, trayIcon_.get(),
-                   [this](QSystemTrayIcon::ActivationReason reason) {
-                     if (reason == QSystemTrayIcon::Trigger) showHistory(trayIcon_->geometry());
-                   });
+  QObject::connect(
+      trayIcon_.get(), &QSystemTrayIcon::activated, trayIcon_.get(),
+      [this](QSystemTrayIcon::ActivationReason reason) {
+        // A second click in quick succession is told as a double click only.
+        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick) {
+          showHistory(trayIcon_->geometry());
+        }
+      });
 }
 
 void MenuBarController::reportMissingTray() {

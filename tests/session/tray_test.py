@@ -1,0 +1,217 @@
+#!/usr/bin/python3
+"""The status icon in real trays of both kinds, whenever they come, and what its menu does."""
+
+import pathlib
+import sys
+
+from gi.repository import Gio, GLib
+from Xlib import X, display, error
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools" / "session"))
+from applications import copy_text  # noqa: E402
+from case import SessionCase, main, subprocess, wait_until  # noqa: E402
+
+WATCHER = "org.kde.StatusNotifierWatcher"
+MISSING = "No panel shows status icons yet"
+PANEL = """[General]
+panels=panel1
+[panel1]
+plugins=statusnotifier
+position=Bottom
+panelSize=32
+iconSize=22
+[statusnotifier]
+type=statusnotifier
+alignment=Left
+"""
+HUNG_WATCHER = f"""
+import time
+from gi.repository import Gio, GLib
+bus = Gio.bus_get_sync(Gio.BusType.SESSION)
+bus.call_sync("org.freedesktop.DBus", "/", "org.freedesktop.DBus", "RequestName",
+              GLib.Variant("(su)", ("{WATCHER}", 0)), None, 0, -1)
+print("owns", flush=True)
+time.sleep(600)
+"""
+ENGLISH = ["Help", "Settings", "separator", "(Version", "Quit Stowboard"]
+CHINESE = ["帮助", "设置", "separator", "(版本", "退出 Stowboard"]
+
+
+class Tray(SessionCase):
+    def setUp(self):
+        super().setUp()
+        self.x = display.Display(self.desktop.environment["DISPLAY"])
+        self.addCleanup(self.x.close)
+        self.bus = Gio.DBusConnection.new_for_address_sync(
+            self.desktop.environment["DBUS_SESSION_BUS_ADDRESS"],
+            Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT |
+            Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION, None, None)
+        self.addCleanup(self.bus.close_sync, None)
+
+    # The trays
+
+    def start_xembed_tray(self):
+        tray = self.desktop.start(["trayer", "--edge", "bottom", "--align", "right", "--widthtype",
+                                   "request", "--height", "24"])
+        self.addCleanup(self.desktop.stop_program, tray)
+        return tray
+
+    def start_notifier_tray(self):
+        folder = pathlib.Path(self.desktop.environment["XDG_CONFIG_HOME"]) / "lxqt"
+        folder.mkdir(parents=True, exist_ok=True)
+        (folder / "panel.conf").write_text(PANEL)
+        tray = self.desktop.start(["lxqt-panel"])
+        self.addCleanup(self.desktop.stop_program, tray)
+        return tray
+
+    def windows(self, of_class):
+        """Windows on screen of a class, at any depth, as (x, y, width, height)."""
+        def found(window):
+            try:
+                attributes, name = window.get_attributes(), window.get_wm_class()
+                if attributes.map_state == X.IsViewable and name and of_class in name:
+                    at, size = root.translate_coords(window, 0, 0), window.get_geometry()
+                    yield at.x, at.y, size.width, size.height
+                for child in window.query_tree().children:
+                    yield from found(child)
+            except (error.BadWindow, error.BadDrawable):  # it has just gone
+                return
+        root = self.x.screen().root
+        return list(found(root))
+
+    def xembed_icon(self):
+        """The middle of the icon in the X11 tray; none when it is not there."""
+        return next(((x + width // 2, y + height // 2) for x, y, width, height in
+                     self.windows("stowboard") if width == height <= 32), None)
+
+    def items(self):
+        """Bus names of the items that the StatusNotifier tray shows."""
+        try:
+            answer = self.call(WATCHER, "/StatusNotifierWatcher", "org.freedesktop.DBus.Properties",
+                               "Get", "(ss)", WATCHER, "RegisteredStatusNotifierItems")
+        except GLib.Error:
+            return []
+        return [item.partition("/")[0] for item in answer[0]]
+
+    def notifier_icon(self):
+        """The middle of the icon in the StatusNotifier tray; none when it is not there."""
+        bars = [bar for bar in self.windows("lxqt-panel") if bar[2] == 1280]
+        return (16, bars[0][1] + 16) if bars and self.items() else None
+
+    # The icon and its menu
+
+    def call(self, name, path, interface, method, signature, *arguments):
+        return self.bus.call_sync(name, path, interface, method,
+                                  GLib.Variant(signature, arguments), None, 0, 5000, None).unpack()
+
+    def menu_of_item(self):
+        """What the item lends to the tray, a text an entry; in parentheses what cannot be chosen."""
+        layout = self.call(self.items()[0], "/MenuBar", "com.canonical.dbusmenu", "GetLayout",
+                           "(iias)", 0, -1, [])[1]
+        entries = [entry[1] for entry in layout[2]]
+        return [entry.get("type") or entry["label"].replace("__", "_") if entry.get("enabled", True)
+                else f"({entry['label']}".partition(":")[0] for entry in entries]
+
+    def panel(self):
+        return [each for each in self.windows("stowboard") if each[2] > 400]
+
+    def menus(self):
+        """Sizes of the open menus, whichever program shows them."""
+        both = self.windows("stowboard") + self.windows("lxqt-panel")
+        return [(width, height) for _, _, width, height in both if 100 < width < 400]
+
+    def open_menu(self, icon):
+        # Now left and now right of the middle, which keeps two clicks from making a double click.
+        self.side = -getattr(self, "side", 6)
+        self.desktop.click(icon[0] + self.side, icon[1], button=3)
+        return wait_until(self.menus, "the menu is open")[0]
+
+    def choose(self, icon, *keys):
+        """Returns the size of the menu from which the entry was chosen."""
+        size = self.open_menu(icon)
+        self.desktop._xdotool("key", *keys)
+        wait_until(lambda: not self.menus(), "the menu is closed")
+        return size
+
+    def record_opened_files(self):
+        """Makes a viewer of text files that only notes their paths; returns its notes."""
+        notes, home = self.desktop.directory / "opened", self.desktop.environment
+        viewer = self.desktop.directory / "viewer"
+        viewer.write_text(f'#!/bin/sh\necho "$1" >> {notes}\n')
+        viewer.chmod(0o755)
+        folder = pathlib.Path(home["XDG_DATA_HOME"]) / "applications"
+        folder.mkdir(parents=True, exist_ok=True)
+        (folder / "viewer.desktop").write_text(
+            f"[Desktop Entry]\nType=Application\nName=Viewer\nExec={viewer} %f\nMimeType=text/plain;\n")
+        (pathlib.Path(home["XDG_CONFIG_HOME"]) / "mimeapps.list").write_text(
+            "[Default Applications]\ntext/plain=viewer.desktop\n")
+        notes.unlink(missing_ok=True)
+        return lambda: notes.read_text().splitlines() if notes.exists() else []
+
+    # The tests
+
+    def use(self, find_icon):
+        opened = self.record_opened_files()
+        self.stowboard.start()
+        icon = wait_until(find_icon, "the icon is in the tray")
+        for is_open in (True, False):
+            self.desktop.click(*icon)
+            wait_until(lambda: bool(self.panel()) == is_open, f"the panel is open: {is_open}")
+        self.desktop.click(*icon, button=2)
+        english = self.choose(icon, "Down", "Return")
+        self.assertEqual(self.panel(), [], "the middle button opens nothing")
+        folder = pathlib.Path(self.desktop.environment["TMPDIR"])
+        wait_until(lambda: opened() == [str(folder / "Stowboard_Help.txt")], "the guide is opened")
+        self.choose(icon, "Down", "Down", "Return")
+        self.desktop.window("Stowboard Settings")
+        yield "English"
+        self.desktop.keys("Tab", "Down")  # the language comes first
+        self.desktop.window("Stowboard 设置")
+        yield "Chinese"
+        chinese = self.choose(icon, "Down", "Return")
+        self.assertNotEqual(chinese[0], english[0])
+        wait_until(lambda: opened()[1:] == [str(folder / "Stowboard_使用指南.txt")],
+                   "the other guide is opened")
+        self.choose(icon, "Up", "Return")
+        self.assertEqual(self.stowboard.wait_for_end(), 0)
+
+    def test_in_the_x11_tray(self):
+        self.start_xembed_tray()
+        self.assertEqual(list(self.use(self.xembed_icon)), ["English", "Chinese"])
+
+    def test_as_a_status_notifier_item(self):
+        self.start_notifier_tray()
+        use = self.use(self.notifier_icon)
+        self.assertEqual((next(use), self.menu_of_item()), ("English", ENGLISH))
+        self.assertIsNone(self.xembed_icon())
+        self.assertEqual((next(use), self.menu_of_item()), ("Chinese", CHINESE))
+        self.assertEqual(list(use), [])
+
+    def test_trays_that_come_end_and_take_over(self):
+        self.stowboard.start()
+        self.stowboard.wait_for_log(MISSING)
+        for _ in range(2):
+            xembed = self.start_xembed_tray()
+            wait_until(self.xembed_icon, "the X11 tray has it")
+            self.desktop.stop_program(xembed)
+        self.start_xembed_tray()
+        for _ in range(2):
+            notifier = self.start_notifier_tray()
+            wait_until(self.notifier_icon, "the other one has it")
+            wait_until(lambda: not self.xembed_icon(), "the X11 tray has it no more")
+            self.desktop.stop_program(notifier)
+            wait_until(self.xembed_icon, "the X11 tray has it again")
+        self.assertEqual(self.stowboard.logged(MISSING), 1)
+
+    def test_a_watcher_that_hangs_holds_up_nothing(self):
+        hung = self.start_owner(HUNG_WATCHER)
+        self.stowboard.start()
+        copy_text(self.desktop, "copied meanwhile")
+        self.stowboard.wait_for_text("copied meanwhile")
+        self.desktop.stop_program(hung)
+        self.start_xembed_tray()
+        wait_until(self.xembed_icon, "the X11 tray has it")
+
+
+if __name__ == "__main__":
+    main()
