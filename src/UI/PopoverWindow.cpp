@@ -51,6 +51,19 @@ QImage blurredRectangle(const QSize& size, const QRectF& rect, qreal ratio) {
   return image;
 }
 
+// At a scale that is no whole number, the nearest whole pixels of the screen.
+QRectF onPixels(const QRect& rect, qreal ratio) {
+  const auto nearest = [ratio](int at) { return std::round(at * ratio) / ratio; };
+  return {QPointF(nearest(rect.left()), nearest(rect.top())),
+          QPointF(nearest(rect.right() + 1), nearest(rect.bottom() + 1))};
+}
+
+void fill(QPainter& painter, const QRectF& rect, qreal radius, const QColor& color) {
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(color);
+  painter.drawRoundedRect(rect, radius, radius);
+}
+
 }  // namespace
 
 PopoverWindow::PopoverWindow(std::unique_ptr<QWidget> content)
@@ -153,13 +166,15 @@ void PopoverWindow::paintEvent(QPaintEvent*) {
     painter.drawPixmap(0, 0, shadow_);
     painter.setRenderHint(QPainter::Antialiasing);
   }
-  const qreal radius = isShadowed_ ? cornerRadius : 0;
   const Colors colors(palette());
+  const qreal ratio = devicePixelRatioF();
+  const qreal radius = isShadowed_ ? cornerRadius : 0;
+  const qreal line = std::max(1.0, std::floor(ratio)) / ratio;
+  const QRectF outer = onPixels(panelRect(), ratio);
+  const QRectF inner = outer.adjusted(line, line, -line, -line);
   // Without a shadow the edge alone sets the panel off.
-  painter.setPen(QPen(isShadowed_ ? colors.separator() : colors.secondary(), edge));
-  painter.setBrush(palette().window());
-  const qreal half = edge / 2.0;
-  painter.drawRoundedRect(QRectF(panelRect()).adjusted(half, half, -half, -half), radius, radius);
+  fill(painter, outer, radius, isShadowed_ ? colors.separator() : colors.secondary());
+  fill(painter, inner, radius - line, palette().color(QPalette::Window));
 }
 
 }  // namespace stowboard
