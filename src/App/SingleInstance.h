@@ -42,6 +42,9 @@ class SingleInstance {
   /// Set when this process must end: with this status.
   const std::optional<int>& exitStatus() const { return exitStatus_; }
 
+  /// Whether there is a session bus and it has answered.
+  bool hasSessionBus() const { return application_ != nullptr; }
+
   /// Takes calls from the bus, where there is one; see DBusApplication::serve().
   void serve(RunLoop& runLoop, DBusApplication::Actions actions);
 

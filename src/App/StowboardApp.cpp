@@ -74,6 +74,10 @@ void logForToolkit(QtMsgType type, const QMessageLogContext&, const QString& mes
   if (type == QtFatalMsg) Log::flush();
 }
 
+// The toolkit would wait without end for a bus that does not answer, and start one of its own where
+// there is none.
+void keepToolkitOffTheBus() { qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/dev/null"); }
+
 int runStowboard(char* programName) {
   qInstallMessageHandler(logForToolkit);
   auto bundle = std::make_unique<XdgBundle>();
@@ -84,6 +88,7 @@ int runStowboard(char* programName) {
   }
   SingleInstance instance(*bundle);
   if (instance.exitStatus()) return *instance.exitStatus();
+  if (!instance.hasSessionBus()) keepToolkitOffTheBus();
   // The program takes no options, so the toolkit gets none of the user's either; XWayland serves a
   // Wayland session for now.
   char platformOption[] = "-platform";
