@@ -13,10 +13,6 @@ void HistoryListModel::setClips(AppState::Clips clips) {
   endResetModel();
 }
 
-void HistoryListModel::announceAllChanged() {
-  if (!clips_.empty()) emit dataChanged(index(0), index(rowCount() - 1));
-}
-
 int HistoryListModel::rowCount(const QModelIndex& parent) const {
   return parent.isValid() ? 0 : static_cast<int>(std::ssize(clips_));
 }

@@ -18,8 +18,6 @@ class HistoryListModel : public QAbstractListModel {
   /// Resets the model, unless they are the clips that it has.
   void setClips(AppState::Clips clips);
   const ClipItem& clip(int row) const { return clips_[static_cast<std::size_t>(row)]; }
-  /// Has every row shown and read again, all of them being as high as before.
-  void announceAllChanged();
 
   int rowCount(const QModelIndex& parent = {}) const override;
   QVariant data(const QModelIndex& index, int role) const override;

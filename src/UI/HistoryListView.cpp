@@ -1,6 +1,5 @@
 #include "UI/HistoryListView.h"
 
-#include <QAccessible>
 #include <QMouseEvent>
 #include <QScrollBar>
 #include <algorithm>
@@ -40,19 +39,9 @@ void HistoryListView::setScrollBarColor(const QColor& color) {
 
 void HistoryListView::showSelection(int row) {
   const QModelIndex index = row < 0 ? QModelIndex() : model()->index(row, 0);
-  const QModelIndex previous = currentIndex();
-  if (index == previous) return;
+  if (index == currentIndex()) return;
   setCurrentIndex(index);
-  if (!index.isValid()) return;
-  scrollIntoView(index);
-  if (previous.isValid()) announceSelection(row);
-}
-
-// The keyboard stays with the search field, so screen readers would not hear which row it moves to.
-void HistoryListView::announceSelection(int row) {
-  QAccessibleEvent event(this, QAccessible::Focus);
-  event.setChild(row);
-  QAccessible::updateAccessibility(&event);
+  if (index.isValid()) scrollIntoView(index);
 }
 
 void HistoryListView::scrollIntoView(const QModelIndex& index) {

@@ -34,7 +34,6 @@ class HistoryListView : public QListView {
 
  private:
   void scrollIntoView(const QModelIndex& index);
-  void announceSelection(int row);
 
   QPersistentModelIndex pressed_;
 };

@@ -27,7 +27,8 @@ void HistoryPreparation::start(AppState::Clips clips, qreal devicePixelRatio,
   clips_ = std::move(clips);
   next_ = 0;
   devicePixelRatio_ = devicePixelRatio;
-  onDidMeasure_ = std::move(onDidMeasure);
+  // A start that is interrupted by a new clip still has its end reported.
+  if (onDidMeasure) onDidMeasure_ = std::move(onDidMeasure);
   prepareSearch();
   idle_.start();
 }

@@ -22,8 +22,9 @@ class HistoryPreparation {
   ~HistoryPreparation();
 
   /// Begins with the first clip, in place of what is under way. Costs little for clips that are
-  /// prepared. `onDidMeasure` is called when every clip is measured.
-  void start(AppState::Clips clips, qreal devicePixelRatio, std::function<void()> onDidMeasure);
+  /// prepared. `onDidMeasure`, when it is given, is called once every clip is measured.
+  void start(AppState::Clips clips, qreal devicePixelRatio,
+             std::function<void()> onDidMeasure = nullptr);
 
  private:
   void runSlice();

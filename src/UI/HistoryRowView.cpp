@@ -103,6 +103,14 @@ void HistoryRowView::setLooks(const QFont& font, const QPalette& palette) {
   layouts_.clear();
 }
 
+void HistoryRowView::keepOnly(const std::unordered_set<Uuid>& ids) {
+  const auto isGone = [&](const Uuid& id) { return !ids.contains(id); };
+  for (const Uuid& id : measures_.keys())
+    if (isGone(id)) measures_.remove(id);
+  for (const Uuid& id : layouts_.keys())
+    if (isGone(id)) layouts_.remove(id);
+}
+
 PreviewMeasure HistoryRowView::measured(const ClipItem& clip) const {
   if (const auto* known = measures_.object(clip.id())) return *known;
   const PreviewMeasure measure = PreviewMeasure::of(printablePreview(clip), looks_.body);

@@ -5,6 +5,7 @@
 #include <QPalette>
 #include <QStyledItemDelegate>
 #include <memory>
+#include <unordered_set>
 
 #include "UI/ClipPreview.h"
 #include "UI/Colors.h"
@@ -27,6 +28,9 @@ class HistoryRowView : public QStyledItemDelegate {
 
   /// Measures a clip's preview ahead of its first layout.
   void measure(const ClipItem& clip) { measured(clip); }
+
+  /// Forgets what it has of every other clip.
+  void keepOnly(const std::unordered_set<Uuid>& ids);
 
   void paint(QPainter* painter, const QStyleOptionViewItem& option,
              const QModelIndex& index) const override;

@@ -4,6 +4,7 @@
 #include <QHBoxLayout>
 #include <QPainter>
 #include <QVBoxLayout>
+#include <unordered_set>
 #include <utility>
 
 #include "UI/Colors.h"
@@ -91,9 +92,7 @@ void HistoryView::connectParts() {
   viewModel_.changes().subscribe([this] { setNeedsRefresh(); }).storeIn(cancellables_);
   appState_->clipsPublisher()
       .dropFirst()
-      .sink([this](const AppState::Clips&) {
-        if (isPreparing_) prepareClips();
-      })
+      .sink([this](const AppState::Clips& clips) { follow(clips); })
       .storeIn(cancellables_);
 }
 
@@ -152,19 +151,23 @@ void HistoryView::viewDidAppear() {
 }
 
 void HistoryView::prepare() {
-  isPreparing_ = true;
-  prepareClips();
+  isPrepared_ = true;
+  preparation_.start(appState_->clips(), devicePixelRatioF(), [this] { warmUp(); });
 }
 
-void HistoryView::prepareClips() {
-  preparation_.start(appState_->clips(), devicePixelRatioF(), [this] { warmUp(); });
+// Nothing of a clip stays behind that has left the history.
+void HistoryView::follow(const AppState::Clips& clips) {
+  std::unordered_set<Uuid> ids;
+  for (const ClipItem& clip : clips) ids.insert(clip.id());
+  thumbnails_.keepOnly(ids);
+  rowView_.keepOnly(ids);
+  if (isPrepared_) preparation_.start(clips, devicePixelRatioF());
 }
 
 // Lays the rows out, and has fonts, glyphs and symbols loaded by drawing once.
 void HistoryView::warmUp() {
   refresh();
-  if (isVisible()) return;
-  grab();
+  if (!isVisible()) grab();
 }
 
 // The view model announces each of several assignments that make one change.
@@ -231,6 +234,7 @@ void HistoryView::perform(const PanelCommand& command) {
 }
 
 void HistoryView::movePage(int direction) {
+  if (needsRefresh_) refresh();
   const int row = static_cast<int>(viewModel_.selectedIndex().value_or(0));
   viewModel_.moveSelection(direction * list_->rowsPerPage(row, direction));
 }

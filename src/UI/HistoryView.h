@@ -61,7 +61,7 @@ class HistoryView : public QWidget {
   void refresh();
   void showClips();
   void showEmptyState(bool isEmpty);
-  void prepareClips();
+  void follow(const AppState::Clips& clips);
   void warmUp();
 
   void perform(const PanelCommand& command);
@@ -80,7 +80,7 @@ class HistoryView : public QWidget {
   HistoryListView* list_;
   EmptyStateView* emptyState_;
   bool needsRefresh_ = false;
-  bool isPreparing_ = false;
+  bool isPrepared_ = false;
   qreal devicePixelRatio_ = 0;
   Cancellables cancellables_;
 };

@@ -34,7 +34,8 @@ QString RowTexts::shortcutSymbols() const { return qString(symbolString(pair_));
 QString RowTexts::description(const ClipItem& clip, int row) const {
   const std::string shortcut =
       row < shortcutCount ? fmt::format("{} + {}", modifierDisplayString(pair_), row + 1) : "";
-  return qString(L10n::historyRow(language_, printablePreview(clip).toStdString(),
+  const QString preview = printablePreview(clip).replace(QChar::LineSeparator, u' ');
+  return qString(L10n::historyRow(language_, preview.toStdString(),
                                   dateFormat_.format(clip.timestamp()), shortcut));
 }
 

@@ -132,6 +132,12 @@ void ThumbnailCache::prepare(const ClipItem& clip, qreal devicePixelRatio) {
   if (thumbnails_.totalCost() + promised <= thumbnails_.maxCost()) request(clip, Urgency::ahead);
 }
 
+void ThumbnailCache::keepOnly(const std::unordered_set<Uuid>& ids) {
+  for (const Uuid& id : thumbnails_.keys())
+    if (!ids.contains(id)) thumbnails_.remove(id);
+  std::erase_if(requested_, [&](const Uuid& id) { return !ids.contains(id); });
+}
+
 void ThumbnailCache::useRatio(qreal devicePixelRatio) {
   if (devicePixelRatio == devicePixelRatio_) return;
   devicePixelRatio_ = devicePixelRatio;

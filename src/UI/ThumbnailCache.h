@@ -44,6 +44,9 @@ class ThumbnailCache {
   /// Has the clip's image decoded ahead, unless there is no room left without losing another.
   void prepare(const ClipItem& clip, qreal devicePixelRatio);
 
+  /// Forgets what it has of every other clip.
+  void keepOnly(const std::unordered_set<Uuid>& ids);
+
   /// A thumbnail that was loading is no longer. Called on the main thread.
   std::function<void()> onDidLoad;
 

@@ -87,6 +87,20 @@ TEST_F(ThumbnailCacheTest, DecodesOnceAndForgetsTheOldest) {
   EXPECT_EQ(cache_.thumbnail(clips[1], 2).state, State::loading);
 }
 
+TEST_F(ThumbnailCacheTest, KeepsNothingOfAClipThatIsGone) {
+  const ClipItem kept = imageClip(encoded(30, 30));
+  const ClipItem gone = imageClip(encoded(30, 30));
+  const ClipItem goneWhileLoading = imageClip(encoded(30, 30));
+  load(kept);
+  load(gone);
+  cache_.prepare(goneWhileLoading, 1);
+  cache_.keepOnly({kept.id()});
+  load(imageClip(encoded(30, 30)));
+  EXPECT_EQ(cache_.thumbnail(kept, 1).state, State::ready);
+  EXPECT_EQ(cache_.thumbnail(gone, 1).state, State::loading);
+  EXPECT_EQ(cache_.thumbnail(goneWhileLoading, 1).state, State::loading);
+}
+
 TEST_F(ThumbnailCacheTest, AnotherDensityDecodesAnew) {
   const ClipItem clip = imageClip(encoded(30, 30));
   cache_.prepare(clip, 1);
