@@ -142,6 +142,14 @@ std::unique_ptr<HistoryPanel> AppCoordinator::makeHistoryPanel() {
     self.bringToFront(window);
   });
   desktop.returnFocus = weakly(weak_from_this(), [](AppCoordinator& self) { self.returnFocus(); });
+  desktop.prepareToShow = [&windows = *platform_.transientWindows](std::uint64_t window,
+                                                                   int shadowMargin) {
+    windows.prepareToShow(window, shadowMargin);
+  };
+  desktop.watchClicksOutside = [&windows = *platform_.transientWindows](std::uint64_t window,
+                                                                        auto onClickOutside) {
+    return windows.watch(window, std::move(onClickOutside));
+  };
   auto panel = std::make_unique<HistoryPanel>(container_->appState(), &container_->pasteSimulator(),
                                               std::move(desktop));
   panel->onOpenSettings =
@@ -187,8 +195,8 @@ std::unique_ptr<SettingsWindow> AppCoordinator::makeSettingsWindow() {
 
 void AppCoordinator::openHelp() {
   if (!helpDocument_) {
-    helpDocument_ = std::make_unique<HelpDocument>(*platform_.runLoop, *platform_.workspace,
-                                                   std::filesystem::temp_directory_path());
+    helpDocument_ = std::make_unique<HelpDocument>(
+        *platform_.runLoop, *platform_.workspace, HelpDocument::temporaryFolder(*platform_.bundle));
   }
   helpDocument_->open(container_->appState()->settings());
 }

@@ -14,6 +14,7 @@
 #include "Platform/Desktop/XdgBundle.h"
 #include "Platform/select.h"
 #include "Services/ThumbnailGenerator.h"
+#include "UI/Theme.h"
 
 namespace stowboard {
 
@@ -51,6 +52,11 @@ DBusApplication::Actions busActions(const AppDelegate& delegate) {
   return actions;
 }
 
+void followAppearance(Theme& theme, DesktopAppearance& appearance) {
+  appearance.onDidChange = [&theme](const Appearance& wanted) { theme.apply(wanted); };
+  theme.apply(appearance.appearance());
+}
+
 int runApplication(QApplication& application, const Platform& platform, SingleInstance& instance) {
   AppDelegate delegate(platform);
   QObject::connect(&application, &QGuiApplication::commitDataRequest, &application,
@@ -58,9 +64,12 @@ int runApplication(QApplication& application, const Platform& platform, SingleIn
   runningDelegate = &delegate;
   std::atexit(endWithTheSession);
   delegate.applicationDidFinishLaunching();
+  Theme theme;
+  followAppearance(theme, *platform.appearance);
   instance.serve(*platform.runLoop, busActions(delegate));
   platform.runLoop->postAfter(startSettles, releaseStartMemory);
   const int status = QApplication::exec();
+  platform.appearance->onDidChange = nullptr;
   delegate.applicationWillTerminate();
   runningDelegate = nullptr;
   return status;

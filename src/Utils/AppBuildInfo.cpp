@@ -1,5 +1,7 @@
 #include "Utils/AppBuildInfo.h"
 
+#include <fmt/format.h>
+
 #include <chrono>
 #include <filesystem>
 #include <system_error>
@@ -21,7 +23,8 @@ Timestamp dayOfBuild(const std::filesystem::path& executable) {
 
 std::string AppBuildInfo::buildVersionString(const Bundle& bundle) {
   if (std::string version = bundle.version(); version.starts_with("v20")) return version;
-  return "v" + DateFormat("yyyyMMdd", "en_US_POSIX").format(dayOfBuild(bundle.executable()));
+  return fmt::format("v{}",
+                     DateFormat("yyyyMMdd", "en_US_POSIX").format(dayOfBuild(bundle.executable())));
 }
 
 }  // namespace stowboard

@@ -12,7 +12,6 @@ from case import PROGRAM, SessionCase, main, subprocess, wait_until  # noqa: E40
 
 NAME = "com.qarvin.stowboard"
 PATH = "/com/qarvin/stowboard"
-SHOWN = "Asked to show the history"
 NO_CLIP = "Direct paste hotkey triggered but no clip at index"
 RUNS = "Stowboard already runs"
 
@@ -48,9 +47,9 @@ class DBus(SessionCase):
     def test_a_second_launch_shows_the_history_of_the_first(self):
         self.stowboard.start()
         first = self.owner()
-        for count in (1, 2):
+        for _ in range(2):
             self.assertEqual(self.launch(DESKTOP_STARTUP_ID="x_TIME1"), (0, ""))
-            self.stowboard.wait_for_log(SHOWN, count)
+            self.stowboard.wait_for_panel()
         self.assertEqual(self.owner(), first)
         # Neither a killed one nor one that is just ending keeps the next from starting.
         for number in (signal.SIGKILL, signal.SIGTERM):
@@ -65,7 +64,7 @@ class DBus(SessionCase):
         self.assertEqual((status, errors.count("\n")), (1, 1), errors)
         self.assertIn(RUNS + ", but does not answer", errors)
         self.stowboard.process.send_signal(signal.SIGCONT)
-        self.stowboard.wait_for_log(SHOWN)
+        self.stowboard.wait_for_panel()
 
     def test_a_launch_that_waits_for_one_that_dies_takes_its_place(self):
         first = self.stowboard.start().process
@@ -84,12 +83,14 @@ class DBus(SessionCase):
         for digit, value in enumerate(digits, 1):
             self.assertEqual(self.act("paste", f"[<{value}>]")[0], 0, value)
             self.stowboard.wait_for_log(f"{NO_CLIP} {digit - 1}")
-        for count, (method, *arguments) in enumerate(
-                (("Activate", "{'desktop-startup-id': <'x'>}"),
-                 ("Open", "['file:///etc/hostname']", "{}"),
-                 ("ActivateAction", "show-history", "[]", "{}")), 1):
+        shown, hidden = self.stowboard.wait_for_panel, self.stowboard.wait_until_panel_closed
+        for wait, method, *arguments in (
+                (shown, "Activate", "{'desktop-startup-id': <'x'>}"),
+                (shown, "Open", "['file:///etc/hostname']", "{}"),
+                (hidden, "ActivateAction", "show-history", "[]", "{}"),
+                (shown, "ActivateAction", "show-history", "[]", "{}")):
             self.assertEqual(self.call(method, *arguments)[0], 0, method)
-            self.stowboard.wait_for_log(SHOWN, count)
+            wait()
         refused = [("paste", f"[{value}]") for value in (
             "", "<0>", "<10>", "<-1>", "<1.5>", "<''>", "<'0'>", "<'12'>", "<'x'>", "<true>", "<[1]>",
             "<<1>>", "<1>, <2>", "<int64 4294967297>", "<uint64 18446744073709551615>",
@@ -101,8 +102,8 @@ class DBus(SessionCase):
                 self.assertEqual(status, 1)
                 self.assertIn("org.freedesktop.DBus.Error.InvalidArgs", text)
                 self.assertRegex(text, "number from 1 to 9|takes no parameter|There is no action")
-        self.assertEqual((self.stowboard.logged(NO_CLIP), self.stowboard.logged(SHOWN)),
-                         (len(digits), 3))
+        self.assertEqual(self.stowboard.logged(NO_CLIP), len(digits))
+        self.stowboard.wait_for_panel()
         for interface in ("Application", "DBus.Introspectable", "DBus.Peer"):
             self.assertIn(f"interface org.freedesktop.{interface} ", self.gdbus("introspect")[1])
 
@@ -147,6 +148,7 @@ class DBus(SessionCase):
             server.listen()
             self.stowboard.start(DBUS_SESSION_BUS_ADDRESS=f"unix:path={address}")
             self.assertEqual(self.stowboard.logged("No session bus"), 1)
+            self.assertEqual(self.stowboard.stop(), 0)
 
     def test_it_goes_on_at_rest_when_the_bus_goes_away(self):
         bus = self.desktop.start(["dbus-daemon", "--session", "--nofork", "--print-address"],

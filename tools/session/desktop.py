@@ -290,6 +290,10 @@ class PrivateDesktop:
     def click(self, x, y, button=1):
         self._xdotool("mousemove", x, y, "click", button)
 
+    def active_window(self):
+        """The id of the window with the focus; empty when there is none."""
+        return self.output("xdotool", "getactivewindow").strip()
+
     def window(self, title_or_class, seconds=20.0):
         """Waits for a visible window with this title or class, activates it, returns its id."""
         def visible():

@@ -114,6 +114,30 @@ class Stowboard:
     def logged(self, text):
         return sum(text in line for line in list(self.lines))
 
+    # Its windows
+
+    def panel(self):
+        """The history panel's window; empty while it is not on screen."""
+        return self._window("^Stowboard$")
+
+    def settings_window(self):
+        """The settings window; empty while it is not on screen."""
+        return self._window("^Stowboard (Settings|设置)$")
+
+    def _window(self, title):
+        return self.desktop.output("xdotool", "search", "--onlyvisible", "--all", "--class",
+                                   "^Stowboard$", "--name", title).strip()
+
+    def wait_for_panel(self):
+        """Waits until the panel is open and has the keyboard; returns its window."""
+        def is_active():
+            panel = self.panel()
+            return panel if panel and panel == self.desktop.active_window() else ""
+        return wait_until(is_active, "the panel is open and active")
+
+    def wait_until_panel_closed(self):
+        wait_until(lambda: not self.panel(), "the panel is closed")
+
     # Its files
 
     def set(self, **settings):
