@@ -1,0 +1,190 @@
+#!/usr/bin/python3
+"""The settings window, by a screen reader's way and with real keys: every control takes effect."""
+
+import json
+import pathlib
+import subprocess
+import sys
+
+from Xlib import display
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools" / "session"))
+from accessibility import Accessibility  # noqa: E402
+from case import SessionCase, main, wait_until  # noqa: E402
+
+TITLE = "Stowboard Settings"
+AUTOSTART = "autostart/com.qarvin.stowboard.desktop"
+
+
+class Settings(SessionCase):
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.controls = Accessibility(cls.desktop, "Stowboard")
+
+    def start(self, **environment):
+        self.stowboard.start(**self.controls.ENVIRONMENT, **environment)
+
+    def ask_for_settings(self):
+        self.desktop.output(
+            "gdbus", "call", "--session", "--dest", "com.qarvin.stowboard", "--object-path",
+            "/com/qarvin/stowboard", "--method", "org.freedesktop.Application.ActivateAction",
+            "open-settings", "[]", "{}")
+
+    def open_settings(self):
+        self.ask_for_settings()
+        wait_until(lambda: self.active_title() == TITLE, "the settings are in front")
+
+    def active_title(self):
+        return self.desktop.output("xdotool", "getactivewindow", "getwindowname").strip()
+
+    def windows(self, title):
+        return self.desktop.output("xdotool", "search", "--onlyvisible", "--name", title).split()
+
+    def wait_for_setting(self, **expected):
+        def stored():
+            settings = json.loads(self.stowboard.settings_file.read_bytes())
+            return all(settings[key] == value for key, value in expected.items())
+        wait_until(lambda: self.stowboard.settings_file.exists() and stored(), f"{expected} on disk")
+
+    def choose(self, picker, key):
+        """Steps through a drop-down list with the keyboard."""
+        self.controls.focus("combo box", picker)
+        self.desktop.keys(key)
+
+    def enter(self, text):
+        self.controls.focus("text", "Maximum records")
+        self.desktop.keys("ctrl+a")
+        self.desktop.type_text(text)
+        self.desktop.keys("Return")
+
+    def copy(self, *texts):
+        for text in texts:
+            self.copy_after_the_last(text)
+            self.stowboard.wait_for_text(text)
+
+    def panels(self):
+        return self.desktop.output("xdotool", "search", "--onlyvisible", "--class",
+                                   "^Stowboard$").split()
+
+    def test_shortcuts_are_registered_anew(self):
+        self.start()
+        self.open_settings()
+        self.choose("Second modifier key", "Down")
+        self.wait_for_setting(hotKey={"keyCode": 9, "modifiers": 0x1100})
+        self.choose("Key", "k")
+        self.wait_for_setting(hotKey={"keyCode": 40, "modifiers": 0x1100})
+        self.stowboard.wait_for_log("Hotkey [1] registered: ⌃⌘K")
+        self.choose("First modifier key", "Down")
+        self.wait_for_setting(hotKey={"keyCode": 40, "modifiers": 0x1800})
+        self.controls.find("label", "⌃ Control + ⌥ Option + K")
+        self.choose("Modifier keys for direct paste", "Down")
+        self.wait_for_setting(directPasteModifiers=0x1100)
+        self.controls.find("label", "⌘ Command + ⌃ Control + 1~9")
+        self.stowboard.wait_for_log("Hotkey [109] registered: ⌃⌘9")
+
+        before = self.panels()
+        self.desktop.keys("super+shift+v", "super+ctrl+k", "super+alt+1", "super+ctrl+1")
+        self.stowboard.wait_for_log("no clip at index 0")
+        self.assertEqual(self.stowboard.logged("no clip at index"), 1, "not by the old ones")
+        self.assertEqual(self.panels(), before)
+        self.desktop.keys("ctrl+alt+k")
+        wait_until(lambda: self.panels() != before, "the new hot key opens the panel")
+
+    def test_history_is_trimmed_and_cleared(self):
+        self.start()
+        self.copy("one", "two", "three")
+        self.open_settings()
+        self.enter("0")
+        self.wait_for_setting(maxRecords=1)
+        wait_until(lambda: self.stowboard.texts() == ["three"], "trimmed")
+        self.controls.focus("spin button", "Maximum records")
+        for key, stored in (("Up", 10), ("Up", 15), ("Down", 10)):
+            self.desktop.keys(key)
+            self.wait_for_setting(maxRecords=stored)
+        self.controls.find("spin button", "Maximum records").set_current_value(40)
+        self.wait_for_setting(maxRecords=40)
+        self.enter("1000")
+        self.wait_for_setting(maxRecords=1000)
+
+        self.controls.press("push button", "Clear All History")
+        self.controls.find("label", "This cannot be undone.")
+        self.desktop.keys("Return")  # cancels
+        wait_until(lambda: not self.windows("^Clear History$"), "cancelled")
+        self.controls.press("push button", "Clear All History")
+        self.assertEqual(self.stowboard.texts(), ["three"])
+        self.controls.press("push button", "Clear History")
+        wait_until(lambda: self.stowboard.texts() == [], "cleared")
+
+    def test_language_and_launching_at_login(self):
+        self.start()
+        self.open_settings()
+        self.choose("Language", "Down")
+        self.wait_for_setting(language="zh-Hans")
+        self.controls.find("check box", "开机自动启动")
+        wait_until(lambda: self.active_title() == "Stowboard 设置", "the title follows")
+        self.choose("界面语言", "Up")
+        self.wait_for_setting(language="en")
+
+        entry = pathlib.Path(self.desktop.environment["XDG_CONFIG_HOME"]) / AUTOSTART
+        switch = ("check box", "Launch at Login")
+        for isOn in (True, False):
+            self.controls.press(*switch, "Toggle")
+            self.stowboard.wait_for_log("Login item " + ("enabled" if isOn else "disabled"))
+            self.assertEqual((entry.exists(), self.controls.is_checked(*switch)), (isOn, isOn))
+        entry.mkdir(parents=True)  # in the way
+        self.addCleanup(entry.rmdir)
+        self.controls.press(*switch, "Toggle")
+        self.stowboard.wait_for_log("Login item toggle failed")
+        wait_until(lambda: not self.controls.is_checked(*switch), "it springs back")
+
+    def test_one_window_that_keeps_its_place(self):
+        x = display.Display(self.desktop.environment["DISPLAY"])
+        self.addCleanup(x.close)
+        def place():
+            at = x.screen().root.translate_coords(int(self.windows(TITLE)[0]), 0, 0)
+            return at.x, at.y
+        self.start()
+        self.open_settings()
+        left, top = place()
+        self.assertLess(abs(left + 280 - 640), 20)
+        self.assertLess(abs(top + 175 - 400), 20)
+        self.desktop._xdotool("windowmove", self.windows(TITLE)[0], 300, 250)
+        wait_until(lambda: place() != (left, top), "moved")
+        moved = place()
+        self.open("xterm", "-T", "Other", title="Other")
+        self.open_settings()
+        for _ in range(2):
+            self.desktop.keys("Escape")
+            wait_until(lambda: not self.windows(TITLE), "closed")
+            self.open_settings()
+            self.assertEqual(place(), moved)
+        self.desktop._xdotool("windowminimize", self.windows(TITLE)[0])
+        wait_until(lambda: self.active_title() != TITLE, "minimised")
+        self.open_settings()
+        # The pointer is over a drop-down list when the wheel turns; the form moves under it.
+        self.desktop._xdotool("mousemove", moved[0] + 470, moved[1] + 64, "click", 5, "click", 5)
+        wait_until(lambda: self.controls.look_for("label", "Status"), "scrolled")
+        self.assertFalse(self.stowboard.settings_file.exists(), "and nothing was changed")
+
+    def test_a_missing_permission_is_told(self):
+        server = self.desktop.start(
+            ["Xvfb", "-displayfd", "1", "-extension", "XTEST", "-nolisten", "tcp"],
+            stdout=subprocess.PIPE)
+        self.addCleanup(self.desktop.stop_program, server)
+        with server.stdout:
+            number = server.stdout.readline().decode().strip()
+        self.start(DISPLAY=f":{number}")
+        self.ask_for_settings()
+        self.controls.find("label", "Not granted")
+        self.controls.press("push button", "Open System Settings…")
+        self.stowboard.wait_for_log("This desktop has no settings page for accessibility")
+        self.assertEqual(self.stowboard.stop(), 0)
+        self.start()
+        self.open_settings()
+        self.controls.find("label", "Granted")
+        self.assertIsNone(self.controls.look_for("push button", "Open System Settings…"))
+
+
+if __name__ == "__main__":
+    main()
