@@ -10,6 +10,7 @@
 #include "App/SingleInstance.h"
 #include "App/TerminationSignals.h"
 #include "Base/Log.h"
+#include "MenuBar/MenuBarIcon.h"
 #include "Platform/Desktop/StartMemory.h"
 #include "Platform/Desktop/XdgBundle.h"
 #include "Platform/select.h"
@@ -66,6 +67,7 @@ int runApplication(QApplication& application, const Platform& platform, SingleIn
   delegate.applicationDidFinishLaunching();
   Theme theme;
   followAppearance(theme, *platform.appearance);
+  QApplication::setWindowIcon(applicationIcon());
   instance.serve(*platform.runLoop, busActions(delegate));
   platform.runLoop->postAfter(startSettles, releaseStartMemory);
   const int status = QApplication::exec();
