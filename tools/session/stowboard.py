@@ -5,6 +5,7 @@ import json
 import os
 import pathlib
 import pty
+import re
 import signal
 import struct
 import threading
@@ -118,15 +119,19 @@ class Stowboard:
 
     def panel(self):
         """The history panel's window; empty while it is not on screen."""
-        return self._window("^Stowboard$")
+        return self._window("_NET_WM_WINDOW_TYPE_UTILITY")
 
     def settings_window(self):
         """The settings window; empty while it is not on screen."""
-        return self._window("^Stowboard (Settings|设置)$")
+        return self._window('"Stowboard (Settings|设置)"')
 
-    def _window(self, title):
-        return self.desktop.output("xdotool", "search", "--onlyvisible", "--all", "--class",
-                                   "^Stowboard$", "--name", title).strip()
+    def _window(self, trait):
+        """The first of its windows with this among its name and type; a tray's has neither."""
+        windows = self.desktop.output("xdotool", "search", "--onlyvisible", "--class",
+                                      "^Stowboard$").split()
+        traits = lambda window: self.desktop.output("xprop", "-id", window, "_NET_WM_NAME",
+                                                    "_NET_WM_WINDOW_TYPE")
+        return next((window for window in windows if re.search(trait, traits(window))), "")
 
     def wait_for_panel(self):
         """Waits until the panel is open and has the keyboard; returns its window."""
