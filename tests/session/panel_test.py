@@ -61,7 +61,8 @@ class Panel(SessionCase):
     def dock(self):
         """A window that never takes the focus, as a desktop's own panel is."""
         root = self.x.screen().root
-        dock = root.create_window(1000, 700, 100, 30, 0, X.CopyFromParent, override_redirect=True)
+        dock = root.create_window(1000, 700, 100, 30, 0, X.CopyFromParent,
+                                  override_redirect=True, event_mask=X.ButtonPressMask)
         dock.map()
         self.x.sync()
         self.addCleanup(dock.destroy)
@@ -123,6 +124,24 @@ class Panel(SessionCase):
         self.wait_for_panel()
         self.press("Return")
         self.receiver.wait_for("[clip]")
+
+    def test_a_click_on_the_status_icon_opens_it_and_the_next_one_closes_it(self):
+        tray = self.desktop.start(["trayer", "--edge", "bottom", "--align", "right", "--widthtype",
+                                   "request", "--height", "24"])
+        self.addCleanup(self.desktop.stop_program, tray)
+        self.start("[clip]")
+        icon = int(wait_until(self.panel, "the icon is in the tray"))
+        x, y, width, height = self.rect(icon)
+        click = lambda: self.desktop.click(x + width // 2, y + height // 2)
+        for _ in range(2):
+            before = self.active()
+            click()
+            wait_until(lambda: self.active() != before, "the panel is open")
+            self.assertLessEqual(sum(self.rect(self.active())[1::2]), y)
+            click()
+            wait_until(lambda: self.active() == before, "the panel is closed")
+            self.stowboard.settle()
+            self.assertEqual(self.active(), before)
 
     def test_a_second_launch_opens_it(self):
         self.start("[clip]")
