@@ -33,7 +33,10 @@ ClearHistoryDialog::ClearHistoryDialog(QWidget* parent)
       message_(new QLabel),
       confirm_(new FormButton),
       cancel_(new FormButton) {
-  setFont(Fonts::body(font()));
+  // Only the families, so that the size goes on following the desktop's.
+  QFont ownFont;
+  ownFont.setFamilies(Fonts::body(font()).families());
+  setFont(ownFont);
   QFont bold;
   bold.setBold(true);
   title_->setFont(bold);

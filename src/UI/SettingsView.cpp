@@ -26,7 +26,10 @@ constexpr int sectionGap = 18;
 SettingsView::SettingsView(SettingsViewModel& viewModel, QWidget* parent)
     : QWidget(parent), viewModel_(viewModel), scrollArea_(new QScrollArea(this)) {
   setFixedSize(formSize);
-  setFont(Fonts::body(font()));
+  // Only the families, so that the size goes on following the desktop's.
+  QFont ownFont;
+  ownFont.setFamilies(Fonts::body(font()).families());
+  setFont(ownFont);
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(0, 0, 0, 0);
   column->addWidget(scrollArea_);
