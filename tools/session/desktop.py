@@ -15,6 +15,8 @@ import subprocess
 import tempfile
 import time
 
+from Xlib import X, display
+
 BUS_CONFIGURATION = """<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
 <busconfig>
@@ -307,6 +309,28 @@ class PrivateDesktop:
         wait_until(lambda: self.output("xdotool", "getactivewindow").strip() == window,
                    f"the window {title_or_class!r} is active")
         return window
+
+    def darkness(self, window):
+        """How dark the middle line of a window is on average: 0 for white, 1 for black."""
+        screen = display.Display(self.environment["DISPLAY"])
+        try:
+            drawable = screen.create_resource_object("window", int(window))
+            size = drawable.get_geometry()
+            line = drawable.get_image(0, size.height // 2, size.width, 1, X.ZPixmap, 0xFFFFFFFF)
+        finally:
+            screen.close()
+        colours = [value for at, value in enumerate(line.data) if at % 4 != 3]
+        return 1 - sum(colours) / len(colours) / 255
+
+    def show_text_with(self, command):
+        """Makes the command the desktop's viewer of text files."""
+        applications = pathlib.Path(self.environment["XDG_DATA_HOME"]) / "applications"
+        applications.mkdir(parents=True, exist_ok=True)
+        (applications / "viewer.desktop").write_text(
+            "[Desktop Entry]\nType=Application\nName=Viewer\nMimeType=text/plain;\n"
+            f"Exec={' '.join(command)} %f\n")
+        (pathlib.Path(self.environment["XDG_CONFIG_HOME"]) / "mimeapps.list").write_text(
+            "[Default Applications]\ntext/plain=viewer.desktop\n")
 
     def screenshot(self, path):
         """A picture of the screen; its folder is made where it is missing."""

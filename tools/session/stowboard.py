@@ -125,8 +125,16 @@ class Stowboard:
         """The settings window; empty while it is not on screen."""
         return self._window('"Stowboard (Settings|设置)"')
 
+    def menu(self):
+        """The tray icon's menu; empty while it is closed."""
+        return self._window(r'"Stowboard"\n_NET_WM_WINDOW_TYPE\(ATOM\) = _NET_WM_WINDOW_TYPE_NORMAL')
+
+    def tray_icon(self):
+        """The icon's window in an X11 tray; empty while it is not there."""
+        return self._window("= _KDE_NET_WM_WINDOW_TYPE_OVERRIDE, _NET_WM_WINDOW_TYPE_NORMAL")
+
     def _window(self, trait):
-        """The first of its windows with this among its name and type; a tray's has neither."""
+        """The first of its windows with this in its name or type."""
         windows = self.desktop.output("xdotool", "search", "--onlyvisible", "--class",
                                       "^Stowboard$").split()
         traits = lambda window: self.desktop.output("xprop", "-id", window, "_NET_WM_NAME",
@@ -149,6 +157,10 @@ class Stowboard:
         """Writes the settings file, as a user with an editor would; before start()."""
         self.folder.mkdir(parents=True, exist_ok=True)
         self.settings_file.write_text(json.dumps(settings))
+
+    def settings(self):
+        """The settings on disk."""
+        return json.loads(self.settings_file.read_bytes())
 
     def history(self):
         """The clips on disk, newest first; an unfinished file would raise."""
