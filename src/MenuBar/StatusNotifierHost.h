@@ -18,7 +18,8 @@ class StatusNotifierHost {
   /// changed. A watcher that does not answer leaves it unknown.
   StatusNotifierHost(const QDBusConnection& connection, std::function<void(bool)> onChange);
 
-  /// Has each watcher that comes show the item which the connection's owner has registered.
+  /// Asks for the first time. From here on each watcher that comes is told of the item on the
+  /// connection, at /StatusNotifierItem.
   void look();
 
  private:
