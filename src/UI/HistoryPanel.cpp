@@ -44,6 +44,8 @@ bool HistoryPanel::isVisible() const { return window_->isVisible(); }
 void HistoryPanel::prepare() {
   view_->prepare();
   window_->prepare(desktop_.isCompositing());
+  // Painted once, unseen: the first time loads fonts and icons.
+  window_->grab();
 }
 
 void HistoryPanel::showRelativeTo(const QRect& anchor) {
