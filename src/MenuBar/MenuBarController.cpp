@@ -2,6 +2,8 @@
 
 #include <QCursor>
 #include <QDBusConnection>
+#include <QGuiApplication>
+#include <QScreen>
 #include <QSystemTrayIcon>
 
 #include "Base/Log.h"
@@ -19,6 +21,17 @@ namespace {
 template <typename Callable, typename... Arguments>
 void callIfSet(Callable callable, const Arguments&... arguments) {
   if (callable) callable(arguments...);
+}
+
+// Screens keep their corner in pixels and their size in units of their own ratio.
+QRect squareAt(const QPoint& pixel) {
+  if (pixel.isNull()) return {};
+  for (const QScreen* screen : QGuiApplication::screens()) {
+    const QPoint corner = screen->geometry().topLeft();
+    const QPoint place = corner + (pixel - corner) / screen->devicePixelRatio();
+    if (screen->geometry().contains(place)) return {place, QSize(1, 1)};
+  }
+  return {};
 }
 
 }  // namespace
@@ -58,7 +71,7 @@ void MenuBarController::languageDidChange() {
 void MenuBarController::lookForHost() {
   const QDBusConnection connection = QDBusConnection::sessionBus();
   item_ = std::make_unique<StatusNotifierItem>(menuBarIcon(), [this] { return menu(); });
-  item_->onActivate = [this] { showHistory(QRect()); };
+  item_->onActivate = [this](const QPoint& hint) { showHistory(squareAt(hint)); };
   item_->onContextMenu = [this] { trayMenu_.popup(QCursor::pos()); };
   if (connection.isConnected()) item_->registerWithMenuOn(connection);
   host_ = std::make_unique<StatusNotifierHost>(connection,

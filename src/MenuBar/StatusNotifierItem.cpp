@@ -121,7 +121,10 @@ bool StatusNotifierItem::call(const QDBusMessage& message) {
   if (!methods.contains(message.member())) return false;
   reply(message);
   // The middle button and the wheel do nothing.
-  if (message.member() == QLatin1String("Activate") && onActivate) onActivate();
+  if (message.member() == QLatin1String("Activate") && onActivate) {
+    const QVariantList place = message.arguments();
+    onActivate({place.value(0).toInt(), place.value(1).toInt()});
+  }
   if (message.member() == QLatin1String("ContextMenu") && onContextMenu) onContextMenu();
   return true;
 }

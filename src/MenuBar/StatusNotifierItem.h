@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QIcon>
+#include <QPoint>
 #include <functional>
 
 #include "MenuBar/DBusMenu.h"
@@ -16,8 +17,9 @@ class StatusNotifierItem final : public DBusObject {
   /// `menu` gives the menu of the moment.
   StatusNotifierItem(QIcon icon, std::function<StatusMenu()> menu);
 
-  /// The primary click.
-  std::function<void()> onActivate;
+  /// The primary click, with the place that the desktop hints at for a window, in pixels of the
+  /// screen; null where it gives none.
+  std::function<void(const QPoint& hint)> onActivate;
   /// The secondary click, for a desktop that does not show our menu by itself.
   std::function<void()> onContextMenu;
 

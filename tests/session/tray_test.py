@@ -184,6 +184,12 @@ class Tray(SessionCase):
         use = self.use(self.notifier_icon)
         self.assertEqual((next(use), self.menu_of_item()), ("English", ENGLISH))
         self.assertIsNone(self.xembed_icon())
+        for place in ([(660, 305)], []):
+            self.call(self.items()[0], "/StatusNotifierItem", "org.kde.StatusNotifierItem",
+                      "Activate", "(ii)", 900, 300)
+            wait_until(lambda: [each[:2] for each in self.panel() if each[3] < 350] == place,
+                       f"shown at {place}")
+        self.desktop.window("Stowboard Settings")
         self.assertEqual((next(use), self.menu_of_item()), ("Chinese", CHINESE))
         self.assertEqual(list(use), [])
 
