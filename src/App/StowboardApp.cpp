@@ -21,8 +21,8 @@ namespace stowboard {
 
 namespace {
 
-// After the last work of the start, and before the program counts as idle.
-constexpr auto startSettles = std::chrono::milliseconds(250);
+// After the last work of the start, that on the history panel included.
+constexpr auto startSettles = std::chrono::milliseconds(1000);
 
 // Set while the delegate runs, for the exit that the toolkit makes on its own when the X server
 // goes away at the end of a session.

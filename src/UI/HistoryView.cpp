@@ -170,9 +170,10 @@ void HistoryView::warmUp() {
   if (!isVisible()) grab();
 }
 
-// The view model announces each of several assignments that make one change.
+// The view model announces each of several assignments that make one change. While nobody looks
+// there is nothing to do: each appearance reads everything.
 void HistoryView::setNeedsRefresh() {
-  if (std::exchange(needsRefresh_, true)) return;
+  if (!isVisible() || std::exchange(needsRefresh_, true)) return;
   QMetaObject::invokeMethod(
       this,
       [this] {
