@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <QApplication>
+#include <QWidget>
+
 #include "fakes/Clips.h"
 #include "fakes/FakePlatform.h"
 #include "fakes/LogCapture.h"
@@ -40,6 +43,16 @@ class AppCoordinatorTest : public ::testing::Test {
       return line.starts_with("info hotkey: Hotkey [");
     });
     return static_cast<std::size_t>(count) - std::exchange(counted_, count);
+  }
+
+  std::vector<std::string> windowTitles() {
+    std::vector<std::string> titles;
+    for (const QWidget* window : QApplication::topLevelWidgets()) {
+      if (!window->windowTitle().isEmpty() && window->isVisible()) {
+        titles.push_back(window->windowTitle().toStdString());
+      }
+    }
+    return titles;
   }
 
   FakePlatform fake_;
@@ -94,6 +107,35 @@ TEST_F(AppCoordinatorTest, ARefusedPanelHotKeyCostsNothingElse) {
   coordinator_->start();
   EXPECT_EQ(std::ranges::count(log_.lines(), panelRefused), 1);
   EXPECT_EQ(registrations(), 9u);
+}
+
+TEST_F(AppCoordinatorTest, TheHotKeyShowsAndHidesThePanelAndAPasteHidesIt) {
+  state_->append(textClip("a"));
+  coordinator_->start();
+  fake_.workspace().bringToFront("editor");
+  for (const auto& close : {HotKeyConfig::defaultConfig, digit(1, commandOption)}) {
+    press(HotKeyConfig::defaultConfig);
+    EXPECT_TRUE(state_->isPanelVisible());
+    coordinator_->presentHistory();
+    EXPECT_TRUE(state_->isPanelVisible()) << "a second launch never hides it";
+    press(close);
+    EXPECT_FALSE(state_->isPanelVisible());
+    EXPECT_EQ(fake_.workspace().activations.back().bundleIdentifier, "editor");
+  }
+  EXPECT_EQ(pasted(), Text("a"));
+}
+
+TEST_F(AppCoordinatorTest, KeepsOneSettingsWindowWhoseTitleFollowsTheLanguage) {
+  coordinator_->start();
+  AppSettings settings;
+  settings.language = AppLanguage::simplifiedChinese;
+  state_->updateSettings(settings);
+  coordinator_->openSettings();
+  EXPECT_THAT(windowTitles(), ElementsAre("Stowboard 设置"));
+  settings.language = AppLanguage::english;
+  state_->updateSettings(settings);
+  coordinator_->openSettings();
+  EXPECT_THAT(windowTitles(), ElementsAre("Stowboard Settings"));
 }
 
 TEST_F(AppCoordinatorTest, LeavesNothingBehindThatCallsIt) {
