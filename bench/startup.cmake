@@ -6,3 +6,8 @@ add_custom_target(run_startup_bench
                   COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/startup_bench.py
                           $<TARGET_FILE:stowboard> $<TARGET_FILE:minimal_tray>
                   USES_TERMINAL)
+
+# `cmake --build build/bench --target run_panel_bench`
+add_custom_target(run_panel_bench
+                  COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/panel_bench.py $<TARGET_FILE:stowboard>
+                  USES_TERMINAL)

@@ -13,7 +13,7 @@ namespace stowboard {
 namespace {
 
 struct Names {
-  /// In icon themes (Icon Naming Specification, with the suffix for one-colour drawings).
+  /// In icon themes (the Icon Naming standard, with the suffix for one-colour drawings).
   const char* theme;
   /// Of our own drawing.
   const char* own;
