@@ -9,8 +9,15 @@
 
 namespace stowboard {
 
+namespace {
+
+constexpr int mostCharacters = 18;  // all of which 64 bits can hold
+
+}  // namespace
+
 IntegerField::IntegerField(QWidget* parent) : QLineEdit(parent) {
   setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+  setMaxLength(mostCharacters);
   connect(this, &QLineEdit::returnPressed, this, [this] { commit(); });
 }
 

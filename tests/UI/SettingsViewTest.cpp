@@ -126,7 +126,7 @@ TEST(SettingsView, TheRecordFieldTakesWholeNumbersOfItsLocale) {
                                          {"en_US", "", 50, "50"},
                                          {"en_US", "5x", 50, "50"},
                                          {"en_US", "2.5", 50, "50"},
-                                         {"en_US", "99999999999999999999", 50, "50"}}) {
+                                         {"en_US", "99999999999999999999", 1000, "1,000"}}) {
     AppSettings settings;
     settings.maxRecords = 50;
     Form form(settings);
