@@ -44,6 +44,8 @@ std::unique_ptr<X11Desktop> X11Desktop::open(const ApplicationIdentifying& appli
 X11Desktop::Atoms::Atoms(X11Connection& connection)
     : managerCheck(connection.atom("_NET_SUPPORTING_WM_CHECK")),
       activeWindow(connection.atom("_NET_ACTIVE_WINDOW")),
+      currentDesktop(connection.atom("_NET_CURRENT_DESKTOP")),
+      windowDesktop(connection.atom("_NET_WM_DESKTOP")),
       desktopFile(connection.atom("_KDE_NET_WM_DESKTOP_FILE")),
       gtkApplicationId(connection.atom("_GTK_APPLICATION_ID")),
       processIdentifier(connection.atom("_NET_WM_PID")),
@@ -112,9 +114,9 @@ std::string X11Desktop::text(xcb_get_property_cookie_t asked) const {
   return content(asked).value_or("").c_str();
 }
 
-std::uint32_t X11Desktop::number(xcb_get_property_cookie_t asked) const {
+std::uint32_t X11Desktop::number(xcb_get_property_cookie_t asked, std::uint32_t absent) const {
   const std::string bytes = content(asked).value_or("");
-  std::uint32_t value = 0;
+  std::uint32_t value = absent;
   if (bytes.size() >= sizeof value) std::memcpy(&value, bytes.data(), sizeof value);
   return value;
 }
@@ -209,17 +211,34 @@ std::optional<xcb_timestamp_t> X11Desktop::serverTime(const xcb_generic_event_t&
 
 void X11Desktop::requestActivation(xcb_window_t window, xcb_timestamp_t time) {
   constexpr std::uint32_t pager = 2;
+  goToDesktopOf(window, time);
+  tellManager(window, atoms_.activeWindow, {pager, time});
+  xcb_flush(xcb());
+}
+
+// Some window managers, such as openbox, leave that to the pager.
+void X11Desktop::goToDesktopOf(xcb_window_t window, xcb_timestamp_t time) {
+  constexpr std::uint32_t all = 0xFFFFFFFF;
+  const auto askedDesktop = ask(window, atoms_.windowDesktop);
+  const auto askedCurrent = ask(connection_->root(), atoms_.currentDesktop);
+  const auto desktop = number(askedDesktop, all);
+  const auto current = number(askedCurrent, desktop);
+  if (desktop != all && desktop != current) {
+    tellManager(connection_->root(), atoms_.currentDesktop, {desktop, time});
+  }
+}
+
+void X11Desktop::tellManager(xcb_window_t window, xcb_atom_t type,
+                             const std::array<std::uint32_t, 2>& values) {
   xcb_client_message_event_t message{};
   message.response_type = XCB_CLIENT_MESSAGE;
   message.format = 32;
   message.window = window;
-  message.type = atoms_.activeWindow;
-  message.data.data32[0] = pager;
-  message.data.data32[1] = time;
+  message.type = type;
+  std::ranges::copy(values, message.data.data32);
   xcb_send_event(xcb(), 0, connection_->root(),
                  XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
                  reinterpret_cast<const char*>(&message));
-  xcb_flush(xcb());
 }
 
 }  // namespace stowboard

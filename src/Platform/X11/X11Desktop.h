@@ -2,6 +2,8 @@
 
 #include <xcb/res.h>
 
+#include <array>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -42,7 +44,7 @@ class X11Desktop {
   void askServerTime();
   std::optional<xcb_timestamp_t> serverTime(const xcb_generic_event_t& event) const;
   /// Asks the window manager to bring the window to the front, as a pager does on the user's
-  /// behalf: from its desktop and out of its icon (EWMH, _NET_ACTIVE_WINDOW).
+  /// behalf: on its desktop and out of its icon (EWMH, _NET_ACTIVE_WINDOW).
   void requestActivation(xcb_window_t window, xcb_timestamp_t time);
 
  private:
@@ -51,6 +53,8 @@ class X11Desktop {
 
     xcb_atom_t managerCheck;
     xcb_atom_t activeWindow;
+    xcb_atom_t currentDesktop;
+    xcb_atom_t windowDesktop;
     xcb_atom_t desktopFile;
     xcb_atom_t gtkApplicationId;
     xcb_atom_t processIdentifier;
@@ -63,13 +67,16 @@ class X11Desktop {
   xcb_get_property_cookie_t ask(xcb_window_t window, xcb_atom_t property) const;
   std::optional<std::string> content(xcb_get_property_cookie_t asked) const;
   std::string text(xcb_get_property_cookie_t asked) const;
-  std::uint32_t number(xcb_get_property_cookie_t asked) const;
+  std::uint32_t number(xcb_get_property_cookie_t asked, std::uint32_t absent = 0) const;
   xcb_res_query_client_ids_cookie_t askProcess(xcb_window_t window) const;
   std::uint32_t processOfConnection(xcb_res_query_client_ids_cookie_t asked) const;
   std::int64_t localProcess(const std::string& machine, std::uint32_t ofConnection,
                             std::uint32_t ofWindow) const;
   std::optional<RunningApplication> identify(xcb_window_t window) const;
   xcb_window_t parentOf(xcb_window_t window) const;
+  void goToDesktopOf(xcb_window_t window, xcb_timestamp_t time);
+  void tellManager(xcb_window_t window, xcb_atom_t type,
+                   const std::array<std::uint32_t, 2>& values);
 
   const std::unique_ptr<X11Connection> connection_;
   const ApplicationIdentifying& applications_;
