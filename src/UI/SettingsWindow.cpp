@@ -1,5 +1,6 @@
 #include "UI/SettingsWindow.h"
 
+#include <QApplication>
 #include <QCursor>
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -29,13 +30,17 @@ void SettingsWindow::setTitle(std::string_view title) { setWindowTitle(QString::
 
 void SettingsWindow::show() {
   if (!std::exchange(isPlaced_, true)) centerOnScreen();
+  // Window managers do not know of one that has just been created; they may have put others away on
+  // another desktop or in an icon, where nothing is exposed.
+  const bool isKnown = isVisible();
   setWindowState(windowState() & ~Qt::WindowMinimized);
   QWidget::show();
   raise();
-  activateWindow();
+  // A question that is open keeps the keyboard.
+  if (!QApplication::activeModalWidget()) activateWindow();
   isToComeToFront_ = true;
   windowHandle()->installEventFilter(this);
-  bringToFrontIfShown();
+  if (isKnown || windowHandle()->isExposed()) askForFront();
 }
 
 void SettingsWindow::centerOnScreen() {
@@ -46,14 +51,14 @@ void SettingsWindow::centerOnScreen() {
   move(frame.topLeft());
 }
 
-// A window manager does not know of a window that has just been created.
-void SettingsWindow::bringToFrontIfShown() {
-  if (!windowHandle()->isExposed() || !std::exchange(isToComeToFront_, false)) return;
-  if (bringToFront) bringToFront(winId());
+void SettingsWindow::askForFront() {
+  if (std::exchange(isToComeToFront_, false) && bringToFront) bringToFront(winId());
 }
 
 bool SettingsWindow::eventFilter(QObject* watched, QEvent* event) {
-  if (watched == windowHandle() && event->type() == QEvent::Expose) bringToFrontIfShown();
+  if (watched == windowHandle() && event->type() == QEvent::Expose && windowHandle()->isExposed()) {
+    askForFront();
+  }
   return QWidget::eventFilter(watched, event);
 }
 

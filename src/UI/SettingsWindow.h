@@ -36,7 +36,7 @@ class SettingsWindow : public QWidget {
 
  private:
   void centerOnScreen();
-  void bringToFrontIfShown();
+  void askForFront();
 
   const std::unique_ptr<SettingsViewModel> viewModel_;
   const std::unique_ptr<SettingsView> view_;

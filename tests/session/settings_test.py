@@ -159,9 +159,19 @@ class Settings(SessionCase):
             wait_until(lambda: not self.windows(TITLE), "closed")
             self.open_settings()
             self.assertEqual(place(), moved)
+        for put_away in (["windowminimize", self.windows(TITLE)[0]],
+                         ["set_num_desktops", "2", "set_desktop", "1"]):
+            self.desktop._xdotool(*put_away)
+            wait_until(lambda: self.active_title() != TITLE, put_away)
+            self.open_settings()
+        self.controls.press("push button", "Clear All History")
+        wait_until(lambda: self.active_title() == "Clear History", "the question is in front")
         self.desktop._xdotool("windowminimize", self.windows(TITLE)[0])
-        wait_until(lambda: self.active_title() != TITLE, "minimised")
-        self.open_settings()
+        wait_until(lambda: not self.windows(TITLE), "both are put away")
+        self.ask_for_settings()
+        wait_until(lambda: self.active_title() == "Clear History", "the question is back")
+        self.desktop.keys("Return")
+        wait_until(lambda: self.active_title() == TITLE, "and has the keyboard")
         # The pointer is over a drop-down list when the wheel turns; the form moves under it.
         self.desktop._xdotool("mousemove", moved[0] + 470, moved[1] + 64, "click", 5, "click", 5)
         wait_until(lambda: self.controls.look_for("label", "Status"), "scrolled")
