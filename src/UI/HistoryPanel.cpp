@@ -65,11 +65,7 @@ void HistoryPanel::show(const QRect& anchor) {
   window_->placeBy(anchor);
   if (desktop_.prepareToShow) desktop_.prepareToShow(window_->winId(), window_->shadowMargin());
   if (desktop_.watchClicksOutside) {
-    clickWatch_ = desktop_.watchClicksOutside(window_->winId(), [this] {
-      if (window_->hasPopup()) return;
-      sinceClickOutside_.start();
-      dismiss();
-    });
+    clickWatch_ = desktop_.watchClicksOutside(window_->winId(), [this] { didClickOutside(); });
   }
   window_->show();
   view_->viewDidAppear();
@@ -82,6 +78,14 @@ void HistoryPanel::show(const QRect& anchor) {
 void HistoryPanel::bringToFront() {
   window_->raise();
   if (!window_->isActiveWindow()) desktop_.bringToFront(window_->winId());
+}
+
+// Input methods show what there is to choose from in windows of their own, which cannot be told
+// from others; another program's window would take the focus all the same, and so close the panel.
+void HistoryPanel::didClickOutside() {
+  if (window_->hasPopup() || view_->isComposing()) return;
+  sinceClickOutside_.start();
+  dismiss();
 }
 
 void HistoryPanel::close() {

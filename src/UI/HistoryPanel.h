@@ -71,6 +71,7 @@ class HistoryPanel {
  private:
   void show(const QRect& anchor);
   void bringToFront();
+  void didClickOutside();
   /// Closes it for the user, who has turned to something else.
   void dismiss();
   void didClose();

@@ -150,6 +150,8 @@ void HistoryView::viewDidAppear() {
   searchField_->beginEditing();
 }
 
+bool HistoryView::isComposing() const { return searchField_->isComposing(); }
+
 void HistoryView::prepare() {
   isPrepared_ = true;
   preparation_.start(appState_->clips(), devicePixelRatioF(), [this] { warmUp(); });

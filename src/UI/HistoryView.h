@@ -38,6 +38,9 @@ class HistoryView : public QWidget {
   /// top and puts the caret in the search field.
   void viewDidAppear();
 
+  /// Whether an input method composes text for the search field.
+  bool isComposing() const;
+
   /// Does ahead, a slice at a time while the event loop is idle, what the first opening and the
   /// first search would otherwise wait for; thumbnails and search forms on threads of their own.
   /// To be called once after the start; it follows later clips.

@@ -23,6 +23,8 @@ class SearchField : public QLineEdit {
   void showQuery(const std::string& query);
   /// Takes the focus, and forgets what an input method has left unfinished.
   void beginEditing();
+  /// Whether an input method holds text that is not in the query yet.
+  bool isComposing() const { return isComposing_; }
 
   /// Both absent at first. The text has changed by what the user did.
   std::function<void(const std::string& query)> onQueryChange;

@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QCursor>
+#include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QScreen>
@@ -111,6 +112,17 @@ TEST(HistoryPanel, AClickOnItsButtonClosesItForGood) {
   opened.clickOutside();
   opened.panel->showAtCursor();
   EXPECT_TRUE(opened.panel->isVisible());
+}
+
+TEST(HistoryPanel, AClickOnWhatAnInputMethodOffersLeavesItOpen) {
+  Opened opened;
+  opened.panel->showAtCursor();
+  for (const bool isComposing : {true, false}) {
+    QInputMethodEvent event(isComposing ? "ni" : "", {});
+    QApplication::sendEvent(opened.field, &event);
+    opened.clickOutside();
+    EXPECT_EQ(opened.panel->isVisible(), isComposing);
+  }
 }
 
 TEST(HistoryPanel, KeepsItsPlaceWithAndWithoutAShadow) {
