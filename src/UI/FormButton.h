@@ -2,6 +2,8 @@
 
 #include <QPushButton>
 
+#include "UI/HighContrastFrame.h"
+
 namespace stowboard {
 
 /// A push button with room around its text, for a form; never a window's default by itself. Main
@@ -11,6 +13,12 @@ class FormButton : public QPushButton {
   explicit FormButton(QWidget* parent = nullptr) : QPushButton(parent) { setAutoDefault(false); }
 
   QSize sizeHint() const override { return QPushButton::sizeHint() + QSize(16, 2); }
+
+ protected:
+  void paintEvent(QPaintEvent* event) override {
+    QPushButton::paintEvent(event);
+    paintHighContrastFrame(*this);
+  }
 };
 
 }  // namespace stowboard

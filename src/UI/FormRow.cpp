@@ -20,9 +20,8 @@ QHBoxLayout* makeLayout(QWidget* row, int gap) {
 FormRow::FormRow(std::initializer_list<QWidget*> trailing, int gap) : label_(new QLabel(this)) {
   setMinimumHeight(leastHeight);
   auto* line = makeLayout(this, gap);
-  label_->setWordWrap(true);
   line->addWidget(label_, 1);
-  for (QWidget* widget : trailing) line->addWidget(widget);
+  for (QWidget* widget : trailing) line->addWidget(widget, 0, Qt::AlignVCenter);
 }
 
 QWidget* FormRow::filledWith(QWidget* content, Qt::Alignment alignment) {

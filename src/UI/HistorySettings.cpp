@@ -9,10 +9,9 @@ namespace stowboard {
 
 HistorySettings::HistorySettings(SettingsViewModel& viewModel)
     : SettingsSection(viewModel),
-      field_(new IntegerField),
+      field_(new IntegerField(1000, 55)),
       stepper_(new Stepper(10, 100, 5)),
       row_(new FormRow({field_, stepper_}, 6)) {
-  field_->setFixedWidth(55);
   field_->onCommit = [this](std::int64_t count) { setMaxRecords(count); };
   stepper_->onStep = [this](std::int64_t count) { setMaxRecords(count); };
   addRow(row_);

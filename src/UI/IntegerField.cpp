@@ -3,9 +3,10 @@
 #include <QFocusEvent>
 #include <QKeyEvent>
 #include <QLocale>
-#include <QPainter>
+#include <QStyle>
+#include <QStyleOptionFrame>
 
-#include "UI/Colors.h"
+#include "UI/HighContrastFrame.h"
 
 namespace stowboard {
 
@@ -15,10 +16,26 @@ constexpr int mostCharacters = 18;  // all of which 64 bits can hold
 
 }  // namespace
 
-IntegerField::IntegerField(QWidget* parent) : QLineEdit(parent) {
+IntegerField::IntegerField(std::int64_t largest, int width, QWidget* parent)
+    : QLineEdit(parent), largest_(largest), width_(width) {
+  setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
   setAlignment(Qt::AlignRight | Qt::AlignVCenter);
   setMaxLength(mostCharacters);
   connect(this, &QLineEdit::returnPressed, this, [this] { commit(); });
+}
+
+QSize IntegerField::sizeHint() const {
+  constexpr int marginsAndCursor = 6;
+  const QSize natural = QLineEdit::sizeHint();
+  QStyleOptionFrame frame;
+  initStyleOption(&frame);
+  const int text = fontMetrics().horizontalAdvance(textOf(largest_)) + marginsAndCursor;
+  const QSize needed = style()->sizeFromContents(QStyle::CT_LineEdit, &frame, {text, 0}, this);
+  return {qMax(width_, needed.width()), natural.height()};
+}
+
+QString IntegerField::textOf(std::int64_t value) const {
+  return locale().toString(static_cast<qlonglong>(value));
 }
 
 void IntegerField::showValue(std::int64_t value) {
@@ -36,7 +53,7 @@ void IntegerField::commit() {
 }
 
 void IntegerField::restore() {
-  shown_ = locale().toString(static_cast<qlonglong>(value_));
+  shown_ = textOf(value_);
   if (isEdited()) setText(shown_);
 }
 
@@ -51,14 +68,9 @@ void IntegerField::keyPressEvent(QKeyEvent* event) {
   QLineEdit::keyPressEvent(event);
 }
 
-// Styles derive a field's frame from the window's colour, which leaves none on black.
 void IntegerField::paintEvent(QPaintEvent* event) {
   QLineEdit::paintEvent(event);
-  const Colors colors(palette());
-  if (hasFocus() || !colors.isHighContrast()) return;
-  QPainter painter(this);
-  painter.setPen(colors.separator());
-  painter.drawRect(rect().adjusted(0, 0, -1, -1));
+  paintHighContrastFrame(*this);
 }
 
 }  // namespace stowboard

@@ -14,7 +14,13 @@ KeyCap::KeyCap(QWidget* parent) : QLabel(parent) {
   setFont(font);
   setContentsMargins(8, 3, 8, 3);
   setTextFormat(Qt::PlainText);
-  setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+  setWordWrap(true);
+}
+
+// On one line; the toolkit would rather break it.
+QSize KeyCap::sizeHint() const {
+  const QSize line = fontMetrics().size(Qt::TextSingleLine, text());
+  return line.grownBy(contentsMargins());
 }
 
 void KeyCap::paintEvent(QPaintEvent* event) {

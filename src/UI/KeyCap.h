@@ -4,10 +4,13 @@
 
 namespace stowboard {
 
-/// Shows a shortcut as the cap of a key: semibold and monospaced, in an outline. Main thread.
+/// Shows a shortcut as the cap of a key: semibold and monospaced, in an outline; on several lines
+/// where there is no room for it on one. Main thread.
 class KeyCap : public QLabel {
  public:
   explicit KeyCap(QWidget* parent = nullptr);
+
+  QSize sizeHint() const override;
 
  protected:
   void paintEvent(QPaintEvent* event) override;

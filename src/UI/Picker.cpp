@@ -5,6 +5,8 @@
 #include <QWheelEvent>
 #include <utility>
 
+#include "UI/HighContrastFrame.h"
+
 namespace stowboard {
 
 Picker::Picker(QWidget* parent) : QComboBox(parent) {
@@ -24,8 +26,15 @@ void Picker::showChoice(int index, std::string_view other) {
   if (placeholder != placeholderText()) {
     setPlaceholderText(placeholder);
     setAccessibleDescription(placeholder);
+    forgetSizeHint();
   }
   if (!view()->isVisible()) setCurrentIndex(shown_);
+}
+
+// The toolkit counts the placeholder in, but only when the choices change.
+void Picker::forgetSizeHint() {
+  setSizeAdjustPolicy(QComboBox::AdjustToContentsOnFirstShow);
+  setSizeAdjustPolicy(QComboBox::AdjustToContents);
 }
 
 // Comes before the choice that the user made in the list, if any.
@@ -42,6 +51,8 @@ void Picker::paintEvent(QPaintEvent*) {
   QStylePainter painter(this);
   painter.drawComplexControl(QStyle::CC_ComboBox, option);
   painter.drawControl(QStyle::CE_ComboBoxLabel, option);
+  painter.end();
+  paintHighContrastFrame(*this);
 }
 
 void Picker::wheelEvent(QWheelEvent* event) {

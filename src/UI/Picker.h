@@ -29,6 +29,8 @@ class Picker : public QComboBox {
   void wheelEvent(QWheelEvent* event) override;
 
  private:
+  void forgetSizeHint();
+
   int shown_ = -1;
 };
 

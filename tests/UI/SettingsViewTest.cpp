@@ -5,6 +5,7 @@
 #include <QApplication>
 #include <QLineEdit>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QWheelEvent>
 #include <string>
 #include <vector>
@@ -109,6 +110,24 @@ TEST(SettingsView, EveryPickerOffersItsChoicesAndWritesAtOnce) {
   form.find<Switch>()->click();
   EXPECT_TRUE(form.find<Switch>()->isChecked()) << "springs back";
   EXPECT_THAT(form.visibleTexts(), Contains("Failed to update login item: Read-only file system"));
+}
+
+TEST(SettingsView, LongShortcutsAndLargeFontsFit) {
+  const QFont usual = QApplication::font();
+  QFont large = usual;
+  large.setPointSize(14);
+  AppSettings keypadClear;
+  keypadClear.hotKey = {71, 0x1b00};
+  for (const auto& [font, settings] : {std::pair(usual, keypadClear), {large, AppSettings()}}) {
+    QApplication::setFont(font);
+    Form form(settings);
+    EXPECT_EQ(form.find<QScrollArea>()->horizontalScrollBar()->maximum(), 0);
+    const auto* key = form.find<Picker>(3);
+    EXPECT_GT(key->width(), key->fontMetrics().horizontalAdvance(key->placeholderText()));
+    const auto* field = form.find<IntegerField>();
+    EXPECT_GT(field->width(), field->fontMetrics().horizontalAdvance("1,000") + 4);
+  }
+  QApplication::setFont(usual);
 }
 
 TEST(SettingsView, TheRecordFieldTakesWholeNumbersOfItsLocale) {
