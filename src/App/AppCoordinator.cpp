@@ -150,6 +150,9 @@ std::unique_ptr<HistoryPanel> AppCoordinator::makeHistoryPanel() {
                                                                         auto onClickOutside) {
     return windows.watch(window, std::move(onClickOutside));
   };
+  desktop.clipboardText = [&pasteboard = *platform_.pasteboard] {
+    return pasteboard.string(PasteboardType::string);
+  };
   auto panel = std::make_unique<HistoryPanel>(container_->appState(), &container_->pasteSimulator(),
                                               std::move(desktop));
   panel->onOpenSettings =

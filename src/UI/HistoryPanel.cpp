@@ -28,6 +28,7 @@ HistoryPanel::HistoryPanel(std::shared_ptr<AppState> appState, PasteSimulating* 
   view_->onOpenSettings = [this] {
     if (const auto callback = onOpenSettings) callback();
   };
+  view_->clipboardText = desktop_.clipboardText;
   window_ = std::make_unique<PopoverWindow>(std::move(view));
   window_->onDidAppear = [this] { bringToFront(); };
   window_->onDidResignActive = [this] { dismiss(); };

@@ -5,7 +5,9 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 
+#include "Base/Text.h"
 #include "Core/AppState.h"
 #include "Services/PasteSimulating.h"
 #include "UI/HistoryViewModel.h"
@@ -36,6 +38,8 @@ class HistoryPanel {
     /// without it the panel closes only when another window becomes active.
     std::function<std::shared_ptr<void>(std::uint64_t window, std::function<void()> onClickOutside)>
         watchClicksOutside;
+    /// The text on the clipboard, without waiting for another program. Optional.
+    std::function<std::optional<Text>()> clipboardText;
   };
 
   /// Without a paste simulator, which must outlive the panel, choosing a clip only closes it.

@@ -83,6 +83,7 @@ void HistoryView::layOut() {
 void HistoryView::connectParts() {
   searchField_->onQueryChange = [this](const std::string& query) { viewModel_.setQuery(query); };
   searchField_->onCommand = [this](const PanelCommand& command) { perform(command); };
+  searchField_->clipboardText = [this] { return clipboardText ? clipboardText() : std::nullopt; };
   connect(clearButton_, &QAbstractButton::clicked, this, [this] { viewModel_.setQuery(""); });
   list_->onPress = [this](int row) {
     viewModel_.moveSelection(row - viewModel_.selectedIndex().value_or(0));
@@ -110,8 +111,7 @@ void HistoryView::updateLooks() {
 void HistoryView::updateTexts() {
   const AppLanguage language = appState_->settings().language;
   texts_ = RowTexts(appState_->settings());
-  searchField_->setPlaceholderText(qString(L10n::searchPlaceholder(language)));
-  searchField_->setAccessibleName(qString(L10n::searchField(language)));
+  searchField_->setLanguage(language);
   clearButton_->setAccessibleName(qString(L10n::clearSearch(language)));
   list_->setAccessibleName(qString(L10n::historyList(language)));
 }

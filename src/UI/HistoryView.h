@@ -4,7 +4,9 @@
 #include <QWidget>
 #include <functional>
 #include <memory>
+#include <optional>
 
+#include "Base/Text.h"
 #include "Core/AppState.h"
 #include "UI/HistoryListModel.h"
 #include "UI/HistoryPreparation.h"
@@ -48,6 +50,8 @@ class HistoryView : public QWidget {
 
   /// Opens the settings window. Absent at first.
   std::function<void()> onOpenSettings;
+  /// The text that is on the clipboard, for pasting into the search field. Absent at first.
+  std::function<std::optional<Text>()> clipboardText;
 
  protected:
   void changeEvent(QEvent* event) override;

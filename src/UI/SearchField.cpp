@@ -1,12 +1,25 @@
 #include "UI/SearchField.h"
 
+#include <QContextMenuEvent>
 #include <QGuiApplication>
 #include <QInputMethod>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QSignalBlocker>
+#include <algorithm>
+
+#include "UI/EditMenu.h"
+#include "Utils/L10n.h"
 
 namespace stowboard {
+
+namespace {
+
+QString qString(std::string_view utf8) {
+  return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
+}
+
+}  // namespace
 
 SearchField::SearchField(QWidget* parent) : QLineEdit(parent) {
   setFrame(false);
@@ -17,6 +30,12 @@ SearchField::SearchField(QWidget* parent) : QLineEdit(parent) {
   connect(this, &QLineEdit::textChanged, this, [this] {
     if (onQueryChange) onQueryChange(query());
   });
+}
+
+void SearchField::setLanguage(AppLanguage language) {
+  language_ = language;
+  setPlaceholderText(qString(L10n::searchPlaceholder(language)));
+  setAccessibleName(qString(L10n::searchField(language)));
 }
 
 std::string SearchField::query() const {
@@ -61,9 +80,38 @@ void SearchField::edit(QKeyEvent* event) {
     // Super stands in for Ctrl, and so types nothing.
     QKeyEvent withControl(event->type(), event->key(),
                           (event->modifiers() & ~Qt::MetaModifier) | Qt::ControlModifier);
-    return QLineEdit::keyPressEvent(&withControl);
+    return editOrPaste(&withControl);
   }
-  QLineEdit::keyPressEvent(event);
+  editOrPaste(event);
+}
+
+void SearchField::editOrPaste(QKeyEvent* event) {
+  if (!event->matches(QKeySequence::Paste)) return QLineEdit::keyPressEvent(event);
+  if (const auto text = clipboardText ? clipboardText() : std::nullopt) pasteText(*text);
+}
+
+void SearchField::pasteText(const Text& text) {
+  // A code unit of the field takes at most three bytes; of a long text only the start is read.
+  constexpr std::size_t longest = 4 * maxQueryLength;
+  endUndoStep();
+  insert(qString(text.view().substr(0, longest)));
+  endUndoStep();
+}
+
+// Undoing takes back in one step what was entered without a move of the cursor.
+void SearchField::endUndoStep() {
+  if (hasSelectedText()) return;
+  const int place = cursorPosition();
+  setCursorPosition(place > 0 ? 0 : static_cast<int>(text().size()));
+  setCursorPosition(place);
+}
+
+void SearchField::contextMenuEvent(QContextMenuEvent* event) {
+  const auto text = clipboardText ? clipboardText() : std::nullopt;
+  const auto paste = [this, text] { pasteText(*text); };
+  const bool canPaste = text && !text->empty();
+  showEditMenu(*this, event->globalPos(), language_,
+               canPaste ? std::function<void()>(paste) : nullptr);
 }
 
 void SearchField::inputMethodEvent(QInputMethodEvent* event) {

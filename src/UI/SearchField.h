@@ -2,8 +2,11 @@
 
 #include <QLineEdit>
 #include <functional>
+#include <optional>
 #include <string>
 
+#include "Base/Text.h"
+#include "Models/AppLanguage.h"
 #include "UI/PanelCommand.h"
 
 namespace stowboard {
@@ -17,6 +20,8 @@ class SearchField : public QLineEdit {
 
   explicit SearchField(QWidget* parent);
 
+  void setLanguage(AppLanguage language);
+
   /// The text as UTF-8, with the line breaks that a paste may have brought.
   std::string query() const;
   /// Shows a query without announcing it. Does nothing when it is the one shown.
@@ -26,18 +31,25 @@ class SearchField : public QLineEdit {
   /// Whether an input method holds text that is not in the query yet.
   bool isComposing() const { return isComposing_; }
 
-  /// Both absent at first. The text has changed by what the user did.
+  /// All absent at first. The text has changed by what the user did.
   std::function<void(const std::string& query)> onQueryChange;
   std::function<void(const PanelCommand&)> onCommand;
+  /// What there is to paste. The toolkit's own way waits for the clipboard's owner.
+  std::function<std::optional<Text>()> clipboardText;
 
  protected:
   bool event(QEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void inputMethodEvent(QInputMethodEvent* event) override;
+  void contextMenuEvent(QContextMenuEvent* event) override;
 
  private:
   void edit(QKeyEvent* event);
+  void editOrPaste(QKeyEvent* event);
+  void pasteText(const Text& text);
+  void endUndoStep();
 
+  AppLanguage language_ = AppLanguage::english;
   bool isComposing_ = false;
 };
 

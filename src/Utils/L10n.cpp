@@ -49,6 +49,20 @@ std::string_view L10n::dateLocaleIdentifier(AppLanguage language) {
   return chosen(language, "en_US_POSIX", "zh_CN");
 }
 
+std::string_view L10n::undo(AppLanguage language) { return chosen(language, "Undo", "撤销"); }
+
+std::string_view L10n::redo(AppLanguage language) { return chosen(language, "Redo", "重做"); }
+
+std::string_view L10n::cut(AppLanguage language) { return chosen(language, "Cut", "剪切"); }
+
+std::string_view L10n::copy(AppLanguage language) { return chosen(language, "Copy", "复制"); }
+
+std::string_view L10n::paste(AppLanguage language) { return chosen(language, "Paste", "粘贴"); }
+
+std::string_view L10n::selectAll(AppLanguage language) {
+  return chosen(language, "Select All", "全选");
+}
+
 std::string_view L10n::settingsTitle(AppLanguage language) {
   return chosen(language, "Stowboard Settings", "Stowboard 设置");
 }

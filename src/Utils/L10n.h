@@ -28,6 +28,14 @@ class L10n {
   static std::string_view dateFormat(AppLanguage language);
   static std::string_view dateLocaleIdentifier(AppLanguage language);
 
+  // The menu of a text field.
+  static std::string_view undo(AppLanguage language);
+  static std::string_view redo(AppLanguage language);
+  static std::string_view cut(AppLanguage language);
+  static std::string_view copy(AppLanguage language);
+  static std::string_view paste(AppLanguage language);
+  static std::string_view selectAll(AppLanguage language);
+
   // The settings window.
   static std::string_view settingsTitle(AppLanguage language);
   static std::string_view generalSection(AppLanguage language);

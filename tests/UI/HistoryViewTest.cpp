@@ -5,11 +5,13 @@
 #include <QAbstractButton>
 #include <QAccessible>
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
+#include <QMenu>
 #include <QMouseEvent>
 
 #include "Platform/QtTurns.h"
@@ -21,6 +23,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 class HistoryViewTest : public ::testing::Test {
  protected:
@@ -134,6 +137,46 @@ TEST_F(HistoryViewTest, KeysBelongToAnInputMethodWhileItComposes) {
   press(Qt::Key_Escape);
   EXPECT_THAT(simulator_.activated, ElementsAre("clip 7"));
   EXPECT_TRUE(isClosing);
+}
+
+TEST_F(HistoryViewTest, PastesIntoTheSearchWhatIsOnTheClipboard) {
+  std::optional<Text> text;
+  view_->clipboardText = [&] { return text; };
+  type("cl");
+  const auto paste = [&] { press(Qt::Key_V, Qt::ControlModifier); };
+  paste();
+  EXPECT_EQ(field().text(), "cl");
+  text = Text("ip 7");
+  paste();
+  EXPECT_THAT(model_->visibleClips(), SizeIs(1));
+  type("0");
+  for (const char* before : {"clip 7", "cl"}) {
+    press(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(field().text(), before) << "what was pasted is a step of its own";
+  }
+  field().home(false);
+  paste();
+  EXPECT_EQ(field().text(), "ip 7cl");
+  field().selectAll();
+  text = Text("é" + std::string(5000, 'x'));
+  press(Qt::Key_Meta, Qt::NoModifier);
+  press(Qt::Key_V, Qt::MetaModifier);
+  EXPECT_EQ(field().text(), "é" + QString(1023, 'x'));
+  auto settings = state_->settings();
+  settings.language = AppLanguage::simplifiedChinese;
+  state_->updateSettings(settings);
+  turn();
+  field().selectAll();
+  QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(20, 5), field().mapToGlobal(QPoint()));
+  QApplication::sendEvent(&field(), &event);
+  const auto* menu = field().findChild<QMenu*>();
+  QStringList titles;
+  for (const QAction* each : menu->actions()) titles << each->text().section('\t', 0, 0);
+  EXPECT_EQ(titles.join(' '), "撤销 重做  剪切 复制 粘贴  全选");
+  menu->actions()[3]->trigger();
+  EXPECT_EQ(field().text(), "");
+  menu->actions()[5]->trigger();
+  EXPECT_EQ(field().text(), "é" + QString(1023, 'x'));
 }
 
 TEST_F(HistoryViewTest, AClickActivatesTheRowThatItBeganOn) {
