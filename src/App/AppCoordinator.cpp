@@ -153,6 +153,9 @@ std::unique_ptr<HistoryPanel> AppCoordinator::makeHistoryPanel() {
   desktop.clipboardText = [&pasteboard = *platform_.pasteboard] {
     return pasteboard.string(PasteboardType::string);
   };
+  platform_.compositing->onDidChange = weakly(weak_from_this(), [](AppCoordinator& self) {
+    if (self.historyPanel_) self.historyPanel_->compositingDidChange();
+  });
   auto panel = std::make_unique<HistoryPanel>(container_->appState(), &container_->pasteSimulator(),
                                               std::move(desktop));
   panel->onOpenSettings =

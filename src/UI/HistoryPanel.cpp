@@ -64,7 +64,7 @@ void HistoryPanel::show(const QRect& anchor) {
   appState_->setPanelVisible(true);
   window_->prepare(desktop_.isCompositing());
   window_->placeBy(anchor);
-  if (desktop_.prepareToShow) desktop_.prepareToShow(window_->winId(), window_->shadowMargin());
+  prepareToShow();
   if (desktop_.watchClicksOutside) {
     clickWatch_ = desktop_.watchClicksOutside(window_->winId(), [this] { didClickOutside(); });
   }
@@ -72,6 +72,16 @@ void HistoryPanel::show(const QRect& anchor) {
   view_->viewDidAppear();
   window_->raise();
   window_->activateWindow();
+}
+
+void HistoryPanel::prepareToShow() {
+  if (desktop_.prepareToShow) desktop_.prepareToShow(window_->winId(), window_->shadowMargin());
+}
+
+void HistoryPanel::compositingDidChange() {
+  if (!isVisible() || !window_->isShadowed() || desktop_.isCompositing()) return;
+  window_->prepare(false);
+  prepareToShow();
 }
 
 // Hot keys and tray clicks are not seen by the toolkit, whose own request carries the time of the

@@ -69,11 +69,16 @@ class HistoryPanel {
   /// Builds ahead what the first opening needs, native window included.
   void prepare();
 
+  /// Takes the shadow off an open panel where nothing is blended any more: it would be a black
+  /// frame. The next opening brings it back.
+  void compositingDidChange();
+
   /// The view's request for the settings. Absent at first.
   std::function<void()> onOpenSettings;
 
  private:
   void show(const QRect& anchor);
+  void prepareToShow();
   void bringToFront();
   void didClickOutside();
   /// Closes it for the user, who has turned to something else.

@@ -100,7 +100,9 @@ void PopoverWindow::prepare(bool isCompositing) {
 void PopoverWindow::setShadowed(bool isShadowed) {
   if (std::exchange(isShadowed_, isShadowed) == isShadowed) return;
   const QRect panel = panelRect();
-  content_->move(panel.topLeft() + QPoint(edge, edge));
+  const QPoint place = panel.topLeft() + QPoint(edge, edge);
+  move(pos() + content_->pos() - place);
+  content_->move(place);
   setFixedSize(panel.right() + 1 + panel.left(), panel.bottom() + 1 + panel.top());
 }
 

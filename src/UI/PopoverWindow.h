@@ -15,8 +15,9 @@ class PopoverWindow final : public QWidget {
  public:
   explicit PopoverWindow(std::unique_ptr<QWidget> content);
 
-  /// Before each time that it is shown: makes it fit for compositing or for the lack of it.
-  /// Creates the native window and draws the shadow, the first time and when that has changed.
+  /// Before each time that it is shown, and when that changes: makes it fit for compositing or for
+  /// the lack of it, with the panel in its place. Creates the native window and draws the shadow,
+  /// the first time and when that has changed.
   void prepare(bool isCompositing);
 
   /// Moves it next to the anchor, in global coordinates, on the anchor's screen.
@@ -26,6 +27,7 @@ class PopoverWindow final : public QWidget {
   /// and wholly inside what is available, for a panel that fits in there.
   static QRect placed(const QSize& panel, const QRect& anchor, const QRect& available);
 
+  bool isShadowed() const { return isShadowed_; }
   /// The margin around the panel that only the shadow is in, in pixels of the screen.
   int shadowMargin() const;
   /// The part of the window that the user sees as the panel, in the window's coordinates.

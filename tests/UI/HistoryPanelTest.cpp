@@ -141,6 +141,10 @@ TEST(HistoryPanel, KeepsItsPlaceWithAndWithoutAShadow) {
     const QImage picture = opened.window->grab().toImage();
     EXPECT_EQ(picture.pixelColor(opened.window->panelRect().topLeft()).alpha() == 255,
               !isCompositing);
+    opened.isCompositing = false;
+    opened.panel->compositingDidChange();
+    EXPECT_EQ(opened.announcedMargin, 0);
+    EXPECT_EQ(opened.panelOnScreen(), plain);
     opened.panel->close();
   }
 }
