@@ -30,6 +30,7 @@ HistoryPanel::HistoryPanel(std::shared_ptr<AppState> appState, PasteSimulating* 
   };
   view_->clipboardText = desktop_.clipboardText;
   window_ = std::make_unique<PopoverWindow>(std::move(view));
+  window_->setWindowTitle(QStringLiteral("Stowboard"));
   window_->onDidAppear = [this] { bringToFront(); };
   window_->onDidResignActive = [this] { dismiss(); };
   window_->onDidClose = [this] { didClose(); };

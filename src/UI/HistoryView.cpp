@@ -44,7 +44,7 @@ HistoryView::HistoryView(std::shared_ptr<AppState> appState, HistoryViewModel& v
       searchField_(new SearchField(this)),
       clearButton_(new SymbolButton(Symbol::clearField, this)),
       list_(new HistoryListView(this)),
-      emptyState_(new EmptyStateView(list_)) {
+      emptyState_(new EmptyStateView(this)) {
   setFixedSize(size);
   setLayoutDirection(Qt::LeftToRight);
   list_->setItemDelegate(&rowView_);
@@ -77,7 +77,8 @@ void HistoryView::layOut() {
   column->addSpacing(dividerHeight);
   column->addWidget(list_, 1);
   column->activate();
-  emptyState_->setGeometry(list_->rect());
+  // Not in the list, where a screen reader finds rows only.
+  emptyState_->setGeometry(list_->geometry());
 }
 
 void HistoryView::connectParts() {

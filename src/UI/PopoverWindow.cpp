@@ -1,5 +1,6 @@
 #include "UI/PopoverWindow.h"
 
+#include <QAccessibleWidget>
 #include <QApplication>
 #include <QEvent>
 #include <QPainter>
@@ -64,11 +65,23 @@ void fill(QPainter& painter, const QRectF& rect, qreal radius, const QColor& col
   painter.drawRoundedRect(rect, radius, radius);
 }
 
+// The toolkit tells screen readers of a plain widget as of a space between others.
+class AccessibleWindow final : public QAccessibleWidget {
+ public:
+  explicit AccessibleWindow(QWidget* window) : QAccessibleWidget(window, QAccessible::Window) {}
+
+  static QAccessibleInterface* of(const QString& /*className*/, QObject* object) {
+    auto* window = dynamic_cast<PopoverWindow*>(object);
+    return window == nullptr ? nullptr : std::make_unique<AccessibleWindow>(window).release();
+  }
+};
+
 }  // namespace
 
 PopoverWindow::PopoverWindow(std::unique_ptr<QWidget> content)
     : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint),
       content_(content.release()) {
+  QAccessible::installFactory(AccessibleWindow::of);
   content_->setParent(this);
   // Always able to be translucent: a native window cannot become so later.
   setAttribute(Qt::WA_TranslucentBackground);

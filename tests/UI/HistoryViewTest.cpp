@@ -199,7 +199,7 @@ TEST_F(HistoryViewTest, AClickActivatesTheRowThatItBeganOn) {
 TEST_F(HistoryViewTest, ShowsWhyTheListIsEmpty) {
   const auto shown = [&]() -> std::string {
     turn();
-    for (QLabel* label : list().findChildren<QLabel*>())
+    for (QLabel* label : view_->findChildren<QLabel*>())
       if (label->isVisible() && !label->accessibleName().isEmpty())
         return label->accessibleName().toStdString() + " / " + label->text().toStdString();
     return "";
@@ -214,7 +214,7 @@ TEST_F(HistoryViewTest, ShowsWhyTheListIsEmpty) {
   EXPECT_FALSE(clearButton().isVisible());
   field().insert("  \n" + QString(5000, u'q'));
   EXPECT_THAT(shown(), ::testing::MatchesRegex("No results for \"  \nq+\" / No .*…q+\""));
-  EXPECT_LT(list().findChildren<QLabel*>().back()->width(), HistoryView::size.width());
+  EXPECT_LT(view_->findChildren<QLabel*>().back()->width(), HistoryView::size.width());
   state_->clearAll();
   model_->reset();
   auto settings = state_->settings();

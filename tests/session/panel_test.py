@@ -8,6 +8,7 @@ import time
 from Xlib import X, display
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools" / "session"))
+from accessibility import Accessibility  # noqa: E402
 from case import PROGRAM, SessionCase, main, wait_until  # noqa: E402
 from receivers import Receiver  # noqa: E402
 
@@ -23,8 +24,8 @@ class Panel(SessionCase):
         self.receiver = Receiver(self.desktop, "gtk3")
         self.addCleanup(self.receiver.close)
 
-    def start(self, *texts):
-        self.stowboard.start()
+    def start(self, *texts, **environment):
+        self.stowboard.start(**environment)
         for text in texts:
             self.copy_after_the_last(text)
             self.stowboard.wait_for_text(text)
@@ -162,6 +163,20 @@ class Panel(SessionCase):
         self.stowboard.wait_for_text("[new]")
         self.press("Return")
         self.receiver.wait_for("[new]")
+
+    def test_a_screen_reader_hears_that_the_history_was_cleared_while_it_is_open(self):
+        controls = Accessibility(self.desktop, "Stowboard")
+        self.start("[clip]", **controls.ENVIRONMENT)
+        self.open_at(900, 100)
+        self.press("ctrl+comma")
+        controls.press("push button", "Clear All History")
+        controls.find("push button", "Clear History")
+        self.press(HOT_KEY)
+        controls.find("frame", "Stowboard")
+        controls.find("list", "Clipboard history")
+        controls.press("push button", "Clear History")
+        controls.find("label", "No clipboard history yet")
+        wait_until(lambda: self.stowboard.texts() == [], "the history is empty")
 
     def test_is_wholly_on_screen_and_off_the_task_bar(self):
         self.start("[clip]")
