@@ -70,8 +70,10 @@ QColor Colors::selection() const { return palette_.color(QPalette::Highlight); }
 
 QColor Colors::primaryOnSelection() const { return palette_.color(QPalette::HighlightedText); }
 
-// Only as far from the primary colour as a selection of the desktop's choice leaves it readable.
+// At normal contrast only as far from the primary colour as a selection of the desktop's choice
+// leaves it readable.
 QColor Colors::secondaryOnSelection() const {
+  if (isHighContrast()) return primaryOnSelection();
   const QColor weaker = mixed(primaryOnSelection(), selection(), 0.8);
   return contrast(weaker, selection()) >= readableContrast ? weaker : primaryOnSelection();
 }

@@ -30,7 +30,9 @@ TEST(Theme, FollowsThePreferenceAndGoesBackToTheDesktops) {
     }
   }
   theme.apply({ColorScheme::noPreference, Contrast::high});
-  EXPECT_TRUE(Colors(QApplication::palette()).isHighContrast());
+  const Colors colors(QApplication::palette());
+  EXPECT_TRUE(colors.isHighContrast());
+  EXPECT_EQ(colors.secondaryOnSelection(), colors.primaryOnSelection());
   theme.apply({});
   EXPECT_EQ(QApplication::palette(), desktop);
   EXPECT_EQ(QApplication::style()->objectName(), style);
