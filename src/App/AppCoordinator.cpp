@@ -126,10 +126,9 @@ void AppCoordinator::setUpStatusItem() {
   menuBarController_->setupStatusItem();
 }
 
-void AppCoordinator::prepareHistoryPanel() {
-  if (historyPanel_) return;
-  historyPanel_ = makeHistoryPanel();
-  historyPanel_->prepare();
+void AppCoordinator::prepareHistoryPanel(std::function<void()> onDidPrepare) {
+  if (!historyPanel_) historyPanel_ = makeHistoryPanel();
+  historyPanel_->prepare(std::move(onDidPrepare));
 }
 
 std::unique_ptr<HistoryPanel> AppCoordinator::makeHistoryPanel() {

@@ -10,18 +10,18 @@ namespace stowboard {
 namespace {
 
 // The desktop starts many programs at once; the panel can wait until they have.
-constexpr auto startSettles = std::chrono::milliseconds(100);
+constexpr auto panelWaits = std::chrono::milliseconds(100);
 
 }  // namespace
 
-void AppDelegate::applicationDidFinishLaunching() {
+void AppDelegate::applicationDidFinishLaunching(std::function<void()> onDidSettle) {
   if (isRunningTests(*platform_.bundle)) return;
   // Nothing keeps the poll alive here: Linux neither naps nor throttles a background process.
   const auto coordinator = AppCoordinator::create(platform_);
   coordinator->start();
   coordinator_ = coordinator;
-  platform_.runLoop->postAfter(startSettles, [weak = std::weak_ptr(coordinator)] {
-    if (const auto running = weak.lock()) running->prepareHistoryPanel();
+  platform_.runLoop->postAfter(panelWaits, [weak = std::weak_ptr(coordinator), onDidSettle] {
+    if (const auto running = weak.lock()) running->prepareHistoryPanel(onDidSettle);
   });
   Log::app.info("Stowboard launched");
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 #include "App/AppCoordinator.h"
@@ -13,8 +14,9 @@ class AppDelegate {
   /// The platform must outlive the delegate.
   explicit AppDelegate(const Platform& platform) : platform_(platform) {}
 
-  /// Builds everything and starts it; does nothing inside a unit-test runner.
-  void applicationDidFinishLaunching();
+  /// Builds everything and starts it; does nothing inside a unit-test runner. `onDidSettle` is
+  /// called later, when the last work of the start is done.
+  void applicationDidFinishLaunching(std::function<void()> onDidSettle);
 
   /// Waits until what was recorded is on disk. May be called more than once.
   void applicationWillTerminate();

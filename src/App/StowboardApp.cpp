@@ -1,6 +1,5 @@
 #include <unistd.h>
 #include <QApplication>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -20,9 +19,6 @@
 namespace stowboard {
 
 namespace {
-
-// After the last work of the start, that on the history panel included.
-constexpr auto startSettles = std::chrono::milliseconds(1000);
 
 // Set while the delegate runs, for the exit that the toolkit makes on its own when the X server
 // goes away at the end of a session.
@@ -64,12 +60,11 @@ int runApplication(QApplication& application, const Platform& platform, SingleIn
                    [&delegate] { delegate.applicationWillTerminate(); });
   runningDelegate = &delegate;
   std::atexit(endWithTheSession);
-  delegate.applicationDidFinishLaunching();
+  delegate.applicationDidFinishLaunching(releaseStartMemory);
   Theme theme;
   followAppearance(theme, *platform.appearance);
   QApplication::setWindowIcon(applicationIcon());
   instance.serve(*platform.runLoop, busActions(delegate));
-  platform.runLoop->postAfter(startSettles, releaseStartMemory);
   const int status = QApplication::exec();
   platform.appearance->onDidChange = nullptr;
   delegate.applicationWillTerminate();

@@ -43,8 +43,8 @@ HistoryPanel::~HistoryPanel() {
 
 bool HistoryPanel::isVisible() const { return window_->isVisible(); }
 
-void HistoryPanel::prepare() {
-  view_->prepare();
+void HistoryPanel::prepare(std::function<void()> onDidPrepare) {
+  view_->prepare(std::move(onDidPrepare));
   window_->prepare(desktop_.isCompositing());
   // Painted once, unseen: the first time loads fonts and icons.
   window_->grab();

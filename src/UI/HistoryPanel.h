@@ -66,8 +66,9 @@ class HistoryPanel {
   /// raised.
   void showAtCursor();
 
-  /// Builds ahead what the first opening needs, native window included.
-  void prepare();
+  /// Builds ahead what the first opening needs, native window included; `onDidPrepare` is called
+  /// when the work on the main thread is done.
+  void prepare(std::function<void()> onDidPrepare = nullptr);
 
   /// Takes the shadow off an open panel where nothing is blended any more: it would be a black
   /// frame. The next opening brings it back.

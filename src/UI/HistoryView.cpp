@@ -153,9 +153,12 @@ void HistoryView::viewDidAppear() {
 
 bool HistoryView::isComposing() const { return searchField_->isComposing(); }
 
-void HistoryView::prepare() {
+void HistoryView::prepare(std::function<void()> onDidPrepare) {
   isPrepared_ = true;
-  preparation_.start(appState_->clips(), devicePixelRatioF(), [this] { warmUp(); });
+  preparation_.start(appState_->clips(), devicePixelRatioF(), [this, onDidPrepare] {
+    warmUp();
+    if (onDidPrepare) onDidPrepare();
+  });
 }
 
 // Nothing of a clip stays behind that has left the history.
