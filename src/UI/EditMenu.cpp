@@ -15,7 +15,7 @@ namespace {
 // The keys are only shown: the field has them itself.
 void add(QMenu& menu, std::string_view text, QKeySequence::StandardKey keys, bool isEnabled,
          std::function<void()> operation) {
-  const QString title = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+  const QString title = QString::fromUtf8(text);
   const QString shown = QKeySequence(keys).toString(QKeySequence::NativeText);
   QAction* action = menu.addAction(title + u'\t' + shown);
   action->setEnabled(isEnabled);

@@ -26,10 +26,6 @@ constexpr int dividerHeight = 1;
 // What a line edit leaves free at either side of its text.
 constexpr int lineEditMargin = 2;
 
-QString qString(std::string_view utf8) {
-  return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
-}
-
 }  // namespace
 
 HistoryView::HistoryView(std::shared_ptr<AppState> appState, HistoryViewModel& viewModel,
@@ -113,8 +109,8 @@ void HistoryView::updateTexts() {
   const AppLanguage language = appState_->settings().language;
   texts_ = RowTexts(appState_->settings());
   searchField_->setLanguage(language);
-  clearButton_->setAccessibleName(qString(L10n::clearSearch(language)));
-  list_->setAccessibleName(qString(L10n::historyList(language)));
+  clearButton_->setAccessibleName(QString::fromUtf8(L10n::clearSearch(language)));
+  list_->setAccessibleName(QString::fromUtf8(L10n::historyList(language)));
 }
 
 void HistoryView::changeEvent(QEvent* event) {
@@ -210,9 +206,9 @@ void HistoryView::showEmptyState(bool isEmpty) {
   const AppLanguage language = appState_->settings().language;
   const std::string& query = viewModel_.query();
   if (query.empty()) {
-    emptyState_->show(Symbol::clipboard, qString(L10n::noHistoryYet(language)));
+    emptyState_->show(Symbol::clipboard, QString::fromUtf8(L10n::noHistoryYet(language)));
   } else {
-    emptyState_->show(Symbol::magnifyingGlass, qString(L10n::noResults(language, query)));
+    emptyState_->show(Symbol::magnifyingGlass, QString::fromUtf8(L10n::noResults(language, query)));
   }
 }
 

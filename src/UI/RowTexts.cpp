@@ -7,14 +7,6 @@
 
 namespace stowboard {
 
-namespace {
-
-QString qString(std::string_view utf8) {
-  return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
-}
-
-}  // namespace
-
 RowTexts::RowTexts(const AppSettings& settings)
     : language_(settings.language),
       pair_(directPasteModifierPairFrom(settings.directPasteModifiers)),
@@ -26,17 +18,17 @@ bool RowTexts::matches(const AppSettings& settings) const {
 }
 
 QString RowTexts::date(const ClipItem& clip) const {
-  return qString(dateFormat_.format(clip.timestamp()));
+  return QString::fromUtf8(dateFormat_.format(clip.timestamp()));
 }
 
-QString RowTexts::shortcutSymbols() const { return qString(symbolString(pair_)); }
+QString RowTexts::shortcutSymbols() const { return QString::fromUtf8(symbolString(pair_)); }
 
 QString RowTexts::description(const ClipItem& clip, int row) const {
   const std::string shortcut =
       row < shortcutCount ? fmt::format("{} + {}", modifierDisplayString(pair_), row + 1) : "";
   const QString preview = printablePreview(clip).replace(QChar::LineSeparator, u' ');
-  return qString(L10n::historyRow(language_, preview.toStdString(),
-                                  dateFormat_.format(clip.timestamp()), shortcut));
+  return QString::fromUtf8(L10n::historyRow(language_, preview.toStdString(),
+                                            dateFormat_.format(clip.timestamp()), shortcut));
 }
 
 }  // namespace stowboard

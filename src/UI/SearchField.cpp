@@ -13,14 +13,6 @@
 
 namespace stowboard {
 
-namespace {
-
-QString qString(std::string_view utf8) {
-  return QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size()));
-}
-
-}  // namespace
-
 SearchField::SearchField(QWidget* parent) : QLineEdit(parent) {
   setFrame(false);
   setMaxLength(maxQueryLength);
@@ -34,8 +26,8 @@ SearchField::SearchField(QWidget* parent) : QLineEdit(parent) {
 
 void SearchField::setLanguage(AppLanguage language) {
   language_ = language;
-  setPlaceholderText(qString(L10n::searchPlaceholder(language)));
-  setAccessibleName(qString(L10n::searchField(language)));
+  setPlaceholderText(QString::fromUtf8(L10n::searchPlaceholder(language)));
+  setAccessibleName(QString::fromUtf8(L10n::searchField(language)));
 }
 
 std::string SearchField::query() const {
@@ -94,7 +86,7 @@ void SearchField::pasteText(const Text& text) {
   // A code unit of the field takes at most three bytes; of a long text only the start is read.
   constexpr std::size_t longest = 4 * maxQueryLength;
   endUndoStep();
-  insert(qString(text.view().substr(0, longest)));
+  insert(QString::fromUtf8(text.view().substr(0, longest)));
   endUndoStep();
 }
 
