@@ -1,10 +1,8 @@
 #include "Platform/Desktop/DBusApplication.h"
 
 #include <fmt/format.h>
-#include <poll.h>
 #include <systemd/sd-bus.h>
 
-#include <QSocketNotifier>
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -17,6 +15,7 @@
 #include <utility>
 
 #include "Base/Log.h"
+#include "Platform/Desktop/BusNotifier.h"
 
 namespace stowboard {
 
@@ -212,16 +211,13 @@ class DBusApplication::Service {
       : bus_(connection.bus()),
         runLoop_(runLoop),
         actions_(std::move(actions)),
-        readable_(sd_bus_get_fd(bus_), QSocketNotifier::Read),
-        writable_(sd_bus_get_fd(bus_), QSocketNotifier::Write) {
-    for (auto* each : {&readable_, &writable_}) {
-      QObject::connect(each, &QSocketNotifier::activated, each, [this] { process(); });
-    }
+        notifier_(bus_, [](int error) {
+          Log::app.info("The session bus is gone: {}", systemWords(error));
+        }) {
     const int status =
         sd_bus_add_object_vtable(bus_, nullptr, connection.path(), interface, methods, this);
     if (status < 0) Log::app.error("No D-Bus calls can be taken: {}", systemWords(status));
-    // Calls that have been read from the socket already would not wake anybody.
-    process();
+    notifier_.process();
   }
 
  private:
@@ -280,20 +276,10 @@ class DBusApplication::Service {
     return status;
   }
 
-  void process() {
-    int status = 1;
-    while (status > 0) status = sd_bus_process(bus_, nullptr);
-    const int events = status < 0 ? status : sd_bus_get_events(bus_);
-    readable_.setEnabled(events >= 0);
-    writable_.setEnabled(events >= 0 && (events & POLLOUT) != 0);
-    if (events < 0) Log::app.info("The session bus is gone: {}", systemWords(events));
-  }
-
   sd_bus* const bus_;
   RunLoop& runLoop_;
   const Actions actions_;
-  QSocketNotifier readable_;
-  QSocketNotifier writable_;
+  BusNotifier notifier_;
 };
 
 const std::array<sd_bus_vtable, 5> DBusApplication::Service::methodTable = {{

@@ -1,15 +1,14 @@
 #include "Platform/Desktop/PortalAppearance.h"
 
-#include <poll.h>
 #include <systemd/sd-bus.h>
 
-#include <QObject>
-#include <QSocketNotifier>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
+
+#include "Platform/Desktop/BusNotifier.h"
 
 namespace stowboard {
 
@@ -76,20 +75,13 @@ Appearance readGroups(sd_bus_message* message) {
 /// Asks and listens, from the main thread's event loop.
 class PortalAppearance::Client {
  public:
-  Client(PortalAppearance& owner, sd_bus* bus)
-      : owner_(owner),
-        bus_(bus),
-        readable_(sd_bus_get_fd(bus), QSocketNotifier::Read),
-        writable_(sd_bus_get_fd(bus), QSocketNotifier::Write) {
-    for (auto* each : {&readable_, &writable_}) {
-      QObject::connect(each, &QSocketNotifier::activated, each, [this] { process(); });
-    }
+  Client(PortalAppearance& owner, sd_bus* bus) : owner_(owner), bus_(bus), notifier_(bus) {
     // Listening first, so that no change is missed between the answer and the first signal.
     sd_bus_match_signal_async(bus_, nullptr, portal, portalPath, settings, "SettingChanged",
                               onSettingChanged, nullptr, this);
     sd_bus_add_match_async(bus_, nullptr, portalComesAndGoes, onOwnerChanged, nullptr, this);
     ask();
-    process();
+    notifier_.process();
   }
   ~Client() { sd_bus_close_unref(bus_); }
   Client(const Client&) = delete;
@@ -132,18 +124,9 @@ class PortalAppearance::Client {
     if (const auto callback = owner_.onDidChange) callback(appearance);
   }
 
-  void process() {
-    int status = 1;
-    while (status > 0) status = sd_bus_process(bus_, nullptr);
-    const int events = status < 0 ? status : sd_bus_get_events(bus_);
-    readable_.setEnabled(events >= 0);
-    writable_.setEnabled(events >= 0 && (events & POLLOUT) != 0);
-  }
-
   PortalAppearance& owner_;
   sd_bus* const bus_;
-  QSocketNotifier readable_;
-  QSocketNotifier writable_;
+  BusNotifier notifier_;
   Appearance appearance_;
 };
 

@@ -4,7 +4,7 @@
 
 namespace stowboard {
 
-/// The running program on a desktop that follows the XDG specifications.
+/// The running program on a desktop that follows the XDG standards.
 class XdgBundle final : public Bundle {
  public:
   static constexpr const char* applicationId = "com.qarvin.stowboard";
