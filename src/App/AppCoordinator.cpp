@@ -149,9 +149,7 @@ std::unique_ptr<HistoryPanel> AppCoordinator::makeHistoryPanel() {
                                                                         auto onClickOutside) {
     return windows.watch(window, std::move(onClickOutside));
   };
-  desktop.clipboardText = [&pasteboard = *platform_.pasteboard] {
-    return pasteboard.string(PasteboardType::string);
-  };
+  desktop.clipboardText = clipboardText();
   platform_.compositing->onDidChange = weakly(weak_from_this(), [](AppCoordinator& self) {
     if (self.historyPanel_) self.historyPanel_->compositingDidChange();
   });
@@ -192,10 +190,16 @@ std::unique_ptr<SettingsWindow> AppCoordinator::makeSettingsWindow() {
   auto viewModel = std::make_unique<SettingsViewModel>(
       container_->appState(), container_->permissionHelper(), container_->loginItemService(),
       [&runLoop = *platform_.runLoop](auto task) { runLoop.post(std::move(task)); });
-  auto window = std::make_unique<SettingsWindow>(std::move(viewModel));
+  auto window = std::make_unique<SettingsWindow>(std::move(viewModel), clipboardText());
   window->bringToFront = weakly(
       weak_from_this(), [](AppCoordinator& self, std::uint64_t own) { self.bringToFront(own); });
   return window;
+}
+
+// What our own windows paste: the snapshot, whose owner need not be asked.
+ClipboardText AppCoordinator::clipboardText() const {
+  return
+      [&pasteboard = *platform_.pasteboard] { return pasteboard.string(PasteboardType::string); };
 }
 
 void AppCoordinator::openHelp() {

@@ -8,6 +8,7 @@
 
 #include "Base/Published.h"
 #include "Core/DependencyContainer.h"
+#include "UI/TextField.h"
 
 namespace stowboard {
 
@@ -65,6 +66,7 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
   void setUpStatusItem();
   std::unique_ptr<HistoryPanel> makeHistoryPanel();
   std::unique_ptr<SettingsWindow> makeSettingsWindow();
+  ClipboardText clipboardText() const;
   void bringToFront(std::uint64_t ownWindow);
   void rememberFocus();
   void returnFocus();

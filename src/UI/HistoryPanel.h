@@ -5,12 +5,11 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <optional>
 
-#include "Base/Text.h"
 #include "Core/AppState.h"
 #include "Services/PasteSimulating.h"
 #include "UI/HistoryViewModel.h"
+#include "UI/TextField.h"
 
 namespace stowboard {
 
@@ -39,7 +38,7 @@ class HistoryPanel {
     std::function<std::shared_ptr<void>(std::uint64_t window, std::function<void()> onClickOutside)>
         watchClicksOutside;
     /// The text on the clipboard, without waiting for another program. Optional.
-    std::function<std::optional<Text>()> clipboardText;
+    ClipboardText clipboardText;
   };
 
   /// Without a paste simulator, which must outlive the panel, choosing a clip only closes it.

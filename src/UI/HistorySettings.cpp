@@ -1,5 +1,7 @@
 #include "UI/HistorySettings.h"
 
+#include <utility>
+
 #include "UI/FormRow.h"
 #include "UI/IntegerField.h"
 #include "UI/Stepper.h"
@@ -7,11 +9,12 @@
 
 namespace stowboard {
 
-HistorySettings::HistorySettings(SettingsViewModel& viewModel)
+HistorySettings::HistorySettings(SettingsViewModel& viewModel, ClipboardText clipboardText)
     : SettingsSection(viewModel),
       field_(new IntegerField(1000, 55)),
       stepper_(new Stepper(10, 100, 5)),
       row_(new FormRow({field_, stepper_}, 6)) {
+  field_->clipboardText = std::move(clipboardText);
   field_->onCommit = [this](std::int64_t count) { setMaxRecords(count); };
   stepper_->onStep = [this](std::int64_t count) { setMaxRecords(count); };
   addRow(row_);
@@ -26,6 +29,7 @@ void HistorySettings::setMaxRecords(std::int64_t count) {
 void HistorySettings::refresh() {
   setTitle(L10n::historySection(language()));
   row_->setLabel(L10n::maxRecords(language()));
+  field_->setLanguage(language());
   field_->showValue(viewModel_.settings().maxRecords);
   stepper_->setNumber(viewModel_.settings().maxRecords);
   stepper_->setAccessibleName(QString::fromUtf8(L10n::maxRecords(language())));

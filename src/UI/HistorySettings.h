@@ -1,6 +1,7 @@
 #pragma once
 
 #include "UI/SettingsSection.h"
+#include "UI/TextField.h"
 
 namespace stowboard {
 
@@ -11,7 +12,7 @@ class Stepper;
 /// How many clips the history keeps.
 class HistorySettings : public SettingsSection {
  public:
-  explicit HistorySettings(SettingsViewModel& viewModel);
+  HistorySettings(SettingsViewModel& viewModel, ClipboardText clipboardText);
 
   void refresh() override;
 

@@ -108,7 +108,7 @@ void HistoryView::updateLooks() {
 void HistoryView::updateTexts() {
   const AppLanguage language = appState_->settings().language;
   texts_ = RowTexts(appState_->settings());
-  searchField_->setLanguage(language);
+  searchField_->showTexts(language);
   clearButton_->setAccessibleName(QString::fromUtf8(L10n::clearSearch(language)));
   list_->setAccessibleName(QString::fromUtf8(L10n::historyList(language)));
 }

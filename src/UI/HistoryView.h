@@ -4,9 +4,7 @@
 #include <QWidget>
 #include <functional>
 #include <memory>
-#include <optional>
 
-#include "Base/Text.h"
 #include "Core/AppState.h"
 #include "UI/HistoryListModel.h"
 #include "UI/HistoryPreparation.h"
@@ -14,6 +12,7 @@
 #include "UI/HistoryViewModel.h"
 #include "UI/PanelCommand.h"
 #include "UI/RowTexts.h"
+#include "UI/TextField.h"
 #include "UI/ThumbnailCache.h"
 
 namespace stowboard {
@@ -52,7 +51,7 @@ class HistoryView : public QWidget {
   /// Opens the settings window. Absent at first.
   std::function<void()> onOpenSettings;
   /// The text that is on the clipboard, for pasting into the search field. Absent at first.
-  std::function<std::optional<Text>()> clipboardText;
+  ClipboardText clipboardText;
 
  protected:
   void changeEvent(QEvent* event) override;

@@ -17,7 +17,7 @@ constexpr int mostCharacters = 18;  // all of which 64 bits can hold
 }  // namespace
 
 IntegerField::IntegerField(std::int64_t largest, int width, QWidget* parent)
-    : QLineEdit(parent), largest_(largest), width_(width) {
+    : TextField(parent), largest_(largest), width_(width) {
   setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
   setAlignment(Qt::AlignRight | Qt::AlignVCenter);
   setMaxLength(mostCharacters);
@@ -26,7 +26,7 @@ IntegerField::IntegerField(std::int64_t largest, int width, QWidget* parent)
 
 QSize IntegerField::sizeHint() const {
   constexpr int marginsAndCursor = 6;
-  const QSize natural = QLineEdit::sizeHint();
+  const QSize natural = TextField::sizeHint();
   QStyleOptionFrame frame;
   initStyleOption(&frame);
   const int text = fontMetrics().horizontalAdvance(textOf(largest_)) + marginsAndCursor;
@@ -59,17 +59,17 @@ void IntegerField::restore() {
 
 // A menu of its own does not end the editing.
 void IntegerField::focusOutEvent(QFocusEvent* event) {
-  QLineEdit::focusOutEvent(event);
+  TextField::focusOutEvent(event);
   if (event->reason() != Qt::PopupFocusReason) commit();
 }
 
 void IntegerField::keyPressEvent(QKeyEvent* event) {
   if (event->matches(QKeySequence::Cancel) && isEdited()) return restore();
-  QLineEdit::keyPressEvent(event);
+  TextField::keyPressEvent(event);
 }
 
 void IntegerField::paintEvent(QPaintEvent* event) {
-  QLineEdit::paintEvent(event);
+  TextField::paintEvent(event);
   paintHighContrastFrame(*this);
 }
 

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <QLineEdit>
 #include <cstdint>
 #include <functional>
+
+#include "UI/TextField.h"
 
 namespace stowboard {
 
@@ -10,7 +11,7 @@ namespace stowboard {
 /// counts when Return is pressed or the focus leaves; Escape takes it back, and what is no number
 /// is taken back too. As wide as asked for, or as its largest number needs in a large font. Main
 /// thread.
-class IntegerField : public QLineEdit {
+class IntegerField : public TextField {
  public:
   /// The width in device-independent pixels.
   IntegerField(std::int64_t largest, int width, QWidget* parent = nullptr);

@@ -1,19 +1,16 @@
 #include "UI/SearchField.h"
 
-#include <QContextMenuEvent>
 #include <QGuiApplication>
 #include <QInputMethod>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QSignalBlocker>
-#include <algorithm>
 
-#include "UI/EditMenu.h"
 #include "Utils/L10n.h"
 
 namespace stowboard {
 
-SearchField::SearchField(QWidget* parent) : QLineEdit(parent) {
+SearchField::SearchField(QWidget* parent) : TextField(parent) {
   setFrame(false);
   setMaxLength(maxQueryLength);
   QPalette clear;
@@ -24,8 +21,8 @@ SearchField::SearchField(QWidget* parent) : QLineEdit(parent) {
   });
 }
 
-void SearchField::setLanguage(AppLanguage language) {
-  language_ = language;
+void SearchField::showTexts(AppLanguage language) {
+  setLanguage(language);
   setPlaceholderText(QString::fromUtf8(L10n::searchPlaceholder(language)));
   setAccessibleName(QString::fromUtf8(L10n::searchField(language)));
 }
@@ -56,7 +53,7 @@ bool SearchField::event(QEvent* event) {
     event->accept();
     return true;
   }
-  return QLineEdit::event(event);
+  return TextField::event(event);
 }
 
 void SearchField::keyPressEvent(QKeyEvent* event) {
@@ -72,43 +69,14 @@ void SearchField::edit(QKeyEvent* event) {
     // Super stands in for Ctrl, and so types nothing.
     QKeyEvent withControl(event->type(), event->key(),
                           (event->modifiers() & ~Qt::MetaModifier) | Qt::ControlModifier);
-    return editOrPaste(&withControl);
+    return TextField::keyPressEvent(&withControl);
   }
-  editOrPaste(event);
-}
-
-void SearchField::editOrPaste(QKeyEvent* event) {
-  if (!event->matches(QKeySequence::Paste)) return QLineEdit::keyPressEvent(event);
-  if (const auto text = clipboardText ? clipboardText() : std::nullopt) pasteText(*text);
-}
-
-void SearchField::pasteText(const Text& text) {
-  // A code unit of the field takes at most three bytes; of a long text only the start is read.
-  constexpr std::size_t longest = 4 * maxQueryLength;
-  endUndoStep();
-  insert(QString::fromUtf8(text.view().substr(0, longest)));
-  endUndoStep();
-}
-
-// Undoing takes back in one step what was entered without a move of the cursor.
-void SearchField::endUndoStep() {
-  if (hasSelectedText()) return;
-  const int place = cursorPosition();
-  setCursorPosition(place > 0 ? 0 : static_cast<int>(text().size()));
-  setCursorPosition(place);
-}
-
-void SearchField::contextMenuEvent(QContextMenuEvent* event) {
-  const auto text = clipboardText ? clipboardText() : std::nullopt;
-  const auto paste = [this, text] { pasteText(*text); };
-  const bool canPaste = text && !text->empty();
-  showEditMenu(*this, event->globalPos(), language_,
-               canPaste ? std::function<void()>(paste) : nullptr);
+  TextField::keyPressEvent(event);
 }
 
 void SearchField::inputMethodEvent(QInputMethodEvent* event) {
   isComposing_ = !event->preeditString().isEmpty();
-  QLineEdit::inputMethodEvent(event);
+  TextField::inputMethodEvent(event);
 }
 
 }  // namespace stowboard

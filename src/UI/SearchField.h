@@ -1,26 +1,23 @@
 #pragma once
 
-#include <QLineEdit>
 #include <functional>
-#include <optional>
 #include <string>
 
-#include "Base/Text.h"
-#include "Models/AppLanguage.h"
 #include "UI/PanelCommand.h"
+#include "UI/TextField.h"
 
 namespace stowboard {
 
 /// The text field of the history panel, which keeps the focus and so hears every key of the panel.
 /// While an input method composes, the keys that would be commands belong to it. Main thread.
-class SearchField : public QLineEdit {
+class SearchField : public TextField {
  public:
   /// Longer pastes are cut.
   static constexpr int maxQueryLength = 1024;
 
   explicit SearchField(QWidget* parent);
 
-  void setLanguage(AppLanguage language);
+  void showTexts(AppLanguage language);
 
   /// The text as UTF-8, with the line breaks that a paste may have brought.
   std::string query() const;
@@ -31,25 +28,18 @@ class SearchField : public QLineEdit {
   /// Whether an input method holds text that is not in the query yet.
   bool isComposing() const { return isComposing_; }
 
-  /// All absent at first. The text has changed by what the user did.
+  /// Both absent at first. The text has changed by what the user did.
   std::function<void(const std::string& query)> onQueryChange;
   std::function<void(const PanelCommand&)> onCommand;
-  /// What there is to paste. The toolkit's own way waits for the clipboard's owner.
-  std::function<std::optional<Text>()> clipboardText;
 
  protected:
   bool event(QEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void inputMethodEvent(QInputMethodEvent* event) override;
-  void contextMenuEvent(QContextMenuEvent* event) override;
 
  private:
   void edit(QKeyEvent* event);
-  void editOrPaste(QKeyEvent* event);
-  void pasteText(const Text& text);
-  void endUndoStep();
 
-  AppLanguage language_ = AppLanguage::english;
   bool isComposing_ = false;
 };
 

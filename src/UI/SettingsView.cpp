@@ -5,6 +5,7 @@
 #include <QVBoxLayout>
 #include <QWindow>
 #include <chrono>
+#include <utility>
 
 #include "UI/ClearHistorySettings.h"
 #include "UI/Fonts.h"
@@ -23,8 +24,8 @@ constexpr int sectionGap = 18;
 
 }  // namespace
 
-SettingsView::SettingsView(SettingsViewModel& viewModel, QWidget* parent)
-    : QWidget(parent), viewModel_(viewModel), scrollArea_(new QScrollArea(this)) {
+SettingsView::SettingsView(SettingsViewModel& viewModel, ClipboardText clipboardText)
+    : viewModel_(viewModel), scrollArea_(new QScrollArea(this)) {
   setFixedSize(formSize);
   // Only the families, so that the size goes on following the desktop's.
   QFont ownFont;
@@ -33,17 +34,17 @@ SettingsView::SettingsView(SettingsViewModel& viewModel, QWidget* parent)
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(0, 0, 0, 0);
   column->addWidget(scrollArea_);
-  addSections();
+  addSections(std::move(clipboardText));
   keepFocusInSight();
   watchPermission();
   changes_ = viewModel_.changes().subscribe([this] { refresh(); });
   refresh();
 }
 
-void SettingsView::addSections() {
+void SettingsView::addSections(ClipboardText clipboardText) {
   sections_ = {new GeneralSettings(viewModel_), new ShortcutSettings(viewModel_),
-               new HistorySettings(viewModel_), new PermissionSettings(viewModel_),
-               new ClearHistorySettings(viewModel_)};
+               new HistorySettings(viewModel_, std::move(clipboardText)),
+               new PermissionSettings(viewModel_), new ClearHistorySettings(viewModel_)};
   auto* form = new QWidget;
   auto* column = new QVBoxLayout(form);
   column->setContentsMargins(margin, margin, margin, margin);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "UI/SettingsViewModel.h"
+#include "UI/TextField.h"
 
 class QScrollArea;
 
@@ -17,15 +18,15 @@ class SettingsSection;
 /// may have changed it. Main thread.
 class SettingsView : public QWidget {
  public:
-  /// The view model must outlive the view.
-  explicit SettingsView(SettingsViewModel& viewModel, QWidget* parent = nullptr);
+  /// The view model must outlive the view. `clipboardText` is what its fields paste from.
+  explicit SettingsView(SettingsViewModel& viewModel, ClipboardText clipboardText = nullptr);
 
  protected:
   void showEvent(QShowEvent* event) override;
   void hideEvent(QHideEvent* event) override;
 
  private:
-  void addSections();
+  void addSections(ClipboardText clipboardText);
   void keepFocusInSight();
   void watchPermission();
   void refresh();

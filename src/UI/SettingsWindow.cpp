@@ -13,8 +13,10 @@
 
 namespace stowboard {
 
-SettingsWindow::SettingsWindow(std::unique_ptr<SettingsViewModel> viewModel)
-    : viewModel_(std::move(viewModel)), view_(std::make_unique<SettingsView>(*viewModel_)) {
+SettingsWindow::SettingsWindow(std::unique_ptr<SettingsViewModel> viewModel,
+                               ClipboardText clipboardText)
+    : viewModel_(std::move(viewModel)),
+      view_(std::make_unique<SettingsView>(*viewModel_, std::move(clipboardText))) {
   setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                  Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint |
                  Qt::WindowCloseButtonHint);

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "UI/SettingsViewModel.h"
+#include "UI/TextField.h"
 
 namespace stowboard {
 
@@ -16,7 +17,9 @@ class SettingsView;
 /// place. Main thread.
 class SettingsWindow : public QWidget {
  public:
-  explicit SettingsWindow(std::unique_ptr<SettingsViewModel> viewModel);
+  /// `clipboardText` is what its fields paste from.
+  explicit SettingsWindow(std::unique_ptr<SettingsViewModel> viewModel,
+                          ClipboardText clipboardText = nullptr);
   ~SettingsWindow() override;
 
   /// UTF-8.
