@@ -3,6 +3,7 @@
 import os
 
 import gi
+from gi.repository import GLib
 
 from desktop import wait_until
 
@@ -32,11 +33,9 @@ class Accessibility:
 
     def look_for(self, role, name):
         """The same now; None when there is none."""
-        for control in self._controls():
-            if control.get_role_name() == role and name in self._names(control) and \
-                    self._is(control, "SHOWING"):
-                return control
-        return None
+        return self._tried(lambda: next(
+            (control for control in self._controls() if control.get_role_name() == role and
+             name in self._names(control) and self._is(control, "SHOWING")), None))
 
     def press(self, role, name, action="Press"):
         """Does what a click would do."""
@@ -60,8 +59,16 @@ class Accessibility:
         raise AssertionError(f"Tab does not reach the {role} {name!r}")
 
     def _focused(self):
-        return [(control.get_role_name(), *sorted(self._names(control)))
-                for control in self._controls() if self._is(control, "FOCUSED")]
+        return self._tried(lambda: [(control.get_role_name(), *sorted(self._names(control)))
+                                    for control in self._controls() if self._is(control, "FOCUSED")])
+
+    @staticmethod
+    def _tried(look):
+        """None when a control has gone while it was looked at."""
+        try:
+            return look()
+        except GLib.Error:
+            return None
 
     def _is(self, control, state):
         return control.get_state_set().contains(getattr(self._atspi.StateType, state))
