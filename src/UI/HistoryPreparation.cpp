@@ -27,8 +27,7 @@ void HistoryPreparation::start(AppState::Clips clips, qreal devicePixelRatio,
   clips_ = std::move(clips);
   next_ = 0;
   devicePixelRatio_ = devicePixelRatio;
-  // A start that is interrupted by a new clip still has its end reported.
-  if (onDidMeasure) onDidMeasure_ = std::move(onDidMeasure);
+  onDidMeasure_ = std::move(onDidMeasure);
   prepareSearch();
   idle_.start();
 }
@@ -42,6 +41,12 @@ void HistoryPreparation::prepareSearch() {
       if (clip.textContent()) clip.textContent()->prepareForSearch();
     }
   });
+}
+
+void HistoryPreparation::prepareThumbnails(const AppState::Clips& clips, qreal devicePixelRatio) {
+  for (const ClipItem& clip : clips) {
+    if (clip.imageData()) thumbnails_.prepare(clip, devicePixelRatio);
+  }
 }
 
 void HistoryPreparation::runSlice() {

@@ -163,7 +163,7 @@ void HistoryView::follow(const AppState::Clips& clips) {
   for (const ClipItem& clip : clips) ids.insert(clip.id());
   thumbnails_.keepOnly(ids);
   rowView_.keepOnly(ids);
-  if (isPrepared_) preparation_.start(clips, devicePixelRatioF());
+  if (isPrepared_) preparation_.prepareThumbnails(clips, devicePixelRatioF());
 }
 
 // Lays the rows out, and has fonts, glyphs and symbols loaded by drawing once.

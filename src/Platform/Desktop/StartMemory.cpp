@@ -7,9 +7,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+#include <fstream>
 #include <span>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace stowboard {
@@ -20,6 +25,8 @@ namespace {
 constexpr std::uint64_t isPresent = std::uint64_t{1} << 63;
 constexpr std::uint64_t isSwapped = std::uint64_t{1} << 62;
 constexpr std::uint64_t isOfFile = std::uint64_t{1} << 61;
+
+constexpr std::array<std::string_view, 4> fontSuffixes{".ttf", ".ttc", ".otf", ".pfb"};
 
 bool hasPrivateCopy(std::uint64_t page) {
   return (page & isSwapped) != 0 || ((page & isPresent) != 0 && (page & isOfFile) == 0);
@@ -73,6 +80,22 @@ int dropConstantPages(dl_phdr_info* object, std::size_t, void* map) {
   return 0;
 }
 
+// The loader does not know of these mappings. No other thread undoes them: only the one with the
+// windows uses fonts.
+void dropFontPages(const PageMap& map) {
+  std::ifstream mappings("/proc/self/maps");
+  for (std::string line; std::getline(mappings, line);) {
+    unsigned long begin = 0;
+    unsigned long end = 0;
+    char access[5] = "";
+    if (std::sscanf(line.c_str(), "%lx-%lx %4s", &begin, &end, access) != 3) continue;
+    const std::string_view name = line;
+    const bool isFont = std::ranges::any_of(
+        fontSuffixes, [name](std::string_view suffix) { return name.ends_with(suffix); });
+    if (isFont && access[1] != 'w') dropFilePages(map, begin, end);
+  }
+}
+
 }  // namespace
 
 void releaseStartMemory() {
@@ -80,6 +103,7 @@ void releaseStartMemory() {
   PageMap map;
   // Nothing is loaded or unloaded during the visit: the loader holds its lock.
   dl_iterate_phdr(dropConstantPages, &map);
+  dropFontPages(map);
 }
 
 }  // namespace stowboard
