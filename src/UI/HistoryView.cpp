@@ -163,6 +163,8 @@ void HistoryView::follow(const AppState::Clips& clips) {
   for (const ClipItem& clip : clips) ids.insert(clip.id());
   thumbnails_.keepOnly(ids);
   rowView_.keepOnly(ids);
+  // The next appearance reads them again.
+  if (!isVisible()) model_.setClips({});
   if (isPrepared_) preparation_.prepareThumbnails(clips, devicePixelRatioF());
 }
 

@@ -224,6 +224,13 @@ TEST_F(HistoryViewTest, ShowsWhyTheListIsEmpty) {
   EXPECT_EQ(field().placeholderText(), "搜索历史记录…");
 }
 
+TEST_F(HistoryViewTest, KeepsNothingUnseenThatHasLeftTheHistory) {
+  EXPECT_EQ(list().model()->rowCount(), 30);
+  view_->hide();
+  state_->clearAll();
+  EXPECT_EQ(list().model()->rowCount(), 0);
+}
+
 TEST_F(HistoryViewTest, ScreenReadersHearNamesInTheLanguageOfTheSettings) {
   const auto rowName = [&](int row) {
     auto* table = QAccessible::queryAccessibleInterface(&list());
