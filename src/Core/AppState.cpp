@@ -16,6 +16,12 @@ AppState::Clips newest(const AppState::Clips& clips, std::int64_t count) {
   return {clips.begin(), clips.begin() + kept};
 }
 
+auto contains(const SearchQuery& query) {
+  return [&query](const ClipItem& clip) {
+    return clip.textContent() && clip.textContent()->contains(query);
+  };
+}
+
 }  // namespace
 
 AppState::AppState(Clips clips, AppSettings settings)
@@ -40,11 +46,13 @@ AppState::Clips AppState::filteredClips(std::string_view query) const {
   const SearchQuery search(query);
   if (search.empty()) return clips();
   Clips found;
-  std::copy_if(clips().begin(), clips().end(), std::back_inserter(found),
-               [&](const ClipItem& clip) {
-                 return clip.textContent() && clip.textContent()->contains(search);
-               });
+  std::ranges::copy_if(clips(), std::back_inserter(found), contains(search));
   return found;
+}
+
+bool AppState::hasFilteredClips(std::string_view query) const {
+  const SearchQuery search(query);
+  return search.empty() ? !clips().empty() : std::ranges::any_of(clips(), contains(search));
 }
 
 void AppState::clearAll() { clips_.assign({}); }

@@ -41,6 +41,8 @@ class AppState {
   /// The clips whose text contains the query, in history order; all of them when nothing but white
   /// space is asked for. See SearchQuery for the rules.
   Clips filteredClips(std::string_view query) const;
+  /// Whether there is one among them; looks no further than the first.
+  bool hasFilteredClips(std::string_view query) const;
 
   void clearAll();
 

@@ -18,23 +18,18 @@ HistoryPreparation::HistoryPreparation(HistoryRowView& rows, ThumbnailCache& thu
   QObject::connect(&idle_, &QTimer::timeout, &idle_, [this] { runSlice(); });
 }
 
-HistoryPreparation::~HistoryPreparation() {
-  if (isCancelled_) *isCancelled_ = true;
-}
+HistoryPreparation::~HistoryPreparation() { *isCancelled_ = true; }
 
 void HistoryPreparation::start(AppState::Clips clips, qreal devicePixelRatio,
                                std::function<void()> onDidMeasure) {
   clips_ = std::move(clips);
-  next_ = 0;
-  devicePixelRatio_ = devicePixelRatio;
   onDidMeasure_ = std::move(onDidMeasure);
+  prepareThumbnails(clips_, devicePixelRatio);
   prepareSearch();
   idle_.start();
 }
 
 void HistoryPreparation::prepareSearch() {
-  if (isCancelled_) *isCancelled_ = true;
-  isCancelled_ = std::make_shared<std::atomic<bool>>(false);
   searchQueue_.async([clips = clips_, isCancelled = isCancelled_] {
     for (const ClipItem& clip : clips) {
       if (*isCancelled) return;
@@ -53,9 +48,7 @@ void HistoryPreparation::runSlice() {
   QElapsedTimer elapsed;
   elapsed.start();
   while (next_ < clips_.size() && elapsed.elapsed() < sliceMilliseconds) {
-    const ClipItem& clip = clips_[next_++];
-    rows_.measure(clip);
-    if (clip.imageData()) thumbnails_.prepare(clip, devicePixelRatio_);
+    rows_.measure(clips_[next_++]);
   }
   if (next_ < clips_.size()) return;
   idle_.stop();

@@ -21,7 +21,7 @@ class HistoryPreparation {
   HistoryPreparation(HistoryRowView& rows, ThumbnailCache& thumbnails);
   ~HistoryPreparation();
 
-  /// Begins with the first clip. `onDidMeasure` is called once every clip is measured.
+  /// Called once; begins with the first clip. `onDidMeasure` is called when every clip is measured.
   void start(AppState::Clips clips, qreal devicePixelRatio, std::function<void()> onDidMeasure);
 
   /// For clips that have come since. The rest is left to the next opening, where a row takes some
@@ -36,11 +36,11 @@ class HistoryPreparation {
   ThumbnailCache& thumbnails_;
   AppState::Clips clips_;
   std::size_t next_ = 0;
-  qreal devicePixelRatio_ = 1;
   std::function<void()> onDidMeasure_;
   QTimer idle_;
   /// Set when the texts that are being prepared are no longer wanted.
-  std::shared_ptr<std::atomic<bool>> isCancelled_;
+  const std::shared_ptr<std::atomic<bool>> isCancelled_ =
+      std::make_shared<std::atomic<bool>>(false);
   SerialQueue searchQueue_{"search"};
 };
 

@@ -36,7 +36,7 @@ void HistoryViewModel::reset() {
 }
 
 void HistoryViewModel::resetSelectionIfNeeded() {
-  if (visibleClips().empty()) return select(std::nullopt);
+  if (!appState_->hasFilteredClips(query_)) return select(std::nullopt);
   select(0);
 }
 

@@ -71,6 +71,12 @@ QPalette withFullContrast(QPalette palette) {
   return palette;
 }
 
+// Making one anew has every widget laid out again.
+void useStyle(const QString& name) {
+  const bool isUsed = QApplication::style()->objectName().compare(name, Qt::CaseInsensitive) == 0;
+  if (!isUsed) QApplication::setStyle(name);
+}
+
 }  // namespace
 
 Theme::Theme() : desktopStyle_(QApplication::style()->objectName()) {}
@@ -101,7 +107,7 @@ void Theme::apply(const Appearance& appearance) {
   const bool isHigh = appearance.contrast == Contrast::high;
   const bool isDesktopHigh = isHighContrast(desktop);
   const bool isDesktopRight = fits(desktop, appearance.colorScheme) && (isDesktopHigh || !isHigh);
-  QApplication::setStyle(isDesktopRight ? desktopStyle_ : QString(ownStyle));
+  useStyle(isDesktopRight ? desktopStyle_ : QString(ownStyle));
   if (isDesktopRight) {
     if (isDesktopHigh) QApplication::setPalette(withFullContrast(desktop));
     return;
