@@ -133,7 +133,7 @@ void AppCoordinator::prepareHistoryPanel(std::function<void()> onDidPrepare) {
 
 std::unique_ptr<HistoryPanel> AppCoordinator::makeHistoryPanel() {
   HistoryPanel::Desktop desktop;
-  desktop.mainQueue = [&runLoop = *platform_.runLoop](auto task) { runLoop.post(std::move(task)); };
+  desktop.mainQueue = mainQueue();
   desktop.isCompositing = [&compositing = *platform_.compositing] {
     return compositing.isRunning();
   };
@@ -180,20 +180,23 @@ void AppCoordinator::closeHistoryPanel() {
 }
 
 void AppCoordinator::openSettings() {
-  const auto title = L10n::settingsTitle(language());
   if (!settingsWindow_) settingsWindow_ = makeSettingsWindow();
-  settingsWindow_->setTitle(title);
+  settingsWindow_->setTitle(L10n::settingsTitle(language()));
   settingsWindow_->show();
 }
 
 std::unique_ptr<SettingsWindow> AppCoordinator::makeSettingsWindow() {
-  auto viewModel = std::make_unique<SettingsViewModel>(
-      container_->appState(), container_->permissionHelper(), container_->loginItemService(),
-      [&runLoop = *platform_.runLoop](auto task) { runLoop.post(std::move(task)); });
+  auto viewModel =
+      std::make_unique<SettingsViewModel>(container_->appState(), container_->permissionHelper(),
+                                          container_->loginItemService(), mainQueue());
   auto window = std::make_unique<SettingsWindow>(std::move(viewModel), clipboardText());
   window->bringToFront = weakly(
       weak_from_this(), [](AppCoordinator& self, std::uint64_t own) { self.bringToFront(own); });
   return window;
+}
+
+MainQueue AppCoordinator::mainQueue() const {
+  return [&runLoop = *platform_.runLoop](auto task) { runLoop.post(std::move(task)); };
 }
 
 // What our own windows paste: the snapshot, whose owner need not be asked.

@@ -8,6 +8,7 @@
 
 #include "Base/Published.h"
 #include "Core/DependencyContainer.h"
+#include "UI/HistoryViewModel.h"
 #include "UI/TextField.h"
 
 namespace stowboard {
@@ -66,6 +67,7 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
   void setUpStatusItem();
   std::unique_ptr<HistoryPanel> makeHistoryPanel();
   std::unique_ptr<SettingsWindow> makeSettingsWindow();
+  MainQueue mainQueue() const;
   ClipboardText clipboardText() const;
   void bringToFront(std::uint64_t ownWindow);
   void rememberFocus();
