@@ -34,21 +34,6 @@ class Panel(SessionCase):
     def press(self, *keys):
         self.desktop._xdotool("key", *keys)
 
-    def panel(self):
-        """The panel's window; none while it is not on screen."""
-        return self.desktop.output("xdotool", "search", "--onlyvisible", "--class",
-                                   "^Stowboard$").strip()
-
-    def active(self):
-        return self.desktop.output("xdotool", "getactivewindow").strip()
-
-    def wait_for_panel(self):
-        return wait_until(lambda: self.panel() and self.panel() == self.active() and self.panel(),
-                          "the panel is open and active")
-
-    def wait_until_closed(self, how):
-        wait_until(lambda: not self.panel(), f"closed by {how}")
-
     def rect(self, window):
         geometry = self.x.create_resource_object("window", int(window)).get_geometry()
         at = self.x.screen().root.translate_coords(int(window), 0, 0)
@@ -57,7 +42,7 @@ class Panel(SessionCase):
     def open_at(self, x, y):
         self.desktop._xdotool("mousemove", x, y)
         self.press(HOT_KEY)
-        return self.wait_for_panel()
+        return self.stowboard.wait_for_panel()
 
     def dock(self):
         """A window that never takes the focus, as a desktop's own panel is."""
@@ -82,11 +67,11 @@ class Panel(SessionCase):
                 if text:
                     self.desktop.type_text(text)
                 else:
-                    self.wait_for_panel()
+                    self.stowboard.wait_for_panel()
                 self.press(*keys, *([] if "ctrl+3" in keys or "KP_Enter" in keys else ["Return"]))
                 expected += clip
                 self.receiver.wait_for(expected)
-                self.wait_until_closed("the paste")
+                self.stowboard.wait_until_panel_closed()
         self.assertEqual(self.stowboard.texts(), ["[first]", "[second]", "[Übung]"])
 
     def test_a_click_on_a_row_pastes_it(self):
@@ -94,7 +79,7 @@ class Panel(SessionCase):
         x, y, _, _ = self.rect(self.open_at(400, 200))
         self.desktop.click(x + 240, y + 65)
         self.receiver.wait_for("[first]")
-        self.wait_until_closed("the click")
+        self.stowboard.wait_until_panel_closed()
 
     def test_what_closes_it_and_what_does_not(self):
         self.start("[clip]")
@@ -110,10 +95,11 @@ class Panel(SessionCase):
             with self.subTest(how):
                 self.open_at(900, 100)
                 close()
-                self.wait_until_closed(how)
+                self.stowboard.wait_until_panel_closed()
                 self.press("Escape")  # the desktop's menu
                 if is_focus_back:
-                    wait_until(lambda: self.active() == self.receiver.window, "the focus is back")
+                    wait_until(lambda: self.desktop.active_window() == self.receiver.window,
+                               "the focus is back")
                 self.desktop.window(self.receiver.title)
         x, y, _, _ = self.rect(self.open_at(900, 100))
         click(1050, 715, button=5)
@@ -124,7 +110,7 @@ class Panel(SessionCase):
         time.sleep(0.3)
         self.x.ungrab_keyboard(X.CurrentTime)
         self.x.sync()
-        self.wait_for_panel()
+        self.stowboard.wait_for_panel()
         self.press("Return")
         self.receiver.wait_for("[clip]")
 
@@ -133,25 +119,25 @@ class Panel(SessionCase):
                                    "request", "--height", "24"])
         self.addCleanup(self.desktop.stop_program, tray)
         self.start("[clip]")
-        icon = int(wait_until(self.panel, "the icon is in the tray"))
+        icon = int(wait_until(self.stowboard.tray_icon, "the icon is in the tray"))
         x, y, width, height = self.rect(icon)
         click = lambda: self.desktop.click(x + width // 2, y + height // 2)
         for _ in range(2):
-            before = self.active()
+            before = self.desktop.active_window()
             click()
-            wait_until(lambda: self.active() != before, "the panel is open")
-            self.assertLessEqual(sum(self.rect(self.active())[1::2]), y)
+            wait_until(lambda: self.desktop.active_window() != before, "the panel is open")
+            self.assertLessEqual(sum(self.rect(self.desktop.active_window())[1::2]), y)
             click()
-            wait_until(lambda: self.active() == before, "the panel is closed")
+            wait_until(lambda: self.desktop.active_window() == before, "the panel is closed")
             self.stowboard.settle()
-            self.assertEqual(self.active(), before)
+            self.assertEqual(self.desktop.active_window(), before)
 
     def test_a_second_launch_opens_it(self):
         self.start("[clip]")
         for _ in range(2):
             second = self.desktop.start([PROGRAM])
             self.assertEqual(second.wait(60), 0)
-            self.wait_for_panel()
+            self.stowboard.wait_for_panel()
         self.press("Return")
         self.receiver.wait_for("[clip]")
 
@@ -192,7 +178,7 @@ class Panel(SessionCase):
                 for name in ("SKIP_TASKBAR", "SKIP_PAGER", "ABOVE"):
                     self.assertIn(name, state)
                 self.press("Escape")
-                self.wait_until_closed("Escape")
+                self.stowboard.wait_until_panel_closed()
 
     def test_opens_on_the_desktop_and_over_the_full_screen_window_that_the_user_is_in(self):
         self.start("[clip]")
@@ -200,7 +186,7 @@ class Panel(SessionCase):
         self.desktop.output("xdotool", "set_desktop", "1")
         self.addCleanup(self.desktop.output, "xdotool", "set_desktop", "0")
         self.press("Escape")
-        self.wait_until_closed("Escape")
+        self.stowboard.wait_until_panel_closed()
         window = self.desktop.start(["xterm", "-fullscreen", "-T", "Wall"])
         self.addCleanup(self.desktop.stop_program, window)
         self.desktop.window("Wall")
@@ -209,7 +195,7 @@ class Panel(SessionCase):
         stacking = self.desktop.output("xprop", "-root", "_NET_CLIENT_LIST_STACKING")
         self.assertEqual(int(stacking.split()[-1], 16), int(panel))
         self.press("Escape")
-        self.wait_until_closed("Escape")
+        self.stowboard.wait_until_panel_closed()
 
 
 if __name__ == "__main__":
