@@ -25,12 +25,17 @@ void HistoryPreparation::start(AppState::Clips clips, qreal devicePixelRatio,
   clips_ = std::move(clips);
   onDidMeasure_ = std::move(onDidMeasure);
   prepareThumbnails(clips_, devicePixelRatio);
-  prepareSearch();
+  prepareSearch(clips_);
   idle_.start();
 }
 
-void HistoryPreparation::prepareSearch() {
-  searchQueue_.async([clips = clips_, isCancelled = isCancelled_] {
+void HistoryPreparation::follow(const AppState::Clips& clips, qreal devicePixelRatio) {
+  prepareThumbnails(clips, devicePixelRatio);
+  if (!clips.empty()) prepareSearch({clips.front()});
+}
+
+void HistoryPreparation::prepareSearch(AppState::Clips clips) {
+  searchQueue_.async([clips = std::move(clips), isCancelled = isCancelled_] {
     for (const ClipItem& clip : clips) {
       if (*isCancelled) return;
       if (clip.textContent()) clip.textContent()->prepareForSearch();

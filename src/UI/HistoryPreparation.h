@@ -24,13 +24,15 @@ class HistoryPreparation {
   /// Called once; begins with the first clip. `onDidMeasure` is called when every clip is measured.
   void start(AppState::Clips clips, qreal devicePixelRatio, std::function<void()> onDidMeasure);
 
-  /// For clips that have come since. The rest is left to the next opening, where a row takes some
-  /// 25 µs: a program that only records touches as little as it can.
-  void prepareThumbnails(const AppState::Clips& clips, qreal devicePixelRatio);
+  /// After each later change of the history, which may have brought a new first clip. Rows are left
+  /// to the next opening, where one takes some 25 µs: a program that only records touches as little
+  /// as it can.
+  void follow(const AppState::Clips& clips, qreal devicePixelRatio);
 
  private:
   void runSlice();
-  void prepareSearch();
+  void prepareThumbnails(const AppState::Clips& clips, qreal devicePixelRatio);
+  void prepareSearch(AppState::Clips clips);
 
   HistoryRowView& rows_;
   ThumbnailCache& thumbnails_;

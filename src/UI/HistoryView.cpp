@@ -165,7 +165,7 @@ void HistoryView::follow(const AppState::Clips& clips) {
   rowView_.keepOnly(ids);
   // The next appearance reads them again.
   if (!isVisible()) model_.setClips({});
-  if (isPrepared_) preparation_.prepareThumbnails(clips, devicePixelRatioF());
+  if (isPrepared_) preparation_.follow(clips, devicePixelRatioF());
 }
 
 // Lays the rows out, and has fonts, glyphs and symbols loaded by drawing once.
