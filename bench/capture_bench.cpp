@@ -15,9 +15,9 @@
 
 #include "Platform/Qt/QtImageCodec.h"
 #include "Platform/X11/QueueingRunLoop.h"
-#include "Platform/X11/ScriptedOwner.h"
+#include "Platform/X11/Selection/ScriptedOwner.h"
+#include "Platform/X11/Selection/X11Pasteboard.h"
 #include "Platform/X11/X11Connection.h"
-#include "Platform/X11/X11Pasteboard.h"
 
 namespace stowboard {
 namespace {

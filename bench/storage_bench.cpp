@@ -11,7 +11,7 @@
 #include <iterator>
 #include <memory>
 
-#include "Models/JsonForm.h"
+#include "Models/Json/JsonForm.h"
 #include "SampleHistory.h"
 #include "Services/StorageManager.h"
 

@@ -10,9 +10,9 @@
 #include <string_view>
 #include <vector>
 
-#include "Base/SearchQuery.h"
-#include "Base/Text.h"
-#include "Base/Utf8.h"
+#include "Base/Unicode/SearchQuery.h"
+#include "Base/Unicode/Text.h"
+#include "Base/Unicode/Utf8.h"
 
 namespace {
 

@@ -17,8 +17,8 @@
 #include <random>
 
 #include "SampleHistory.h"
-#include "UI/ClipPreview.h"
-#include "UI/HistoryView.h"
+#include "UI/Panel/ClipPreview.h"
+#include "UI/Panel/HistoryView.h"
 
 namespace stowboard {
 namespace {

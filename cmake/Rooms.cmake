@@ -1,14 +1,16 @@
-# add_room(<name> [SOURCES dir...] [LINK targets...])
+# add_room(<name> [ONLY regex] [EXCEPT regex] LINK targets...)
 #
-# One static library per room: every .cpp of the given folders, not of their subfolders. New files
-# are picked up by the next build without touching a list.
+# A static library of every .cpp in this folder and its wings; ONLY and EXCEPT choose among their
+# paths. New files are picked up by the next build without touching a list.
 function(add_room name)
-  cmake_parse_arguments(ROOM "" "" "SOURCES;LINK" ${ARGN})
-  set(globs)
-  foreach(dir ${ROOM_SOURCES})
-    list(APPEND globs ${CMAKE_CURRENT_SOURCE_DIR}/${dir}/*.cpp)
-  endforeach()
-  file(GLOB sources CONFIGURE_DEPENDS ${globs})
+  cmake_parse_arguments(ROOM "" "ONLY;EXCEPT" "LINK" ${ARGN})
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS *.cpp)
+  if(ROOM_ONLY)
+    list(FILTER sources INCLUDE REGEX "${ROOM_ONLY}")
+  endif()
+  if(ROOM_EXCEPT)
+    list(FILTER sources EXCLUDE REGEX "${ROOM_EXCEPT}")
+  endif()
   add_library(${name} STATIC ${sources})
   set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX)
   target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR}/src)

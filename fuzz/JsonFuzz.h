@@ -6,7 +6,7 @@
 #include <utility>
 #include <variant>
 
-#include "Models/JsonForm.h"
+#include "Models/Json/JsonForm.h"
 
 namespace stowboard {
 

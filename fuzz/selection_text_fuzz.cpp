@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include "Base/Utf8.h"
-#include "Platform/X11/TextDecoding.h"
-#include "Platform/X11/TransferBuffer.h"
+#include "Base/Unicode/Utf8.h"
+#include "Platform/Clipboard/TextDecoding.h"
+#include "Platform/Clipboard/TransferBuffer.h"
 
 namespace {
 

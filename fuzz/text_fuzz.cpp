@@ -9,9 +9,9 @@
 #include <string>
 #include <string_view>
 
-#include "Base/CaseFolding.h"
-#include "Base/SearchQuery.h"
-#include "Base/Text.h"
+#include "Base/Unicode/CaseFolding.h"
+#include "Base/Unicode/SearchQuery.h"
+#include "Base/Unicode/Text.h"
 
 namespace {
 

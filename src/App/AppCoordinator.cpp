@@ -9,8 +9,8 @@
 #include "App/HelpDocument.h"
 #include "Base/Log.h"
 #include "MenuBar/MenuBarController.h"
-#include "UI/HistoryPanel.h"
-#include "UI/SettingsWindow.h"
+#include "UI/Panel/HistoryPanel.h"
+#include "UI/Settings/SettingsWindow.h"
 #include "Utils/AppBuildInfo.h"
 #include "Utils/L10n.h"
 

@@ -8,8 +8,8 @@
 
 #include "Base/Published.h"
 #include "Core/DependencyContainer.h"
-#include "UI/HistoryViewModel.h"
-#include "UI/TextField.h"
+#include "UI/Controls/TextField.h"
+#include "UI/Panel/HistoryViewModel.h"
 
 namespace stowboard {
 

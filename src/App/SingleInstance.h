@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "Platform/Bundle.h"
-#include "Platform/Desktop/DBusApplication.h"
+#include "Platform/Desktop/Bus/DBusApplication.h"
 
 namespace stowboard {
 

@@ -14,7 +14,7 @@
 #include "Platform/Desktop/XdgBundle.h"
 #include "Platform/select.h"
 #include "Services/ThumbnailGenerator.h"
-#include "UI/Theme.h"
+#include "UI/Looks/Theme.h"
 
 namespace stowboard {
 

@@ -19,7 +19,7 @@
 #include <utility>
 
 #include "Base/SignalFreeThread.h"
-#include "Base/Text.h"
+#include "Base/Unicode/Text.h"
 
 namespace stowboard {
 

@@ -5,7 +5,7 @@
 #include <iterator>
 #include <utility>
 
-#include "Base/SearchQuery.h"
+#include "Base/Unicode/SearchQuery.h"
 
 namespace stowboard {
 

@@ -4,7 +4,7 @@
 #include <QPainter>
 #include <QPalette>
 
-#include "UI/Icons.h"
+#include "UI/Looks/Icons.h"
 
 namespace stowboard {
 

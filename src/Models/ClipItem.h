@@ -5,8 +5,8 @@
 #include <string_view>
 
 #include "Base/Bytes.h"
-#include "Base/Text.h"
 #include "Base/Timestamp.h"
+#include "Base/Unicode/Text.h"
 #include "Base/Uuid.h"
 #include "Models/ClipType.h"
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "Base/Bytes.h"
-#include "Base/Text.h"
+#include "Base/Unicode/Text.h"
 #include "Platform/Image.h"
 
 namespace stowboard {

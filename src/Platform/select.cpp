@@ -5,19 +5,19 @@
 #include <utility>
 
 #include "Base/Log.h"
-#include "Platform/Desktop/InstalledApplications.h"
-#include "Platform/Desktop/PortalAppearance.h"
+#include "Platform/Desktop/Applications/InstalledApplications.h"
+#include "Platform/Desktop/Bus/PortalAppearance.h"
 #include "Platform/Desktop/XdgAutostart.h"
 #include "Platform/Inert.h"
 #include "Platform/Qt/QtImageCodec.h"
 #include "Platform/Qt/QtRunLoop.h"
-#include "Platform/X11/X11AccessibilityTrust.h"
-#include "Platform/X11/X11Compositing.h"
-#include "Platform/X11/X11HotKeys.h"
-#include "Platform/X11/X11KeyEventPoster.h"
-#include "Platform/X11/X11Pasteboard.h"
-#include "Platform/X11/X11TransientWindows.h"
-#include "Platform/X11/X11Workspace.h"
+#include "Platform/X11/Keys/X11AccessibilityTrust.h"
+#include "Platform/X11/Keys/X11HotKeys.h"
+#include "Platform/X11/Keys/X11KeyEventPoster.h"
+#include "Platform/X11/Selection/X11Pasteboard.h"
+#include "Platform/X11/Windows/X11Compositing.h"
+#include "Platform/X11/Windows/X11TransientWindows.h"
+#include "Platform/X11/Windows/X11Workspace.h"
 
 namespace stowboard {
 

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "Base/Log.h"
-#include "Models/JsonForm.h"
+#include "Models/Json/JsonForm.h"
 #include "Utils/AtomicFile.h"
 #include "Utils/PrivateFiles.h"
 

@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-#include "Platform/Desktop/PortalAppearance.h"
+#include "Platform/Desktop/Bus/PortalAppearance.h"
 #include "Platform/QtTurns.h"
-#include "Platform/X11/X11Compositing.h"
+#include "Platform/X11/Windows/X11Compositing.h"
 
 namespace stowboard {
 namespace {

@@ -1,1 +1,0 @@
-add_bench(heartbeat_bench LINK stowboard_app)

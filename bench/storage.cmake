@@ -1,1 +1,0 @@
-add_bench(storage_bench LINK stowboard_services)

@@ -1,1 +1,0 @@
-add_bench(text_bench LINK stowboard_base)

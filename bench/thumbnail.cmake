@@ -1,1 +1,0 @@
-add_bench(thumbnail_bench LINK stowboard_services stowboard_platform)

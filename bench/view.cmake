@@ -1,1 +1,0 @@
-add_bench(view_bench LINK stowboard_ui)

@@ -1,1 +1,0 @@
-add_fuzz_target(text_fuzz LINK stowboard_base)

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Platform/Clipboard/ClipboardSnapshot.h"
+
+namespace stowboard {
+
+/// A content as other programs are offered it: the targets that it can be converted into, and what
+/// each conversion gives. Belongs to one thread, apart from convert().
+class ClipboardOffer {
+ public:
+  struct Conversion {
+    /// The name of the type that the answer is marked with.
+    std::string type;
+    Bytes content;
+  };
+
+  explicit ClipboardOffer(std::shared_ptr<const ClipboardSnapshot> snapshot)
+      : snapshot_(std::move(snapshot)) {}
+
+  /// Those that carry content, the richest first. A text is only offered in an encoding that holds
+  /// all of it.
+  const std::vector<std::string>& targets();
+  bool offers(std::string_view target);
+
+  /// True when converting into the target is but a matter of handing out what is there, or when the
+  /// outcome was kept.
+  bool isAtHand(std::string_view target) const;
+  /// The kept outcome, or else convert().
+  std::optional<Conversion> conversion(std::string_view target) const;
+
+  /// Converts. On any thread; encoding an image or a long text takes its time. Absent when the
+  /// target is not offered or its encoder fails.
+  std::optional<Conversion> convert(std::string_view target) const;
+  void keep(const std::string& target, std::optional<Conversion> outcome) {
+    kept_.insert_or_assign(target, std::move(outcome));
+  }
+
+ private:
+  std::vector<std::string> findTargets() const;
+  std::optional<Conversion> convertText(std::string_view target) const;
+  const Bytes* shared(std::string_view target) const;
+
+  const std::shared_ptr<const ClipboardSnapshot> snapshot_;
+  std::optional<std::vector<std::string>> targets_;
+  std::map<std::string, std::optional<Conversion>, std::less<>> kept_;
+};
+
+}  // namespace stowboard

@@ -1,0 +1,240 @@
+#include "Platform/X11/Keys/X11HotKeys.h"
+
+#include <QObject>
+#include <QSocketNotifier>
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "Base/Log.h"
+#include "Platform/X11/Keys/XkbProtocol.h"
+
+namespace stowboard {
+
+namespace {
+
+// The server does not send core MappingNotify events to a connection that uses XKB.
+void followMap(xcb_connection_t* connection) {
+  constexpr std::uint16_t events =
+      XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
+  constexpr std::uint16_t parts = XCB_XKB_MAP_PART_KEY_SYMS | XCB_XKB_MAP_PART_MODIFIER_MAP;
+  xcb_xkb_select_events(connection, XCB_XKB_ID_USE_CORE_KBD, events, 0, events, parts, parts,
+                        nullptr);
+}
+
+// A key that is held then sends presses only, without a release before each.
+void askDetectableRepeat(xcb_connection_t* connection) {
+  constexpr std::uint32_t detectable = XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT;
+  xcb_discard_reply(connection, xcb_xkb_per_client_flags(connection, XCB_XKB_ID_USE_CORE_KBD,
+                                                         detectable, detectable, 0, 0, 0)
+                                    .sequence);
+  xcb_flush(connection);
+}
+
+// Every combination of the lock modifiers, none included.
+std::vector<std::uint16_t> combinations(std::uint8_t locks) {
+  std::vector<std::uint16_t> all;
+  for (unsigned bits = locks;; bits = (bits - 1) & locks) {
+    all.push_back(static_cast<std::uint16_t>(bits));
+    if (bits == 0) return all;
+  }
+}
+
+}  // namespace
+
+/// Hands the events of the hot keys' connection on, on the main loop.
+class X11HotKeys::Events {
+ public:
+  Events(X11HotKeys& hotKeys, RunLoop& loop)
+      : hotKeys_(hotKeys),
+        loop_(loop),
+        notifier_(hotKeys.connection_->fileDescriptor(), QSocketNotifier::Read) {
+    QObject::connect(&notifier_, &QSocketNotifier::activated, [this] { handleNew(); });
+  }
+
+  // Waiting for an answer takes events off the socket, which is then silent about them.
+  void handleQueuedLater() {
+    loop_.post([self = std::weak_ptr(self_)] {
+      if (const auto events = self.lock()) (*events)->handleNew();
+    });
+  }
+
+ private:
+  void handleNew() {
+    do {
+      while (const auto event = hotKeys_.connection_->nextEvent()) hotKeys_.handle(*event);
+      // Asks the server, which may bring further events in.
+    } while (std::exchange(hotKeys_.keyboardChanged_, false) && (hotKeys_.followKeyboard(), true));
+    if (!hotKeys_.connection_->isBroken() || !notifier_.isEnabled()) return;
+    notifier_.setEnabled(false);
+    Log::hotKey.error("The connection to the X server broke; hot keys no longer work");
+  }
+
+  X11HotKeys& hotKeys_;
+  RunLoop& loop_;
+  QSocketNotifier notifier_;
+  const std::shared_ptr<Events*> self_ = std::make_shared<Events*>(this);
+};
+
+std::unique_ptr<X11HotKeys> X11HotKeys::create(RunLoop& loop, const std::string& display) {
+  auto connection = X11Connection::open(display);
+  if (!connection) return nullptr;
+  return std::unique_ptr<X11HotKeys>(new X11HotKeys(std::move(connection), loop));
+}
+
+X11HotKeys::X11HotKeys(std::unique_ptr<X11Connection> connection, RunLoop& loop)
+    : connection_(std::move(connection)), keyboard_(X11KeyboardMap::read(xcb())) {
+  if (const auto* xkb = xcb_get_extension_data(connection_->xcb(), &xcb_xkb_id); xkb->present) {
+    firstXkbEvent_ = xkb->first_event;
+    followMap(xcb());
+    askDetectableRepeat(xcb());
+  }
+  events_ = std::make_unique<Events>(*this, loop);
+  events_->handleQueuedLater();
+}
+
+X11HotKeys::~X11HotKeys() = default;
+
+HotKeyCenter::Status X11HotKeys::installEventHandler(Handler handler) {
+  handler_ = std::move(handler);
+  return noError;
+}
+
+HotKeyCenter::Registration X11HotKeys::registerHotKey(const HotKeyConfig& config,
+                                                      const HotKeyIdentity& identity) {
+  HotKey hotKey{config, identity, std::nullopt};
+  const Status status = take(hotKey);
+  if (status != noError) return {status, 0};
+  hotKeys_.emplace(++lastReference_, std::move(hotKey));
+  return {noError, lastReference_};
+}
+
+void X11HotKeys::unregisterHotKey(Reference reference) {
+  const auto hotKey = hotKeys_.extract(reference);
+  if (!hotKey || !hotKey.mapped().chord || isTaken(*hotKey.mapped().chord)) return;
+  ungrab(*hotKey.mapped().chord);
+  xcb_flush(xcb());
+}
+
+HotKeyCenter::Status X11HotKeys::take(HotKey& hotKey) {
+  Chord chord;
+  if (const Status status = resolve(hotKey.config, chord); status != noError) return status;
+  if (!isTaken(chord)) {
+    if (const Status status = grab(chord); status != noError) return status;
+  }
+  hotKey.chord = chord;
+  return noError;
+}
+
+HotKeyCenter::Status X11HotKeys::resolve(const HotKeyConfig& config, Chord& chord) const {
+  const auto key = x11KeyCode(config.keyCode);
+  if (!key) return noSuchKey;
+  const auto modifiers = keyboard_.modifiersForMask(config.modifiers);
+  if (!modifiers) return noSuchModifier;
+  chord = {*key, *modifiers};
+  return noError;
+}
+
+bool X11HotKeys::isTaken(const Chord& chord) const {
+  return std::ranges::any_of(hotKeys_,
+                             [&](const auto& each) { return each.second.chord == chord; });
+}
+
+// Answers all come with the first: one round trip.
+HotKeyCenter::Status X11HotKeys::grab(const Chord& chord) {
+  std::vector<xcb_void_cookie_t> asked;
+  for (const auto locks : combinations(keyboard_.lockModifiers())) {
+    asked.push_back(xcb_grab_key_checked(xcb(), 0, connection_->root(),
+                                         static_cast<std::uint16_t>(chord.modifiers | locks),
+                                         chord.key, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+  }
+  Status status = noError;
+  for (const auto& each : asked) {
+    const XcbPointer<xcb_generic_error_t> error(xcb_request_check(xcb(), each));
+    if (error) status = error->error_code;
+  }
+  if (connection_->isBroken()) return notConnected;
+  if (status != noError) ungrab(chord);
+  xcb_flush(xcb());
+  events_->handleQueuedLater();
+  return status;
+}
+
+void X11HotKeys::ungrab(const Chord& chord) {
+  for (const auto locks : combinations(keyboard_.lockModifiers())) {
+    xcb_ungrab_key(xcb(), chord.key, connection_->root(),
+                   static_cast<std::uint16_t>(chord.modifiers | locks));
+  }
+}
+
+void X11HotKeys::handle(const xcb_generic_event_t& event) {
+  const auto type = event.response_type & 0x7f;
+  // All XKB events have one number; others than those of the map are not asked for.
+  if (type == firstXkbEvent_) keyboardChanged_ = true;
+  switch (type) {
+    case XCB_KEY_PRESS:
+      handlePress(reinterpret_cast<const xcb_key_press_event_t&>(event));
+      break;
+    case XCB_KEY_RELEASE:
+      handleRelease(reinterpret_cast<const xcb_key_release_event_t&>(event));
+      break;
+    case XCB_MAPPING_NOTIFY:
+      keyboardChanged_ = true;
+      break;
+    default:
+      break;
+  }
+}
+
+// While one hot key has the keyboard, others pressed with it come here too.
+void X11HotKeys::handlePress(const xcb_key_press_event_t& press) {
+  if (pressed_.test(press.detail)) return;
+  if (pressed_.none()) grabbingKey_ = press.detail;
+  pressed_.set(press.detail);
+  const auto modifiers =
+      static_cast<std::uint8_t>(press.state & 0xffU & ~unsigned{keyboard_.lockModifiers()});
+  const auto found = std::ranges::find_if(hotKeys_, [&](const auto& each) {
+    return each.second.chord == Chord{press.detail, modifiers};
+  });
+  if (found == hotKeys_.end() || !handler_) return;
+  // Copies, because the handler may end the registration.
+  const auto identity = found->second.identity;
+  const auto handler = handler_;
+  handler(identity);
+}
+
+void X11HotKeys::handleRelease(const xcb_key_release_event_t& release) {
+  pressed_.reset(release.detail);
+  // The releases of the others go elsewhere from now on.
+  if (release.detail == grabbingKey_) pressed_.reset();
+}
+
+// The server announces a changed mapping also when only the device changed that was typed on last:
+// taking the keys anew each time would lose presses.
+void X11HotKeys::followKeyboard() {
+  auto keyboard = X11KeyboardMap::read(xcb());
+  if (connection_->isBroken()) return;
+  const auto carriesTheSame = [&](std::uint32_t mask) {
+    return keyboard.modifiersForMask(mask) == keyboard_.modifiersForMask(mask);
+  };
+  const bool isSame = keyboard.lockModifiers() == keyboard_.lockModifiers() &&
+                      carriesTheSame(ModifierMask::command) && carriesTheSame(ModifierMask::option);
+  if (!isSame) {
+    for (auto& [reference, hotKey] : hotKeys_) {
+      if (const auto chord = std::exchange(hotKey.chord, std::nullopt)) ungrab(*chord);
+    }
+  }
+  keyboard_ = std::move(keyboard);
+  if (!isSame) takeAllAnew();
+}
+
+void X11HotKeys::takeAllAnew() {
+  for (auto& [reference, hotKey] : hotKeys_) {
+    if (const Status status = take(hotKey); status != noError) {
+      Log::hotKey.error("The keyboard changed and {} is not to be had any more ({})",
+                        hotKey.config.displayString(), status);
+    }
+  }
+}
+
+}  // namespace stowboard

@@ -1,0 +1,193 @@
+#include "Platform/X11/Keys/X11Keys.h"
+
+#include <xkbcommon/xkbcommon-keysyms.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "Models/HotKeyConfig.h"
+#include "Platform/X11/Keys/XkbProtocol.h"
+#include "Platform/X11/X11Connection.h"
+
+namespace stowboard {
+
+namespace {
+
+struct KeyPosition {
+  std::uint32_t virtualKeyCode;
+  xcb_keycode_t keyCode;
+};
+
+// Virtual key codes number the positions of an ANSI keyboard in a historic order; X key codes are
+// those of linux/input-event-codes.h plus 8.
+// clang-format off
+constexpr std::array positions = std::to_array<KeyPosition>({
+    // The digit row.
+    {50, 49}, {18, 10}, {19, 11}, {20, 12}, {21, 13}, {23, 14}, {22, 15}, {26, 16}, {28, 17},
+    {25, 18}, {29, 19}, {27, 20}, {24, 21}, {51, 22},
+    // The row of Q.
+    {48, 23}, {12, 24}, {13, 25}, {14, 26}, {15, 27}, {17, 28}, {16, 29}, {32, 30}, {34, 31},
+    {31, 32}, {35, 33}, {33, 34}, {30, 35}, {42, 51},
+    // The row of A.
+    {0, 38}, {1, 39}, {2, 40}, {3, 41}, {5, 42}, {4, 43}, {38, 44}, {40, 45}, {37, 46}, {41, 47},
+    {39, 48}, {36, 36},
+    // The row of Z; 10 is the key beside the left Shift of ISO keyboards.
+    {10, 94}, {6, 52}, {7, 53}, {8, 54}, {9, 55}, {11, 56}, {45, 57}, {46, 58}, {43, 59},
+    {47, 60}, {44, 61}, {49, 65},
+    // Modifiers.
+    {53, 9}, {54, 134}, {55, 133}, {56, 50}, {57, 66}, {58, 64}, {59, 37}, {60, 62}, {61, 108},
+    {62, 105},
+    // Functions.
+    {122, 67}, {120, 68}, {99, 69}, {118, 70}, {96, 71}, {97, 72}, {98, 73}, {100, 74}, {101, 75},
+    {109, 76}, {103, 95}, {111, 96}, {105, 191}, {107, 192}, {113, 193}, {106, 194}, {64, 195},
+    {79, 196}, {80, 197}, {90, 198},
+    // Moving about.
+    {114, 118}, {115, 110}, {116, 112}, {117, 119}, {119, 115}, {121, 117}, {123, 113},
+    {124, 114}, {125, 116}, {126, 111},
+    // The keypad.
+    {65, 91}, {67, 63}, {69, 86}, {71, 77}, {75, 106}, {76, 104}, {78, 82}, {81, 125}, {82, 90},
+    {83, 87}, {84, 88}, {85, 89}, {86, 83}, {87, 84}, {88, 85}, {89, 79}, {91, 80}, {92, 81},
+});
+// clang-format on
+
+constexpr std::array lockSymbols = std::to_array<xcb_keysym_t>(
+    {XKB_KEY_Caps_Lock, XKB_KEY_Shift_Lock, XKB_KEY_Num_Lock, XKB_KEY_Scroll_Lock, XKB_KEY_ISO_Lock,
+     XKB_KEY_ISO_Level3_Lock, XKB_KEY_ISO_Level5_Lock, XKB_KEY_ISO_Next_Group,
+     XKB_KEY_ISO_Prev_Group, XKB_KEY_ISO_First_Group, XKB_KEY_ISO_Last_Group});
+
+std::uint8_t lowestBit(std::uint8_t bits) { return bits & static_cast<std::uint8_t>(-bits); }
+
+bool startXkb(xcb_connection_t* connection) {
+  const auto* extension = xcb_get_extension_data(connection, &xcb_xkb_id);
+  if (extension == nullptr || extension->present == 0) return false;
+  const XcbPointer<xcb_xkb_use_extension_reply_t> use(
+      xcb_xkb_use_extension_reply(connection, xcb_xkb_use_extension(connection, 1, 0), nullptr));
+  return use != nullptr && use->supported != 0;
+}
+
+xcb_xkb_get_map_cookie_t askSymbols(xcb_connection_t* connection) {
+  return xcb_xkb_get_map(connection, XCB_XKB_ID_USE_CORE_KBD, XCB_XKB_MAP_PART_KEY_SYMS, 0, 0, 0, 0,
+                         0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
+}
+
+// Each key has its groups one after the other, all `width` symbols wide.
+std::vector<xcb_keysym_t> firstLevel(const xcb_xkb_key_sym_map_t& key) {
+  const auto* symbols = xcb_xkb_key_sym_map_syms(&key);
+  const auto count = static_cast<std::size_t>(xcb_xkb_key_sym_map_syms_length(&key));
+  std::vector<xcb_keysym_t> first;
+  for (std::size_t group = 0; group < (key.groupInfo & 0x0fU); ++group) {
+    if (group * key.width < count) first.push_back(symbols[group * key.width]);
+  }
+  return first;
+}
+
+}  // namespace
+
+std::optional<xcb_keycode_t> x11KeyCode(std::uint32_t virtualKeyCode) {
+  const auto* found = std::ranges::find(positions, virtualKeyCode, &KeyPosition::virtualKeyCode);
+  return found == positions.end() ? std::nullopt : std::optional(found->keyCode);
+}
+
+X11KeyboardMap X11KeyboardMap::read(xcb_connection_t* connection) {
+  X11KeyboardMap map;
+  const auto asked = xcb_get_modifier_mapping(connection);
+  if (startXkb(connection)) map.readSymbols(connection);
+  map.readModifiers(connection, asked);
+  return map;
+}
+
+void X11KeyboardMap::readSymbols(xcb_connection_t* connection) {
+  const XcbPointer<xcb_xkb_get_map_reply_t> reply(
+      xcb_xkb_get_map_reply(connection, askSymbols(connection), nullptr));
+  if (!reply || (reply->present & XCB_XKB_MAP_PART_KEY_SYMS) == 0) return;
+  xcb_xkb_get_map_map_t map;
+  xcb_xkb_get_map_map_unpack(xcb_xkb_get_map_map(reply.get()), reply->nTypes, reply->nKeySyms,
+                             reply->nKeyActions, reply->totalActions, reply->totalKeyBehaviors,
+                             reply->virtualMods, reply->totalKeyExplicit, reply->totalModMapKeys,
+                             reply->totalVModMapKeys, reply->present, &map);
+  auto key = xcb_xkb_get_map_map_syms_rtrn_iterator(reply.get(), &map);
+  for (std::size_t code = reply->firstKeySym; key.rem > 0 && code < symbols_.size(); ++code) {
+    symbols_[code] = firstLevel(*key.data);
+    xcb_xkb_key_sym_map_next(&key);
+  }
+}
+
+void X11KeyboardMap::readModifiers(xcb_connection_t* connection,
+                                   xcb_get_modifier_mapping_cookie_t asked) {
+  const XcbPointer<xcb_get_modifier_mapping_reply_t> reply(
+      xcb_get_modifier_mapping_reply(connection, asked, nullptr));
+  if (!reply) return;
+  const auto* keys = xcb_get_modifier_mapping_keycodes(reply.get());
+  const auto count = static_cast<unsigned>(xcb_get_modifier_mapping_keycodes_length(reply.get()));
+  for (unsigned each = 0; each < count; ++each) {
+    const auto bit = static_cast<std::uint8_t>(1U << (each / reply->keycodes_per_modifier));
+    if (keys[each] != 0) modifiers_[keys[each]] |= bit;
+  }
+}
+
+bool X11KeyboardMap::hasSymbol(xcb_keycode_t key, xcb_keysym_t symbol) const {
+  return std::ranges::find(symbols_[key], symbol) != symbols_[key].end();
+}
+
+bool X11KeyboardMap::isHoldModifier(xcb_keycode_t key) const {
+  if ((modifiers_[key] & ~XCB_MOD_MASK_LOCK) == 0) return false;
+  return std::ranges::none_of(lockSymbols,
+                              [&](xcb_keysym_t symbol) { return hasSymbol(key, symbol); });
+}
+
+std::vector<xcb_keycode_t> X11KeyboardMap::keysHolding(std::uint8_t modifier) const {
+  std::vector<xcb_keycode_t> keys;
+  for (std::size_t key = 0; key < modifiers_.size(); ++key) {
+    const auto code = static_cast<xcb_keycode_t>(key);
+    if (modifiers_[key] == modifier && isHoldModifier(code)) keys.push_back(code);
+  }
+  return keys;
+}
+
+std::uint8_t X11KeyboardMap::modifierOf(std::initializer_list<xcb_keysym_t> symbols) const {
+  constexpr int taken = XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_LOCK | XCB_MOD_MASK_CONTROL;
+  for (const auto symbol : symbols) {
+    for (std::size_t key = 0; key < modifiers_.size(); ++key) {
+      const auto bits = static_cast<std::uint8_t>(modifiers_[key] & ~taken);
+      if (bits != 0 && hasSymbol(static_cast<xcb_keycode_t>(key), symbol)) return lowestBit(bits);
+    }
+  }
+  return 0;
+}
+
+std::optional<std::uint8_t> X11KeyboardMap::modifiersForMask(std::uint32_t mask) const {
+  const auto super = modifierOf({XKB_KEY_Super_L, XKB_KEY_Super_R});
+  const auto alt = modifierOf({XKB_KEY_Alt_L, XKB_KEY_Alt_R});
+  const auto meta = modifierOf({XKB_KEY_Meta_L, XKB_KEY_Meta_R});
+  const auto wanted = std::to_array<std::pair<std::uint32_t, std::uint8_t>>(
+      {{ModifierMask::command, super != 0 ? super : meta},
+       {ModifierMask::option, alt != 0 ? alt : meta},
+       {ModifierMask::shift, std::uint8_t{XCB_MOD_MASK_SHIFT}},
+       {ModifierMask::control, std::uint8_t{XCB_MOD_MASK_CONTROL}}});
+  std::uint8_t modifiers = 0;
+  for (const auto& [bit, modifier] : wanted) {
+    if ((mask & bit) == 0) continue;
+    if (modifier == 0) return std::nullopt;
+    modifiers |= modifier;
+  }
+  return modifiers;
+}
+
+std::uint8_t X11KeyboardMap::lockModifiers() const {
+  return XCB_MOD_MASK_LOCK | modifierOf({XKB_KEY_Num_Lock}) | modifierOf({XKB_KEY_Scroll_Lock});
+}
+
+std::optional<xcb_keycode_t> X11KeyboardMap::keyFor(xcb_keysym_t symbol, std::size_t group) const {
+  std::optional<std::pair<std::size_t, xcb_keycode_t>> best;
+  for (std::size_t key = 0; key < symbols_.size(); ++key) {
+    for (std::size_t each = 0; each < symbols_[key].size(); ++each) {
+      if (symbols_[key][each] != symbol) continue;
+      // The current group counts as the one before the first.
+      const std::size_t rank = each == group ? 0 : each + 1;
+      if (!best || rank < best->first) best = {rank, static_cast<xcb_keycode_t>(key)};
+    }
+  }
+  return best ? std::optional(best->second) : std::nullopt;
+}
+
+}  // namespace stowboard

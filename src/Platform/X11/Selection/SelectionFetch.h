@@ -1,0 +1,103 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "Platform/Clipboard/FetchedContent.h"
+#include "Platform/Clipboard/TargetPolicy.h"
+#include "Platform/X11/Selection/SelectionTransfer.h"
+
+namespace stowboard {
+
+/// Fetches the content of one new owner: asks for its targets, then, one after the other, for the
+/// best text, rich text and image on offer. The small ones come first, so that an owner which ends
+/// halfway costs as little as possible. A format that proves unusable gives way to the next of its
+/// kind.
+class SelectionFetch {
+ public:
+  enum class State {
+    pending,
+    complete,
+    /// The owner's content is to be left alone.
+    secret,
+    /// Something that was on offer did not come; failure() says why.
+    failed,
+  };
+
+  /// Starts at once. `time` is the server time of the change of owner.
+  SelectionFetch(X11Connection& connection, const SelectionLimits& limits, xcb_window_t owner,
+                 xcb_timestamp_t time, SteadyTime now, std::uint64_t copyNumber = 0);
+
+  State state() const { return state_; }
+  bool isPending() const { return state_ == State::pending; }
+  xcb_window_t owner() const { return owner_; }
+  /// The window that the owner answers to. Destroying it is the caller's.
+  xcb_window_t window() const { return window_; }
+  /// Why the content is not whole, as the end of a sentence. A pointer to constant text.
+  std::string_view failure() const { return failure_; }
+  SteadyTime deadline() const { return std::min(deadline_, transfer_->deadline()); }
+
+  void handle(const xcb_selection_notify_event_t& event, SteadyTime now);
+  void handle(const xcb_property_notify_event_t& event, SteadyTime now);
+  void expire(SteadyTime now);
+
+  /// The owner is gone: what it has not answered yet will never come.
+  void loseOwner() { fail("its owner ended before it handed everything over"); }
+
+  /// `newOwner` took over when the server had handled the requests up to `sequence`. What was asked
+  /// before goes on; a later request would reach the wrong owner.
+  void supersede(std::uint32_t sequence, xcb_window_t newOwner);
+  /// A copy by another owner followed. False for an owner that announces its content once more.
+  bool isFollowedByOther() const { return successor_ != XCB_NONE && successor_ != owner_; }
+  bool isSuperseded() const { return successor_ != XCB_NONE; }
+  /// Ends a fetch that a newer one has overtaken.
+  void overtake() { fail("a newer copy replaced it"); }
+  /// Ends a fetch whose content nobody is to see any more.
+  void abandon() { fail("its content was replaced by ours"); }
+
+  /// What came. Ends the fetch's use of it.
+  FetchedContent takeContent();
+
+ private:
+  enum class Step { targets, text, richText, image, end };
+
+  void fail(std::string_view reason);
+  void proceed();
+  void endTransfer();
+  void readTargets();
+  void receive();
+  bool accept();
+  bool acceptText();
+  TextEncoding encodingOfAnswer() const;
+  bool acceptImage();
+  void requestNext();
+  void request(xcb_atom_t target);
+  const std::vector<std::string>& candidates() const;
+
+  X11Connection& connection_;
+  const SelectionLimits limits_;
+  const xcb_window_t owner_;
+  const xcb_timestamp_t time_;
+  const SteadyTime deadline_;
+  const xcb_window_t window_;
+  State state_ = State::pending;
+  std::string_view failure_;
+  xcb_window_t successor_ = XCB_NONE;
+  SteadyTime now_;
+
+  Step step_ = Step::targets;
+  std::size_t candidate_ = 0;
+  TargetPlan plan_;
+  std::optional<SelectionTransfer> transfer_;
+  std::size_t received_ = 0;
+  FetchedContent content_;
+  // Text that broke its encoding, for the case that no better one comes.
+  std::optional<std::string> brokenText_;
+};
+
+}  // namespace stowboard

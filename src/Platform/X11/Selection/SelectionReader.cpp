@@ -1,0 +1,139 @@
+#include "Platform/X11/Selection/SelectionReader.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "Base/Log.h"
+
+namespace stowboard {
+
+namespace {
+
+// Superseded fetches that may still come in; more are a sign of owners that fight each other.
+constexpr std::size_t maxFetches = 16;
+
+SteadyTime now() { return std::chrono::steady_clock::now(); }
+
+template <typename Event>
+const Event& as(const xcb_generic_event_t& event) {
+  return reinterpret_cast<const Event&>(event);
+}
+
+}  // namespace
+
+SelectionReader::SelectionReader(X11Connection& connection, const SelectionLimits& limits,
+                                 Receiver receiver)
+    : connection_(connection), limits_(limits), receiver_(std::move(receiver)) {
+  xcb_xfixes_select_selection_input(connection.xcb(), connection.root(),
+                                    connection.atom("CLIPBOARD"),
+                                    XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
+                                        XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_WINDOW_DESTROY |
+                                        XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
+  // The answer to a later request tells that the server has handled the one above.
+  connection.atom("TARGETS");
+  connection.atom("INCR");
+}
+
+void SelectionReader::handle(const xcb_generic_event_t& event) {
+  const int type = event.response_type & 0x7F;
+  if (type == connection_.xfixesEventBase() + XCB_XFIXES_SELECTION_NOTIFY) {
+    handleOwner(as<xcb_xfixes_selection_notify_event_t>(event), event.full_sequence);
+  } else if (type == XCB_SELECTION_NOTIFY) {
+    const auto& answer = as<xcb_selection_notify_event_t>(event);
+    if (auto* fetch = fetchFor(answer.requestor)) fetch->handle(answer, now());
+  } else if (type == XCB_PROPERTY_NOTIFY) {
+    const auto& change = as<xcb_property_notify_event_t>(event);
+    const bool isNew = change.state == XCB_PROPERTY_NEW_VALUE;
+    if (auto* fetch = isNew ? fetchFor(change.window) : nullptr) fetch->handle(change, now());
+  }
+  settle();
+}
+
+void SelectionReader::handleOwner(const xcb_xfixes_selection_notify_event_t& event,
+                                  std::uint32_t sequence) {
+  const bool isLoss =
+      event.subtype != XCB_XFIXES_SELECTION_EVENT_SET_SELECTION_OWNER || event.owner == XCB_NONE;
+  if (isLoss) {
+    // All answers that the owner gave before its end have come in before this event.
+    if (!fetches_.empty()) fetches_.back()->loseOwner();
+    return;
+  }
+  for (auto& fetch : fetches_) fetch->supersede(sequence, event.owner);
+  fetches_.push_back(std::make_unique<SelectionFetch>(connection_, limits_, event.owner,
+                                                      event.timestamp, now(), ++copyCount_));
+  if (fetches_.size() > maxFetches) fetches_.front()->overtake();
+}
+
+void SelectionReader::abandon() {
+  for (auto& fetch : std::exchange(fetches_, {})) {
+    fetch->abandon();
+    Log::clipboard.info("Gave up reading the clipboard: {}", fetch->failure());
+    retire(fetch->window());
+  }
+}
+
+SelectionFetch* SelectionReader::fetchFor(xcb_window_t window) {
+  const auto found = std::ranges::find(fetches_, window, &SelectionFetch::window);
+  return found == fetches_.end() ? nullptr : found->get();
+}
+
+std::optional<SteadyTime> SelectionReader::deadline() const {
+  std::optional<SteadyTime> earliest;
+  if (!retired_.empty()) earliest = retired_.front().end;
+  for (const auto& fetch : fetches_) {
+    earliest = std::min(earliest.value_or(fetch->deadline()), fetch->deadline());
+  }
+  return earliest;
+}
+
+void SelectionReader::expire() {
+  const auto time = now();
+  for (auto& fetch : fetches_) fetch->expire(time);
+  settle();
+  while (!retired_.empty() && retired_.front().end <= time) {
+    connection_.destroyWindow(retired_.front().window);
+    retired_.pop_front();
+  }
+}
+
+void SelectionReader::settle() {
+  const auto ended = [](const auto& fetch) { return !fetch->isPending(); };
+  const auto newest = std::find_if(fetches_.rbegin(), fetches_.rend(), ended);
+  for (auto left = fetches_.rend() - newest; left > 0; --left) {
+    const auto fetch = std::move(fetches_.front());
+    fetches_.pop_front();
+    fetch->overtake();
+    finish(*fetch);
+  }
+}
+
+void SelectionReader::finish(SelectionFetch& fetch) {
+  if (fetch.state() == SelectionFetch::State::failed) {
+    Log::clipboard.info("Gave up reading the clipboard: {}", fetch.failure());
+    retire(fetch.window());
+  } else {
+    connection_.destroyWindow(fetch.window());
+  }
+  if (fetch.state() == SelectionFetch::State::secret) {
+    Log::clipboard.info("Skipped: the content is marked as a secret");
+  } else {
+    deliver(fetch);
+  }
+}
+
+void SelectionReader::deliver(SelectionFetch& fetch) {
+  auto content = fetch.takeContent();
+  // Half a content counts where nothing better comes, but not before the same owner's next try.
+  const bool isWorthwhile = fetch.state() == SelectionFetch::State::complete ||
+                            !fetch.isSuperseded() ||
+                            (fetch.isFollowedByOther() && content.hasData());
+  if (isWorthwhile) receiver_(std::move(content));
+}
+
+void SelectionReader::retire(xcb_window_t window) {
+  const std::uint32_t noEvents = 0;
+  xcb_change_window_attributes(connection_.xcb(), window, XCB_CW_EVENT_MASK, &noEvents);
+  retired_.push_back({window, now() + limits_.quarantine});
+}
+
+}  // namespace stowboard

@@ -1,0 +1,159 @@
+#include "Platform/X11/Selection/SelectionThread.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "Base/SignalFreeThread.h"
+
+namespace stowboard {
+
+namespace {
+
+// Between two looks at the deadlines, so that a flood of events does not hold them off.
+constexpr int maxEventsAtOnce = 64;
+
+int millisecondsUntil(std::optional<SteadyTime> deadline) {
+  if (!deadline) return -1;
+  const auto left = *deadline - std::chrono::steady_clock::now();
+  // Rounded up: a wake-up just before the deadline would only have to sleep again.
+  const auto rounded = std::chrono::ceil<std::chrono::milliseconds>(left).count();
+  return static_cast<int>(std::clamp<decltype(rounded)>(rounded, 0, 1 << 30));
+}
+
+}  // namespace
+
+std::unique_ptr<SelectionThread> SelectionThread::create(const std::string& display,
+                                                         const SelectionLimits& limits,
+                                                         const ServingTimes& times,
+                                                         SelectionReader::Receiver receiver,
+                                                         std::function<void()> onConnectionLost) {
+  auto connection = X11Connection::open(display);
+  auto writeConnection = X11Connection::open(display);
+  if (!connection || !writeConnection) return nullptr;
+  return std::unique_ptr<SelectionThread>(
+      new SelectionThread(std::move(connection), std::move(writeConnection), limits, times,
+                          std::move(receiver), std::move(onConnectionLost)));
+}
+
+SelectionThread::SelectionThread(std::unique_ptr<X11Connection> connection,
+                                 std::unique_ptr<X11Connection> writeConnection,
+                                 const SelectionLimits& limits, const ServingTimes& times,
+                                 SelectionReader::Receiver receiver,
+                                 std::function<void()> onConnectionLost)
+    : connection_(std::move(connection)),
+      writeConnection_(std::move(writeConnection)),
+      session_(*connection_, limits, times, std::move(receiver),
+               [this](std::function<void()> work, std::function<void()> finish) {
+                 encode(std::move(work), std::move(finish));
+               }),
+      onConnectionLost_(std::move(onConnectionLost)),
+      wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+
+SelectionThread::~SelectionThread() {
+  end();
+  close(wakeUp_);
+}
+
+void SelectionThread::start() {
+  thread_ = startSignalFreeThread("selection", [this] {
+    run();
+    hasEnded_ = true;
+  });
+}
+
+void SelectionThread::end() {
+  if (!thread_.joinable()) return;
+  post([](SelectionSession& session) { session.handOver([] {}); });
+  isEnding_ = true;
+  wake();
+  thread_.join();
+}
+
+void SelectionThread::beginWrite() {
+  xcb_change_property(writeConnection_->xcb(), XCB_PROP_MODE_APPEND, session_.writeWindow(),
+                      session_.writeProperty(), XCB_ATOM_STRING, 8, 0, nullptr);
+  xcb_flush(writeConnection_->xcb());
+}
+
+void SelectionThread::post(Command command) {
+  {
+    const std::lock_guard lock(mutex_);
+    commands_.push_back(std::move(command));
+  }
+  wake();
+}
+
+void SelectionThread::wake() const {
+  // Fails only when the counter is full, and then the thread wakes anyway.
+  [[maybe_unused]] const int result = eventfd_write(wakeUp_, 1);
+}
+
+void SelectionThread::run() {
+  while (!isDone()) {
+    xcb_flush(connection_->xcb());
+    const bool didRun = runCommands();
+    const bool didHandle = handleEvents();
+    const bool didExpire = expireDeadlines();
+    if (connection_->isBroken()) return onConnectionLost_();
+    // Handling may have left requests unsent, or have read further events into xcb's queue, of
+    // which poll() would not know.
+    if (!didRun && !didHandle && !didExpire) sleep();
+  }
+  xcb_flush(connection_->xcb());
+}
+
+bool SelectionThread::isDone() {
+  if (!isEnding_) return false;
+  const std::lock_guard lock(mutex_);
+  return commands_.empty() && !session_.isHandingOver();
+}
+
+bool SelectionThread::runCommands() {
+  std::vector<Command> commands;
+  {
+    const std::lock_guard lock(mutex_);
+    commands.swap(commands_);
+  }
+  for (const auto& command : commands) command(session_);
+  return !commands.empty();
+}
+
+bool SelectionThread::handleEvents() {
+  int count = 0;
+  while (count < maxEventsAtOnce) {
+    const auto event = connection_->nextEvent();
+    if (!event) break;
+    session_.handle(*event);
+    ++count;
+  }
+  return count > 0;
+}
+
+bool SelectionThread::expireDeadlines() {
+  const auto deadline = session_.deadline();
+  if (!deadline || *deadline > std::chrono::steady_clock::now()) return false;
+  session_.expire();
+  return true;
+}
+
+void SelectionThread::sleep() {
+  std::array sources{pollfd{connection_->fileDescriptor(), POLLIN, 0}, pollfd{wakeUp_, POLLIN, 0}};
+  poll(sources.data(), sources.size(), millisecondsUntil(session_.deadline()));
+  eventfd_t ignored = 0;
+  if ((sources[1].revents & POLLIN) != 0) eventfd_read(wakeUp_, &ignored);
+}
+
+void SelectionThread::encode(std::function<void()> work, std::function<void()> finish) {
+  encoding_.async([this, work = std::move(work), finish = std::move(finish)] {
+    if (hasEnded_) return;
+    work();
+    post([finish](SelectionSession&) { finish(); });
+  });
+}
+
+}  // namespace stowboard

@@ -1,0 +1,71 @@
+#include "Platform/X11/Selection/SelectionTransfer.h"
+
+namespace stowboard {
+
+SelectionTransfer::SelectionTransfer(X11Connection& connection, xcb_window_t window,
+                                     xcb_atom_t target, xcb_timestamp_t time, std::size_t byteLimit,
+                                     const SelectionLimits& limits, SteadyTime now)
+    : connection_(connection),
+      window_(window),
+      target_(target),
+      incr_(connection.atom("INCR")),
+      chunkTimeout_(limits.chunkTimeout),
+      deadline_(now + limits.replyTimeout),
+      buffer_(byteLimit) {
+  const auto clipboard = connection.atom("CLIPBOARD");
+  sequence_ =
+      xcb_convert_selection(connection.xcb(), window, clipboard, target, target, time).sequence;
+}
+
+void SelectionTransfer::handle(const xcb_selection_notify_event_t& event, SteadyTime now) {
+  if (state_ != State::requested || event.target != target_) return;
+  if (event.property == target_) {
+    receiveAnswer(now);
+  } else if (event.property == XCB_ATOM_NONE) {
+    state_ = State::refused;
+  }
+}
+
+void SelectionTransfer::handle(const xcb_property_notify_event_t& event, SteadyTime now) {
+  if (state_ == State::incremental && event.atom == target_) receiveChunk(now);
+}
+
+void SelectionTransfer::expire(SteadyTime now) {
+  if (isPending() && now >= deadline_) state_ = State::timedOut;
+}
+
+void SelectionTransfer::receiveAnswer(SteadyTime now) {
+  bool fits = true;
+  // Deleting the property is also what starts an incremental transfer.
+  const auto kind =
+      connection_.takeProperty(window_, target_, [&](PropertyKind piece, std::string_view bytes) {
+        if (piece.type != incr_) fits = buffer_.append(bytes);
+        return fits;
+      });
+  if (kind && kind->type == incr_) {
+    state_ = State::incremental;
+    deadline_ = now + chunkTimeout_;
+    return;
+  }
+  kind_ = kind.value_or(PropertyKind{});
+  state_ = !kind ? State::refused : fits ? State::done : State::tooLarge;
+}
+
+void SelectionTransfer::receiveChunk(SteadyTime now) {
+  const auto sizeBefore = buffer_.size();
+  bool fits = true;
+  const auto kind =
+      connection_.takeProperty(window_, target_, [&](PropertyKind, std::string_view bytes) {
+        fits = buffer_.append(bytes);
+        return fits;
+      });
+  // The announcement of a value that an earlier call has already read.
+  if (!kind) return;
+  kind_ = *kind;
+  deadline_ = now + chunkTimeout_;
+  // A chunk of no length ends the transfer.
+  if (buffer_.size() == sizeBefore) state_ = State::done;
+  if (!fits) state_ = State::tooLarge;
+}
+
+}  // namespace stowboard

@@ -1,0 +1,194 @@
+#include "Platform/X11/Windows/X11TransientWindows.h"
+
+#include <xcb/xcb.h>
+#include <xcb/xfixes.h>
+#include <xcb/xinput.h>
+
+#include <QAbstractNativeEventFilter>
+#include <QCoreApplication>
+#include <QGuiApplication>
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include "Platform/X11/X11Connection.h"
+
+namespace stowboard {
+
+namespace {
+
+constexpr std::uint32_t clickMask =
+    XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_TOUCH_BEGIN;
+
+bool isWheel(std::uint32_t button) { return button >= 4 && button <= 7; }
+
+// The focus itself stays where it is while a program grabs the keyboard, and events tell when it
+// moves meanwhile.
+bool isOfGrab(std::uint8_t mode) {
+  return mode == XCB_NOTIFY_MODE_GRAB || mode == XCB_NOTIFY_MODE_UNGRAB;
+}
+
+}  // namespace
+
+/// The X server, by the toolkit's connection.
+class X11TransientWindows::Server {
+ public:
+  explicit Server(xcb_connection_t* connection)
+      : connection_(connection),
+        input_(xcb_get_extension_data(connection, &xcb_input_id)),
+        root_(xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root),
+        state_(atom("_NET_WM_STATE")),
+        skipTaskbar_(atom("_NET_WM_STATE_SKIP_TASKBAR")),
+        skipPager_(atom("_NET_WM_STATE_SKIP_PAGER")),
+        frameExtents_(atom("_GTK_FRAME_EXTENTS")) {}
+
+  bool tellsClicks() const { return input_ != nullptr && input_->present != 0; }
+
+  void setClickEvents(bool areWanted) const {
+    struct {
+      xcb_input_event_mask_t head;
+      std::uint32_t mask;
+    } const masks{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, areWanted ? clickMask : 0};
+    xcb_input_xi_select_events(connection_, root_, 1, &masks.head);
+    xcb_flush(connection_);
+  }
+
+  bool isClick(const xcb_generic_event_t& event) const {
+    const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
+    if (generic.response_type != XCB_GE_GENERIC || generic.extension != input_->major_opcode) {
+      return false;
+    }
+    if (generic.event_type == XCB_INPUT_RAW_TOUCH_BEGIN) return true;
+    return generic.event_type == XCB_INPUT_RAW_BUTTON_PRESS &&
+           !isWheel(reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event).detail);
+  }
+
+  // Raw events do not tell where; the windows below the pointer are asked from the outermost in.
+  bool isPointerIn(xcb_window_t window) const {
+    xcb_window_t each = root_;
+    while (each != XCB_NONE && each != window) each = childAtPointer(each);
+    return each == window;
+  }
+
+  // Window managers drop the states of a window that is taken off the screen (EWMH).
+  void keepOutOfTaskBars(xcb_window_t window) const {
+    set(window, state_, XCB_ATOM_ATOM, std::array{skipTaskbar_, skipPager_});
+  }
+
+  // What programs with a shadow of their own tell window managers and compositors by.
+  void setFrameExtents(xcb_window_t window, std::uint32_t margin) const {
+    set(window, frameExtents_, XCB_ATOM_CARDINAL, std::array{margin, margin, margin, margin});
+  }
+
+  void takeClicksInside(xcb_window_t window, int margin) const {
+    const auto region = margin > 0 ? regionInside(window, margin) : xcb_xfixes_region_t{XCB_NONE};
+    xcb_xfixes_set_window_shape_region(connection_, window, XCB_SHAPE_SK_INPUT, 0, 0, region);
+    if (region != XCB_NONE) xcb_xfixes_destroy_region(connection_, region);
+  }
+
+ private:
+  xcb_atom_t atom(std::string_view name) const {
+    const auto length = static_cast<std::uint16_t>(name.size());
+    const XcbPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
+        connection_, xcb_intern_atom(connection_, 0, length, name.data()), nullptr));
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+  }
+
+  template <std::size_t count>
+  void set(xcb_window_t window, xcb_atom_t property, xcb_atom_t type,
+           const std::array<std::uint32_t, count>& values) const {
+    xcb_change_property(connection_, XCB_PROP_MODE_REPLACE, window, property, type, 32, count,
+                        values.data());
+  }
+
+  xcb_window_t childAtPointer(xcb_window_t window) const {
+    xcb_generic_error_t* error = nullptr;
+    const XcbPointer<xcb_query_pointer_reply_t> reply(
+        xcb_query_pointer_reply(connection_, xcb_query_pointer(connection_, window), &error));
+    const XcbPointer<xcb_generic_error_t> windowIsGone(error);
+    return reply ? reply->child : xcb_window_t{XCB_NONE};
+  }
+
+  xcb_xfixes_region_t regionInside(xcb_window_t window, int margin) const {
+    xcb_generic_error_t* error = nullptr;
+    const XcbPointer<xcb_get_geometry_reply_t> size(
+        xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), &error));
+    const XcbPointer<xcb_generic_error_t> windowIsGone(error);
+    if (!size) return XCB_NONE;
+    const auto inner = [margin](int length) {
+      return static_cast<std::uint16_t>(std::max(length - 2 * margin, 0));
+    };
+    const auto start = static_cast<std::int16_t>(margin);
+    const xcb_rectangle_t inside{start, start, inner(size->width), inner(size->height)};
+    const auto region = xcb_generate_id(connection_);
+    xcb_xfixes_create_region(connection_, region, 1, &inside);
+    return region;
+  }
+
+  xcb_connection_t* const connection_;
+  const xcb_query_extension_reply_t* const input_;
+  const xcb_window_t root_;
+  const xcb_atom_t state_;
+  const xcb_atom_t skipTaskbar_;
+  const xcb_atom_t skipPager_;
+  const xcb_atom_t frameExtents_;
+};
+
+/// Looks at the toolkit's events before it does.
+class X11TransientWindows::FilteringWatch final : public Watch, private QAbstractNativeEventFilter {
+ public:
+  FilteringWatch(std::shared_ptr<Server> server, xcb_window_t window,
+                 std::function<void()> onClickOutside)
+      : server_(std::move(server)), window_(window), onClickOutside_(std::move(onClickOutside)) {
+    QCoreApplication::instance()->installNativeEventFilter(this);
+    server_->setClickEvents(true);
+  }
+  ~FilteringWatch() override { server_->setClickEvents(false); }
+
+ private:
+  bool nativeEventFilter(const QByteArray&, void* message, qintptr*) override {
+    const auto& event = *static_cast<const xcb_generic_event_t*>(message);
+    const auto type = event.response_type & 0x7f;
+    if (type == XCB_FOCUS_IN || type == XCB_FOCUS_OUT) {
+      const auto& focus = reinterpret_cast<const xcb_focus_in_event_t&>(event);
+      return focus.event == window_ && isOfGrab(focus.mode);
+    }
+    if (!server_->isClick(event)) return false;
+    // A copy, because it may end this watch.
+    if (const auto callback = onClickOutside_; !server_->isPointerIn(window_)) callback();
+    return true;
+  }
+
+  const std::shared_ptr<Server> server_;
+  const xcb_window_t window_;
+  const std::function<void()> onClickOutside_;
+};
+
+std::unique_ptr<X11TransientWindows> X11TransientWindows::create() {
+  const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+  if (x11 == nullptr) return nullptr;
+  auto server = std::make_shared<Server>(x11->connection());
+  if (!server->tellsClicks()) return nullptr;
+  return std::unique_ptr<X11TransientWindows>(new X11TransientWindows(std::move(server)));
+}
+
+X11TransientWindows::X11TransientWindows(std::shared_ptr<Server> server)
+    : server_(std::move(server)) {}
+
+X11TransientWindows::~X11TransientWindows() = default;
+
+void X11TransientWindows::prepareToShow(std::uint64_t window, int shadowMargin) {
+  const auto id = static_cast<xcb_window_t>(window);
+  server_->keepOutOfTaskBars(id);
+  server_->setFrameExtents(id, static_cast<std::uint32_t>(shadowMargin));
+  server_->takeClicksInside(id, shadowMargin);
+}
+
+std::unique_ptr<TransientWindows::Watch> X11TransientWindows::watch(
+    std::uint64_t window, std::function<void()> onClickOutside) {
+  return std::make_unique<FilteringWatch>(server_, static_cast<xcb_window_t>(window),
+                                          std::move(onClickOutside));
+}
+
+}  // namespace stowboard

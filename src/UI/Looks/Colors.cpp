@@ -1,0 +1,87 @@
+#include "UI/Looks/Colors.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace stowboard {
+
+namespace {
+
+QColor mixed(const QColor& over, const QColor& under, double share) {
+  const auto channel = [share](double upper, double lower) {
+    return static_cast<float>(share * upper + (1 - share) * lower);
+  };
+  return QColor::fromRgbF(channel(over.redF(), under.redF()),
+                          channel(over.greenF(), under.greenF()),
+                          channel(over.blueF(), under.blueF()));
+}
+
+QColor withAlpha(QColor color, float alpha) {
+  color.setAlphaF(alpha);
+  return color;
+}
+
+double linear(double channel) {
+  return channel <= 0.04045 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
+}
+
+double luminance(const QColor& color) {
+  return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) +
+         0.0722 * linear(color.blueF());
+}
+
+// As WCAG 2.1 defines it, which asks for this much for small text.
+constexpr double readableContrast = 4.5;
+
+double contrast(const QColor& first, const QColor& second) {
+  const auto [darker, lighter] = std::minmax({luminance(first), luminance(second)});
+  return (lighter + 0.05) / (darker + 0.05);
+}
+
+}  // namespace
+
+bool Colors::isDark() const {
+  return palette_.color(QPalette::Window).lightness() <
+         palette_.color(QPalette::WindowText).lightness();
+}
+
+bool Colors::isHighContrast() const {
+  return palette_.color(QPalette::PlaceholderText) == palette_.color(QPalette::Text);
+}
+
+QColor Colors::primary() const { return palette_.color(QPalette::Text); }
+
+// 4.5 to 1 on white and on black, as WCAG 2.1 asks for small text.
+QColor Colors::secondary() const {
+  return isHighContrast() ? primary() : mixed(primary(), palette_.color(QPalette::Base), 0.6);
+}
+
+QColor Colors::separator() const {
+  return isHighContrast() ? primary() : mixed(primary(), palette_.color(QPalette::Window), 0.18);
+}
+
+QColor Colors::controlBackground() const { return palette_.color(QPalette::Base); }
+
+QColor Colors::alternateRow() const { return withAlpha(primary(), isDark() ? 0.06F : 0.045F); }
+
+QColor Colors::placeholder() const { return withAlpha(primary(), 0.1F); }
+
+QColor Colors::selection() const { return palette_.color(QPalette::Highlight); }
+
+QColor Colors::primaryOnSelection() const { return palette_.color(QPalette::HighlightedText); }
+
+// At normal contrast only as far from the primary colour as a selection of the desktop's choice
+// leaves it readable.
+QColor Colors::secondaryOnSelection() const {
+  if (isHighContrast()) return primaryOnSelection();
+  const QColor weaker = mixed(primaryOnSelection(), selection(), 0.8);
+  return contrast(weaker, selection()) >= readableContrast ? weaker : primaryOnSelection();
+}
+
+QColor Colors::badge() const { return withAlpha(orange(), isHighContrast() ? 0.4F : 0.15F); }
+
+QColor Colors::red() const { return isDark() ? QColor(0xff6961) : QColor(0xc4231c); }
+QColor Colors::green() const { return isDark() ? QColor(0x32d74b) : QColor(0x248a3d); }
+QColor Colors::orange() const { return isDark() ? QColor(0xff9f0a) : QColor(0xf57c00); }
+
+}  // namespace stowboard

@@ -1,0 +1,123 @@
+#include "UI/Looks/Icons.h"
+
+#include <QIcon>
+#include <QImage>
+#include <QPainter>
+#include <QPixmapCache>
+#include <QSvgRenderer>
+#include <algorithm>
+#include <cmath>
+
+namespace stowboard {
+
+namespace {
+
+struct Names {
+  /// In icon themes (the Icon Naming standard, with the suffix for one-colour drawings).
+  const char* theme;
+  /// Of our own drawing.
+  const char* own;
+};
+
+constexpr Names namesOf(Symbol symbol) {
+  switch (symbol) {
+    case Symbol::magnifyingGlass:
+      return {"edit-find-symbolic", "magnifyingglass"};
+    case Symbol::clearField:
+      return {"edit-clear-symbolic", "clearfield"};
+    case Symbol::clipboard:
+      return {"edit-paste-symbolic", "clipboard"};
+    case Symbol::plainText:
+      return {"text-x-generic-symbolic", "plaintext"};
+    case Symbol::richText:
+      return {"x-office-document-symbolic", "richtext"};
+    case Symbol::photo:
+      return {"image-x-generic-symbolic", "photo"};
+    case Symbol::checkmark:
+      return {"emblem-ok-symbolic", "checkmark"};
+    case Symbol::warning:
+      return {"dialog-warning-symbolic", "warning"};
+  }
+  return {"", ""};
+}
+
+QImage canvas(int pixels) {
+  QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
+  image.fill(Qt::transparent);
+  return image;
+}
+
+bool isEmpty(const QImage& mask) {
+  for (int y = 0; y < mask.height(); ++y) {
+    const auto* row = reinterpret_cast<const QRgb*>(mask.constScanLine(y));
+    if (std::any_of(row, row + mask.width(), [](QRgb pixel) { return qAlpha(pixel) > 0; }))
+      return false;
+  }
+  return true;
+}
+
+// Empty when the theme has no such symbol that can be drawn.
+QImage themeMask(const QString& name, int pixels) {
+  const QIcon icon = QIcon::fromTheme(name);
+  // For a missing name the theme may give a shorter one's icon, which is in full colour.
+  if (icon.isNull() || icon.name() != name) return {};
+  QImage mask = canvas(pixels);
+  QPainter painter(&mask);
+  icon.paint(&painter, mask.rect());
+  painter.end();
+  return isEmpty(mask) ? QImage() : mask;
+}
+
+QImage ownMask(const char* name, int pixels) {
+  QImage mask = canvas(pixels);
+  QPainter painter(&mask);
+  QSvgRenderer(QStringLiteral(":/icons/%1.svg").arg(QLatin1String(name)))
+      .render(&painter, QRectF(mask.rect()));
+  return mask;
+}
+
+QPixmap tinted(QImage mask, const QColor& color, qreal devicePixelRatio) {
+  QPainter painter(&mask);
+  painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+  painter.fillRect(mask.rect(), color);
+  painter.end();
+  QPixmap pixmap = QPixmap::fromImage(std::move(mask));
+  pixmap.setDevicePixelRatio(devicePixelRatio);
+  return pixmap;
+}
+
+QPixmap drawn(Symbol symbol, int pixels, const QColor& color, qreal devicePixelRatio) {
+  const Names names = namesOf(symbol);
+  QImage mask = themeMask(QLatin1String(names.theme), pixels);
+  if (mask.isNull()) mask = ownMask(names.own, pixels);
+  return tinted(std::move(mask), color, devicePixelRatio);
+}
+
+}  // namespace
+
+QPixmap Icons::pixmap(Symbol symbol, int size, const QColor& color, qreal devicePixelRatio) {
+  const int pixels = std::max(1, static_cast<int>(std::lround(size * devicePixelRatio)));
+  const QString key = QStringLiteral("symbol %1 %2 %3 %4 %5")
+                          .arg(static_cast<int>(symbol))
+                          .arg(pixels)
+                          .arg(devicePixelRatio)
+                          .arg(color.rgba(), 0, 16)
+                          .arg(QIcon::themeName());
+  QPixmap pixmap;
+  if (QPixmapCache::find(key, &pixmap)) return pixmap;
+  pixmap = drawn(symbol, pixels, color, devicePixelRatio);
+  QPixmapCache::insert(key, pixmap);
+  return pixmap;
+}
+
+void Icons::paint(QPainter& painter, const QRectF& rect, Symbol symbol, int size,
+                  const QColor& color) {
+  const qreal ratio = painter.device()->devicePixelRatioF();
+  // On a whole pixel of the device, so that the drawing is not smeared.
+  const auto snapped = [&](qreal place) { return std::round(place * ratio) / ratio; };
+  const QPointF corner(snapped(rect.center().x() - size / 2.0),
+                       snapped(rect.center().y() - size / 2.0));
+  painter.drawPixmap(corner, pixmap(symbol, size, color, ratio));
+}
+
+}  // namespace stowboard

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <QCache>
+#include <QFont>
+#include <QPalette>
+#include <QStyledItemDelegate>
+#include <memory>
+#include <unordered_set>
+
+#include "UI/Looks/Colors.h"
+#include "UI/Panel/ClipPreview.h"
+#include "UI/Panel/RowTexts.h"
+#include "UI/Panel/ThumbnailCache.h"
+
+namespace stowboard {
+
+/// Draws the rows of a HistoryListModel: thumbnail or type icon, preview, moment of capture, and
+/// the badge with the shortcut. Keeps what it measures, so the height of a row that has been
+/// measured is a look-up. Main thread.
+class HistoryRowView : public QStyledItemDelegate {
+ public:
+  /// Both must outlive it.
+  HistoryRowView(const RowTexts& texts, ThumbnailCache& thumbnails);
+
+  /// To be called at first, and when the font, the palette or the texts have changed. `font` is the
+  /// desktop's application font. Rows may have another height after it.
+  void setLooks(const QFont& font, const QPalette& palette);
+
+  /// Measures a clip's preview ahead of its first layout.
+  void measure(const ClipItem& clip) { measured(clip); }
+
+  /// Forgets what it has of every other clip.
+  void keepOnly(const std::unordered_set<Uuid>& ids);
+
+  void paint(QPainter* painter, const QStyleOptionViewItem& option,
+             const QModelIndex& index) const override;
+  QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+
+ private:
+  struct Row;
+  struct Looks {
+    QFont body{}, caption{}, badge{};
+    int bodyHeight = 0, captionHeight = 0;
+    int badgeSymbolsWidth = 0, badgeDigitWidth = 0;
+    QString badgeSymbols{};
+    Colors colors{QPalette()};
+  };
+
+  PreviewMeasure measured(const ClipItem& clip) const;
+  const PreviewLayout& layout(const ClipItem& clip, int width) const;
+  int badgeWidth() const;
+  int textWidth(int row) const;
+  int textHeight(const ClipItem& clip, int row) const;
+  Row rowFor(const QStyleOptionViewItem& option, const QModelIndex& index) const;
+
+  void paintBackground(QPainter& painter, const Row& row) const;
+  void paintThumbnail(QPainter& painter, const Row& row) const;
+  void paintSymbol(QPainter& painter, const Row& row) const;
+  void paintText(QPainter& painter, const Row& row) const;
+  void paintPreview(QPainter& painter, const Row& row, const QRect& column) const;
+  void paintBadge(QPainter& painter, const Row& row) const;
+
+  struct CachedLayout {
+    int width;
+    PreviewLayout layout;
+  };
+  const RowTexts& texts_;
+  ThumbnailCache& thumbnails_;
+  Looks looks_;
+  mutable QCache<Uuid, PreviewMeasure> measures_;
+  mutable QCache<Uuid, CachedLayout> layouts_;
+};
+
+}  // namespace stowboard

@@ -1,0 +1,69 @@
+#include "UI/Panel/HistoryViewModel.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace stowboard {
+
+HistoryViewModel::HistoryViewModel(std::shared_ptr<AppState> appState,
+                                   PasteSimulating* pasteSimulator, MainQueue mainQueue)
+    : appState_(std::move(appState)), pasteSimulator_(pasteSimulator) {
+  appState_->clipsPublisher()
+      .dropFirst()
+      .receiveOn(mainQueue)
+      .sink([this](const AppState::Clips&) {
+        resetSelectionIfNeeded();
+        changes_.announce();
+      })
+      .storeIn(cancellables_);
+  appState_->settingsPublisher()
+      .dropFirst()
+      .receiveOn(mainQueue)
+      .sink([this](const AppSettings&) { changes_.announce(); })
+      .storeIn(cancellables_);
+}
+
+void HistoryViewModel::setQuery(std::string query) {
+  query_ = std::move(query);
+  changes_.announce();
+  resetSelectionIfNeeded();
+}
+
+void HistoryViewModel::reset() {
+  setQuery("");
+  resetSelectionIfNeeded();
+}
+
+void HistoryViewModel::resetSelectionIfNeeded() {
+  if (!appState_->hasFilteredClips(query_)) return select(std::nullopt);
+  select(0);
+}
+
+void HistoryViewModel::moveSelection(std::ptrdiff_t step) {
+  const std::ptrdiff_t count = std::ssize(visibleClips());
+  if (count == 0) return;
+  select(std::clamp<std::ptrdiff_t>(selectedIndex_.value_or(0) + step, 0, count - 1));
+}
+
+void HistoryViewModel::select(std::optional<std::ptrdiff_t> index) {
+  selectedIndex_ = index;
+  changes_.announce();
+}
+
+void HistoryViewModel::activateSelected() {
+  if (selectedIndex_) activate(*selectedIndex_);
+}
+
+void HistoryViewModel::activate(std::ptrdiff_t index) {
+  const AppState::Clips clips = visibleClips();
+  if (index < 0 || index >= std::ssize(clips)) return;
+  if (pasteSimulator_ != nullptr) {
+    // What closes the panel then is the simulator's report of the activation.
+    pasteSimulator_->activate(clips[static_cast<std::size_t>(index)]);
+  } else if (onRequestClose) {
+    onRequestClose();
+  }
+}
+
+}  // namespace stowboard

@@ -1,0 +1,62 @@
+#include "UI/Panel/PanelCommand.h"
+
+#include <QKeyEvent>
+
+namespace stowboard {
+
+namespace {
+
+// Scan codes on Linux are X key codes, also under Wayland: the kernel's, plus 8.
+constexpr quint32 scanCodeOfOne = 10;
+constexpr quint32 scanCodeOfNine = 18;
+
+Qt::KeyboardModifiers modifiersOf(const QKeyEvent& event) {
+  return event.modifiers() & ~(Qt::KeypadModifier | Qt::GroupSwitchModifier);
+}
+
+bool isDigitRowKey(const QKeyEvent& event) {
+  return !event.modifiers().testFlag(Qt::KeypadModifier) &&
+         event.nativeScanCode() >= scanCodeOfOne && event.nativeScanCode() <= scanCodeOfNine;
+}
+
+std::optional<PanelCommand> commandKey(const QKeyEvent& event) {
+  using Action = PanelCommand::Action;
+  const int key = event.key();
+  if (key == Qt::Key_Comma) return PanelCommand{Action::openSettings};
+  if (key >= Qt::Key_1 && key <= Qt::Key_9)
+    return PanelCommand{Action::activateDigit, key - Qt::Key_0};
+  if (key == Qt::Key_0 || !isDigitRowKey(event)) return std::nullopt;
+  return PanelCommand{Action::activateDigit,
+                      static_cast<int>(event.nativeScanCode() - scanCodeOfOne + 1)};
+}
+
+std::optional<PanelCommand> plainKey(const QKeyEvent& event) {
+  using Action = PanelCommand::Action;
+  switch (event.key()) {
+    case Qt::Key_Up:
+      return PanelCommand{Action::selectPrevious};
+    case Qt::Key_Down:
+      return PanelCommand{Action::selectNext};
+    case Qt::Key_PageUp:
+      return PanelCommand{Action::selectPageUp};
+    case Qt::Key_PageDown:
+      return PanelCommand{Action::selectPageDown};
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+      return PanelCommand{Action::activateSelected};
+    case Qt::Key_Escape:
+      return PanelCommand{Action::close};
+    default:
+      return std::nullopt;
+  }
+}
+
+}  // namespace
+
+std::optional<PanelCommand> PanelCommand::of(const QKeyEvent& event) {
+  const Qt::KeyboardModifiers modifiers = modifiersOf(event);
+  if (modifiers == Qt::ControlModifier || modifiers == Qt::MetaModifier) return commandKey(event);
+  return modifiers == Qt::NoModifier ? plainKey(event) : std::nullopt;
+}
+
+}  // namespace stowboard

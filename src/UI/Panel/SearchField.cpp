@@ -1,0 +1,82 @@
+#include "UI/Panel/SearchField.h"
+
+#include <QGuiApplication>
+#include <QInputMethod>
+#include <QInputMethodEvent>
+#include <QKeyEvent>
+#include <QSignalBlocker>
+
+#include "Utils/L10n.h"
+
+namespace stowboard {
+
+SearchField::SearchField(QWidget* parent) : TextField(parent) {
+  setFrame(false);
+  setMaxLength(maxQueryLength);
+  QPalette clear;
+  clear.setColor(QPalette::Base, Qt::transparent);
+  setPalette(clear);
+  connect(this, &QLineEdit::textChanged, this, [this] {
+    if (onQueryChange) onQueryChange(query());
+  });
+}
+
+void SearchField::showTexts(AppLanguage language) {
+  setLanguage(language);
+  setPlaceholderText(QString::fromUtf8(L10n::searchPlaceholder(language)));
+  setAccessibleName(QString::fromUtf8(L10n::searchField(language)));
+}
+
+std::string SearchField::query() const {
+  QString typed = text();
+  // The bound may have cut a character in two.
+  if (!typed.isEmpty() && typed.back().isHighSurrogate()) typed.chop(1);
+  return typed.toStdString();
+}
+
+void SearchField::showQuery(const std::string& query) {
+  if (query == this->query()) return;
+  const QSignalBlocker blocker(this);
+  setText(QString::fromStdString(query));
+}
+
+void SearchField::beginEditing() {
+  if (isComposing_) QGuiApplication::inputMethod()->reset();
+  isComposing_ = false;
+  setFocus(Qt::ActiveWindowFocusReason);
+}
+
+bool SearchField::event(QEvent* event) {
+  // No shortcut of the program takes a key that the panel has a use for.
+  if (event->type() == QEvent::ShortcutOverride &&
+      PanelCommand::of(*static_cast<QKeyEvent*>(event))) {
+    event->accept();
+    return true;
+  }
+  return TextField::event(event);
+}
+
+void SearchField::keyPressEvent(QKeyEvent* event) {
+  const auto command = PanelCommand::of(*event);
+  if (!command) return edit(event);
+  event->accept();
+  if (isComposing_ || (event->isAutoRepeat() && !command->repeats())) return;
+  if (onCommand) onCommand(*command);
+}
+
+void SearchField::edit(QKeyEvent* event) {
+  if (event->modifiers().testFlag(Qt::MetaModifier)) {
+    // Super stands in for Ctrl, and so types nothing.
+    QKeyEvent withControl(event->type(), event->key(),
+                          (event->modifiers() & ~Qt::MetaModifier) | Qt::ControlModifier);
+    return TextField::keyPressEvent(&withControl);
+  }
+  TextField::keyPressEvent(event);
+}
+
+void SearchField::inputMethodEvent(QInputMethodEvent* event) {
+  isComposing_ = !event->preeditString().isEmpty();
+  TextField::inputMethodEvent(event);
+}
+
+}  // namespace stowboard

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QTimer>
+#include <QWidget>
+#include <vector>
+
+#include "UI/Controls/TextField.h"
+#include "UI/Settings/SettingsViewModel.h"
+
+class QScrollArea;
+
+namespace stowboard {
+
+class SettingsSection;
+
+/// The content of the settings window: one form, of fixed size, that scrolls. Shows what the view
+/// model says, writes every change at once, and has the permission looked at again when the user
+/// may have changed it. Main thread.
+class SettingsView : public QWidget {
+ public:
+  /// The view model must outlive the view. `clipboardText` is what its fields paste from.
+  explicit SettingsView(SettingsViewModel& viewModel, ClipboardText clipboardText = nullptr);
+
+ protected:
+  void showEvent(QShowEvent* event) override;
+  void hideEvent(QHideEvent* event) override;
+
+ private:
+  void addSections(ClipboardText clipboardText);
+  void keepFocusInSight();
+  void watchPermission();
+  void refresh();
+  void updatePermissionTimer();
+
+  SettingsViewModel& viewModel_;
+  QScrollArea* scrollArea_;
+  std::vector<SettingsSection*> sections_;
+  QTimer permissionTimer_;
+  Subscription changes_;
+};
+
+}  // namespace stowboard

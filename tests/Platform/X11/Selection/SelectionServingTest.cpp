@@ -1,0 +1,563 @@
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <future>
+#include <memory>
+#include <optional>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Base/Log.h"
+#include "Platform/Qt/QtImageCodec.h"
+#include "Platform/X11/QueueingRunLoop.h"
+#include "Platform/X11/Selection/ScriptedOwner.h"
+#include "Platform/X11/Selection/ScriptedRequester.h"
+#include "Platform/X11/Selection/X11Pasteboard.h"
+
+namespace stowboard {
+namespace {
+
+using std::chrono::milliseconds;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsSupersetOf;
+
+constexpr auto plain = PasteboardType::string;
+
+OwnerScript offering(std::vector<OfferedFormat> formats) {
+  OwnerScript script;
+  script.formats = std::move(formats);
+  return script;
+}
+
+std::string largeText(std::size_t size) {
+  std::string text;
+  while (text.size() < size) text += "line → " + std::to_string(text.size()) + "\n";
+  return text;
+}
+
+/// An image whose encoding the test lets through.
+struct GatedImage : Image {
+  ImageSize size() const override { return {1, 1}; }
+  std::optional<RgbaBitmap> draw(int, int) const override { return std::nullopt; }
+  std::vector<std::string> representationTypes() const override { return {"image/png"}; }
+  std::optional<Bytes> representation(std::string_view type) const override {
+    if (type != "image/png") return std::nullopt;
+    isOpen.wait(false);
+    ++encodings;
+    return Bytes("encoded");
+  }
+  void openUp() {
+    isOpen = true;
+    isOpen.notify_all();
+  }
+  std::atomic<bool> isOpen = false;
+  mutable std::atomic<int> encodings = 0;
+};
+
+class SelectionServingTest : public testing::Test {
+ protected:
+  SelectionServingTest() { open({}); }
+
+  void open(const ServingTimes& times) {
+    pasteboard_.reset();
+    X11Pasteboard::Options options;
+    options.serving = times;
+    pasteboard_ = X11Pasteboard::create(loop_, codec_, options);
+    ASSERT_TRUE(pasteboard_) << "these tests need an X server";
+    pasteboard_->onMoved = [this] { ++moves_; };
+  }
+
+  bool isServing(const std::string& selection, const std::string& text) {
+    const auto answer = requester_.convert("UTF8_STRING", selection);
+    return answer && answer->bytes == text;
+  }
+  void write(const std::string& text) {
+    pasteboard_->clearContents();
+    pasteboard_->setString(Text(text), plain);
+  }
+  /// Returns when other programs get what was written.
+  void publish() {
+    bool hasTurned = false;
+    loop_.post([&] { hasTurned = true; });
+    ASSERT_TRUE(loop_.runUntil([&] { return hasTurned; }));
+    const auto text = pasteboard_->string(plain);
+    const std::string target = text ? "UTF8_STRING" : "TIMESTAMP";
+    ASSERT_TRUE(loop_.runUntil([&] {
+      const auto answer = requester_.convert(target);
+      return answer && (!text || answer->bytes == text->view());
+    }));
+  }
+  void publish(const std::string& text) {
+    write(text);
+    publish();
+  }
+  ScriptedOwner& copy(OwnerScript script) {
+    owners_.push_back(std::make_unique<ScriptedOwner>(std::move(script)));
+    return *owners_.back();
+  }
+  void awaitMoves(int count) {
+    ASSERT_TRUE(loop_.runUntil([&] { return moves_ >= count; })) << moves_ << " moves";
+  }
+  std::string currentText() const {
+    return std::string(pasteboard_->string(plain).value_or(Text("<none>")).view());
+  }
+
+  QtImageCodec codec_;
+  QueueingRunLoop loop_;
+  int moves_ = 0;
+  std::unique_ptr<X11Pasteboard> pasteboard_;
+  std::vector<std::unique_ptr<ScriptedOwner>> owners_;
+  ScriptedRequester requester_;
+};
+
+TEST_F(SelectionServingTest, TextIsGivenInEveryEncodingThatHoldsAllOfIt) {
+  const struct {
+    const char* text;
+    std::optional<Answer> string, compound, any;
+  } rows[] = {
+      {"", {{"STRING", ""}}, {{"COMPOUND_TEXT", ""}}, {{"STRING", ""}}},
+      {"café ÿ",
+       {{"STRING", "caf\xe9 \xff"}},
+       {{"COMPOUND_TEXT", "caf\xe9 \xff"}},
+       {{"STRING", "caf\xe9 \xff"}}},
+      {"Ā→", {}, {{"COMPOUND_TEXT", "\x1b%GĀ→\x1b%@"}}, {{"COMPOUND_TEXT", "\x1b%GĀ→\x1b%@"}}},
+      {"\x1b[1m→", {}, {}, {}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.text);
+    publish(row.text);
+    for (const char* target : {"UTF8_STRING", "text/plain;charset=utf-8", "text/plain"}) {
+      EXPECT_EQ(requester_.convert(target), (Answer{target, row.text}));
+    }
+    const auto offered = requester_.names(requester_.convert("TARGETS")->bytes);
+    const std::pair<const char*, std::optional<Answer>> encodings[] = {
+        {"STRING", row.string}, {"COMPOUND_TEXT", row.compound}, {"TEXT", row.any}};
+    for (const auto& [target, expected] : encodings) {
+      SCOPED_TRACE(target);
+      EXPECT_EQ(requester_.convert(target), expected);
+      EXPECT_EQ(std::ranges::count(offered, target), expected ? 1 : 0);
+    }
+  }
+}
+
+TEST_F(SelectionServingTest, RichTextAndOtherDataGoOutUnchangedBesideTheText) {
+  const std::string rtf = "{\\rtf1 \xe9}";
+  pasteboard_->clearContents();
+  pasteboard_->setData(Bytes(rtf), PasteboardType::rtf);
+  pasteboard_->setString(Text("é"), plain);
+  pasteboard_->setData(Bytes("<b>é</b>"), "text/html");
+  publish();
+  for (const char* target : {"text/rtf", "application/rtf", "text/richtext"}) {
+    EXPECT_EQ(requester_.convert(target), (Answer{target, rtf}));
+  }
+  EXPECT_EQ(requester_.convert("text/html"), (Answer{"text/html", "<b>é</b>"}));
+  EXPECT_EQ(requester_.convert("image/png"), std::nullopt);
+  const auto targets = requester_.convert("TARGETS");
+  EXPECT_EQ(targets->type, "ATOM");
+  EXPECT_THAT(requester_.names(targets->bytes),
+              IsSupersetOf({"TARGETS", "TIMESTAMP", "MULTIPLE", "SAVE_TARGETS", "text/rtf",
+                            "text/html", "UTF8_STRING"}));
+}
+
+TEST_F(SelectionServingTest, AnImageIsGivenInFourFormatsAndItsOwnUnchanged) {
+  const auto file = codec_.encodeJpeg({40, 30, std::vector<std::uint8_t>(40 * 30 * 4, 0x80)}, 0.7);
+  pasteboard_->clearContents();
+  pasteboard_->writeImage(codec_.decode(*file));
+  publish();
+  for (const char* target : {"image/png", "image/jpeg", "image/bmp", "image/tiff"}) {
+    SCOPED_TRACE(target);
+    const auto answer = requester_.convert(target);
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->type, target);
+    const auto image = codec_.decode(Bytes(answer->bytes));
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image->size(), (ImageSize{40, 30}));
+  }
+  EXPECT_EQ(requester_.convert("image/jpeg")->bytes, file->view());
+}
+
+TEST_F(SelectionServingTest, ASlowEncodingHoldsUpNobodyElseAndIsDoneOnce) {
+  const auto image = std::make_shared<GatedImage>();
+  pasteboard_->clearContents();
+  pasteboard_->writeImage(image);
+  pasteboard_->setString(Text("beside"), plain);
+  publish();
+  ScriptedRequester first, second;
+  first.ask("CLIPBOARD", "image/png", "ANSWER");
+  second.ask("CLIPBOARD", "image/png", "ANSWER");
+  EXPECT_EQ(requester_.convert("UTF8_STRING"), (Answer{"UTF8_STRING", "beside"}));
+  // What was asked for is what was there when it was.
+  publish("newer");
+  image->openUp();
+  for (auto* each : {&first, &second}) {
+    EXPECT_EQ(each->awaitAnswer(), "ANSWER");
+    EXPECT_EQ(each->take("ANSWER"), (Answer{"image/png", "encoded"}));
+  }
+  EXPECT_EQ(image->encodings, 1);
+}
+
+TEST_F(SelectionServingTest, MultipleAnswersWhatItCanAndMarksTheRest) {
+  const auto text = largeText(1'000'000);
+  publish(text);
+  const auto pairs = requester_.atoms(
+      {"UTF8_STRING", "A", "image/png", "B", "TIMESTAMP", "C", "MULTIPLE", "D", "text/plain", ""});
+  const auto put = [&](xcb_atom_t property) {
+    xcb_change_property(requester_.xcb(), XCB_PROP_MODE_REPLACE, requester_.window(), property,
+                        requester_.atom("ATOM_PAIR"), 32, static_cast<std::uint32_t>(pairs.size()),
+                        pairs.data());
+  };
+  put(requester_.atom("PAIRS"));
+  requester_.ask("CLIPBOARD", "MULTIPLE", "PAIRS");
+  ASSERT_EQ(requester_.awaitAnswer(), "PAIRS");
+  EXPECT_THAT(requester_.names(requester_.take("PAIRS")->bytes),
+              ElementsAre("UTF8_STRING", "A", "", "", "TIMESTAMP", "C", "", "", "", ""));
+  EXPECT_EQ(requester_.take("C")->bytes.size(), 4u);
+  EXPECT_EQ(requester_.read("A"), (Answer{"UTF8_STRING", text}));
+  requester_.ask("CLIPBOARD", "MULTIPLE", "");
+  EXPECT_EQ(requester_.awaitAnswer(), std::nullopt);
+}
+
+TEST_F(SelectionServingTest, RequestsFromBeforeOurOwnershipAreRefusedAndOldClientsServed) {
+  publish("text");
+  const auto time = requester_.convert("TIMESTAMP");
+  ASSERT_EQ(time->type, "INTEGER");
+  const auto since = *reinterpret_cast<const xcb_timestamp_t*>(time->bytes.data());
+  requester_.ask("CLIPBOARD", "UTF8_STRING", "ANSWER", since - 1);
+  EXPECT_EQ(requester_.awaitAnswer(), std::nullopt);
+  requester_.ask("CLIPBOARD", "UTF8_STRING", "ANSWER", since);
+  EXPECT_EQ(requester_.awaitAnswer(), "ANSWER");
+  requester_.ask("CLIPBOARD", "UTF8_STRING", "");
+  EXPECT_EQ(requester_.awaitAnswer(), "UTF8_STRING");
+  EXPECT_EQ(requester_.take("UTF8_STRING")->bytes, "text");
+}
+
+void beginTransfer(ScriptedRequester& requester) {
+  requester.ask("CLIPBOARD", "UTF8_STRING", "ANSWER");
+  ASSERT_EQ(requester.awaitAnswer(), "ANSWER");
+}
+
+TEST_F(SelectionServingTest, ManyRequestersAreServedAtOnceWhateverOthersDo) {
+  const auto text = largeText(3'000'000);
+  publish(text);
+  ScriptedRequester stalled, vanishing;
+  for (auto* each : {&stalled, &vanishing}) {
+    beginTransfer(*each);
+    ASSERT_EQ(each->take("ANSWER")->type, "INCR");
+  }
+  ASSERT_TRUE(vanishing.awaitChunk("ANSWER"));
+  xcb_destroy_window(vanishing.xcb(), vanishing.window());
+  xcb_flush(vanishing.xcb());
+  std::vector<ScriptedRequester> others(18);
+  std::vector<std::thread> threads;
+  std::atomic<int> served = 0;
+  for (std::size_t i = 0; i < others.size(); ++i) {
+    threads.emplace_back([&, i] {
+      const auto pieceSize = i % 3 == 0 ? 16384u : 1u << 20;
+      const auto answer = others[i].convert("UTF8_STRING", "CLIPBOARD", pieceSize);
+      if (answer && answer->bytes == text && answer->wasIncremental) ++served;
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(served, 18);
+  // Late, but whole.
+  std::string rest;
+  for (auto chunk = stalled.awaitChunk("ANSWER"); chunk && !chunk->bytes.empty();
+       chunk = stalled.awaitChunk("ANSWER")) {
+    rest += chunk->bytes;
+  }
+  EXPECT_TRUE(rest == text);
+}
+
+TEST_F(SelectionServingTest, ARequesterThatStopsReadingIsGivenUp) {
+  ServingTimes times;
+  times.requesterTimeout = milliseconds(50);
+  open(times);
+  std::atomic<bool> gaveUp = false;
+  const Log::Observation observation([&](const Log::Line& line) {
+    if (line.message.find("stopped reading") != std::string::npos) gaveUp = true;
+  });
+  pasteboard_->clearContents();
+  pasteboard_->setData(Bytes(std::string(1'000'000, 'x')), "text/html");
+  publish();
+  ScriptedRequester stalled;
+  stalled.ask("CLIPBOARD", "text/html", "ANSWER");
+  ASSERT_EQ(stalled.awaitAnswer(), "ANSWER");
+  EXPECT_TRUE(loop_.runUntil([&] { return gaveUp.load(); }));
+  EXPECT_TRUE(requester_.convert("TIMESTAMP"));
+}
+
+TEST_F(SelectionServingTest, ATransferUnderWayOutlivesItsContent) {
+  const auto text = largeText(3'000'000);
+  publish(text);
+  ScriptedRequester early, later;
+  for (auto* each : {&early, &later}) beginTransfer(*each);
+  publish("newer");
+  EXPECT_EQ(early.read("ANSWER"), (Answer{"UTF8_STRING", text}));
+  copy(offering({{"UTF8_STRING", "foreign"}}));
+  awaitMoves(1);
+  EXPECT_EQ(later.read("ANSWER"), (Answer{"UTF8_STRING", text}));
+}
+
+TEST_F(SelectionServingTest, AWriteIsSeenWholeOrNotAtAllAndNeverComesBack) {
+  publish("old");
+  const auto count = pasteboard_->changeCount();
+  pasteboard_->clearContents();
+  EXPECT_EQ(pasteboard_->changeCount(), count + 1);
+  EXPECT_TRUE(isServing("CLIPBOARD", "old"));
+  pasteboard_->setString(Text("new"), plain);
+  EXPECT_TRUE(isServing("CLIPBOARD", "old"));
+  publish();
+  // Added in another turn.
+  pasteboard_->setData(Bytes("<b>"), "text/html");
+  publish();
+  ASSERT_TRUE(loop_.runUntil([&] { return requester_.convert("text/html").has_value(); }));
+  copy(offering({{"UTF8_STRING", "foreign"}}));
+  awaitMoves(1);
+  EXPECT_EQ(pasteboard_->changeCount(), count + 2);
+  EXPECT_EQ(currentText(), "foreign");
+  pasteboard_->setString(Text("stray"), plain);
+  EXPECT_EQ(currentText(), "foreign");
+}
+
+TEST_F(SelectionServingTest, AFetchUnderWayIsDroppedByAWrite) {
+  auto script = offering({{"UTF8_STRING", "before"}});
+  script.heldTargets = {"UTF8_STRING"};
+  auto& owner = copy(script);
+  ASSERT_TRUE(loop_.runUntil([&] { return owner.wasAskedFor("UTF8_STRING"); }));
+  const auto before = requester_.ownerOf("CLIPBOARD");
+  write("ours");
+  ASSERT_TRUE(loop_.runUntil([&] { return requester_.ownerOf("CLIPBOARD") != before; }));
+  owner.release();
+  ASSERT_TRUE(loop_.runUntil([&] { return owner.isIdle(); }));
+  EXPECT_EQ(owner.errors(), 0);
+  copy(offering({{"UTF8_STRING", "after"}}));
+  awaitMoves(1);
+  EXPECT_EQ(moves_, 1);
+  EXPECT_EQ(currentText(), "after");
+}
+
+// Whoever is the last by the server's word, that is what both sides have to end with.
+TEST_F(SelectionServingTest, WritesAndCopiesInAnyOrderEndAtTheTruth) {
+  std::minstd_rand random(7);
+  std::vector<std::unique_ptr<ScriptedOwner>> others;
+  for (const char* name : {"one", "two"}) {
+    others.push_back(std::make_unique<ScriptedOwner>(offering({{"UTF8_STRING", name}})));
+  }
+  int writes = 0;
+  for (int round = 0; round < 150; ++round) {
+    for (auto steps = random() % 5 + 1; steps > 0; --steps) {
+      const auto step = random() % 4;
+      if (step < 2) others[step]->take();
+      if (step == 2) write("write " + std::to_string(++writes));
+      if (step == 3)
+        loop_.runUntil([turned = false]() mutable { return std::exchange(turned, true); });
+    }
+    ASSERT_TRUE(loop_.runUntil([&] { return isServing("CLIPBOARD", currentText()); }))
+        << "round " << round << ": " << currentText() << " here, "
+        << testing::PrintToString(requester_.convert("UTF8_STRING")) << " there";
+  }
+}
+
+TEST_F(SelectionServingTest, PrimaryIsOfferedOnRequestUntilAnotherTakesIt) {
+  publish("clipboard only");
+  EXPECT_EQ(requester_.ownerOf("PRIMARY"), XCB_NONE);
+  write("both");
+  pasteboard_->offerPrimary();
+  publish();
+  ASSERT_TRUE(loop_.runUntil([&] { return isServing("PRIMARY", "both"); }));
+  publish("newer");
+  EXPECT_TRUE(isServing("PRIMARY", "both"));
+  ScriptedRequester other;
+  other.own("PRIMARY");
+  EXPECT_TRUE(isServing("CLIPBOARD", "newer"));
+  EXPECT_EQ(requester_.ownerOf("PRIMARY"), other.window());
+  pasteboard_->offerPrimary();
+  ASSERT_TRUE(loop_.runUntil([&] { return requester_.ownerOf("PRIMARY") != other.window(); }));
+  EXPECT_TRUE(isServing("PRIMARY", "newer"));
+  EXPECT_EQ(moves_, 0);
+}
+
+TEST_F(SelectionServingTest, WhatIsPublishedIsServedFromThatMomentOn) {
+  for (int round = 0; round < 50; ++round) {
+    const auto text = std::to_string(round);
+    write(text);
+    pasteboard_->offerPrimary();
+    std::promise<void> published;
+    pasteboard_->whenPublished([&] { published.set_value(); });
+    ASSERT_EQ(published.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    ASSERT_TRUE(isServing("CLIPBOARD", text));
+    ASSERT_TRUE(isServing("PRIMARY", text));
+  }
+}
+
+TEST_F(SelectionServingTest, ContentOutlivesItsProgramWithoutAMove) {
+  const auto jpeg = codec_.encodeJpeg({8, 8, std::vector<std::uint8_t>(8 * 8 * 4, 0x80)}, 0.7);
+  const std::string file(jpeg->view());
+  copy(offering({{"image/jpeg", file}, {"text/richtext", "{\\rtf1}"}, {"STRING", "caf\xe9"}}));
+  awaitMoves(1);
+  const auto count = pasteboard_->changeCount();
+  owners_.clear();
+  ASSERT_TRUE(loop_.runUntil([&] { return requester_.ownerOf("CLIPBOARD") != XCB_NONE; }));
+  EXPECT_EQ(requester_.convert("image/jpeg"), (Answer{"image/jpeg", file}));
+  EXPECT_TRUE(requester_.convert("image/png"));
+  EXPECT_EQ(requester_.convert("text/richtext"), (Answer{"text/richtext", "{\\rtf1}"}));
+  EXPECT_EQ(requester_.convert("UTF8_STRING"), (Answer{"UTF8_STRING", "café"}));
+  EXPECT_EQ(pasteboard_->changeCount(), count);
+  copy(offering({{"UTF8_STRING", "next"}}));
+  awaitMoves(2);
+  EXPECT_EQ(currentText(), "next");
+}
+
+/// A session driven by the test itself, so that it knows when there is nothing left to do.
+class DrivenSession {
+ public:
+  DrivenSession() {
+    limits_.replyTimeout = milliseconds(100);
+    limits_.quarantine = times_.settling = milliseconds(0);
+    session_ = std::make_unique<SelectionSession>(
+        *connection_, limits_, times_, [this](FetchedContent content) { receive(content); },
+        [](const auto& work, const auto& finish) { work(), finish(); });
+  }
+
+  /// Until everything that has happened so far is dealt with.
+  void settle() {
+    for (bool isBusy = true; isBusy;) {
+      const auto cookie = xcb_get_input_focus(connection_->xcb());
+      std::free(xcb_get_input_focus_reply(connection_->xcb(), cookie, nullptr));
+      isBusy = session_->deadline().has_value();
+      if (isBusy && *session_->deadline() <= std::chrono::steady_clock::now()) session_->expire();
+      while (const auto event = connection_->nextEvent()) {
+        session_->handle(*event);
+        isBusy = true;
+      }
+    }
+  }
+
+ private:
+  void receive(FetchedContent& content) {
+    if (!content.isWhole) return;
+    const auto number = content.copyNumber;
+    session_->keep(number, std::make_shared<ClipboardOffer>(maker_.make(std::move(content))));
+  }
+
+  QtImageCodec codec_;
+  SnapshotMaker maker_{codec_, 300};
+  SelectionLimits limits_;
+  ServingTimes times_;
+  std::unique_ptr<X11Connection> connection_ = X11Connection::open({});
+  std::unique_ptr<SelectionSession> session_;
+};
+
+TEST(SelectionTakeoverTest, OnlyWholeContentThatNobodyElseCaresForIsTakenOver) {
+  enum class Then { ends, givesUp, isFollowed, endsBesideAManager };
+  auto mute = offering({{"UTF8_STRING", "never"}});
+  mute.heldTargets = {"UTF8_STRING"};
+  const auto text = offering({{"UTF8_STRING", "text"}});
+  const struct {
+    const char* name;
+    OwnerScript script;
+    Then then;
+    bool isTaken;
+  } rows[] = {
+      {"an owner that ends", text, Then::ends, true},
+      {"an owner that gives the clipboard up", text, Then::givesUp, false},
+      {"an owner that is followed by another", text, Then::isFollowed, false},
+      {"a clipboard manager", text, Then::endsBesideAManager, false},
+      {"a secret", offering({{"UTF8_STRING", "pass"}, {"x-kde-passwordManagerHint", "x"}}),
+       Then::ends, false},
+      {"content that did not come", mute, Then::ends, false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    ScriptedRequester others;
+    DrivenSession session;
+    // A whole content before, which must not come up again.
+    auto earlier = std::make_unique<ScriptedOwner>(offering({{"UTF8_STRING", "earlier"}}));
+    session.settle();
+    auto owner = std::make_unique<ScriptedOwner>(row.script);
+    session.settle();
+    earlier.reset();
+    if (row.then == Then::endsBesideAManager) others.own("CLIPBOARD_MANAGER");
+    if (row.then == Then::givesUp) others.own("CLIPBOARD", false);
+    owner.reset();
+    if (row.then == Then::isFollowed) others.own("CLIPBOARD");
+    while (row.then == Then::ends && others.ownerOf("CLIPBOARD") != XCB_NONE) {
+    }
+    session.settle();
+    const auto holder = others.ownerOf("CLIPBOARD");
+    EXPECT_EQ(holder != XCB_NONE && holder != others.window(), row.isTaken);
+  }
+}
+
+/// A clipboard manager: saves what it is asked to and takes the clipboard, as long as it lives.
+class ScriptedManager {
+ public:
+  explicit ScriptedManager(bool answers = true) : answers_(answers) {
+    client_.own("CLIPBOARD_MANAGER");
+    thread_ = std::thread([this] { run(); });
+  }
+  ~ScriptedManager() { thread_.join(); }
+
+  std::vector<std::string> targets;
+  std::optional<Answer> text;
+  std::atomic<bool> wasAsked = false;
+
+ private:
+  void run() {
+    const auto request = client_.await<xcb_selection_request_event_t>(
+        XCB_SELECTION_REQUEST, [](const auto&) { return true; });
+    if (!request) return;
+    wasAsked = true;
+    if (!answers_) return;
+    targets = client_.names(client_.convert("TARGETS")->bytes);
+    text = client_.convert("UTF8_STRING");
+    client_.own("CLIPBOARD");
+    xcb_selection_notify_event_t notify{};
+    notify.response_type = XCB_SELECTION_NOTIFY;
+    notify.requestor = request->requestor;
+    notify.selection = request->selection;
+    notify.target = request->target;
+    notify.property = request->property;
+    xcb_send_event(client_.xcb(), 0, request->requestor, 0, reinterpret_cast<const char*>(&notify));
+    xcb_flush(client_.xcb());
+  }
+
+  const bool answers_;
+  ScriptedRequester client_;
+  std::thread thread_;
+};
+
+TEST_F(SelectionServingTest, WhatIsOursGoesToTheClipboardManagerInTheEnd) {
+  const auto text = largeText(1'000'000);
+  ScriptedManager manager;
+  // The end comes in the very turn of the write.
+  write(text);
+  bool isDone = false;
+  pasteboard_->handOver([&] { isDone = true; });
+  ASSERT_TRUE(loop_.runUntil([&] { return isDone; }));
+  ASSERT_TRUE(manager.text);
+  EXPECT_TRUE(manager.text->bytes == text);
+  EXPECT_THAT(manager.targets, Contains("UTF8_STRING"));
+  pasteboard_.reset();
+  EXPECT_EQ(moves_, 0);
+}
+
+TEST_F(SelectionServingTest, TheEndWaitsForNoManagerThatIsSilentOrNotConcerned) {
+  ServingTimes times;
+  times.handOver = milliseconds(100);
+  open(times);
+  bool isDone = false;
+  pasteboard_->handOver([&] { isDone = true; });
+  ASSERT_TRUE(loop_.runUntil([&] { return isDone; }));
+  open(times);
+  publish("ours");
+  ScriptedManager silent(false);
+  pasteboard_.reset();
+  EXPECT_TRUE(silent.wasAsked);
+}
+
+}  // namespace
+}  // namespace stowboard

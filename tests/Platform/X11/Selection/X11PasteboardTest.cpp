@@ -1,0 +1,463 @@
+#include "Platform/X11/Selection/X11Pasteboard.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Base/Log.h"
+#include "Platform/X11/QueueingRunLoop.h"
+#include "Platform/X11/Selection/ScriptedOwner.h"
+#include "contract/PasteboardContract.h"
+
+namespace stowboard {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using Fault = OwnerScript::Fault;
+using std::chrono::milliseconds;
+
+const std::string pngBytes("\x89PNG\r\n\x1a\n picture");
+const std::string tiffBytes("II*\0 picture", 12);
+
+OwnerScript offering(std::vector<OfferedFormat> formats) {
+  OwnerScript script;
+  script.formats = std::move(formats);
+  return script;
+}
+
+OwnerScript text(std::string utf8) { return offering({{"UTF8_STRING", std::move(utf8)}}); }
+
+/// Takes any bytes for an image; remembers which, and can be made to take its time.
+class RecordingCodec : public ImageCodec {
+ public:
+  struct Picture : Image {
+    ImageSize size() const override { return {1, 1}; }
+    std::optional<RgbaBitmap> draw(int, int) const override { return std::nullopt; }
+    std::vector<std::string> representationTypes() const override { return {"image/png"}; }
+    std::optional<Bytes> representation(std::string_view type) const override {
+      return type == "image/png" ? std::optional(Bytes("encoded")) : std::nullopt;
+    }
+  };
+
+  std::shared_ptr<const Image> decode(const Bytes&) override { return nullptr; }
+  std::shared_ptr<const Image> decodeToFit(const Bytes& encoded, int maxDimension) override {
+    EXPECT_NE(std::this_thread::get_id(), mainThread_);
+    EXPECT_EQ(maxDimension, 300);
+    isOpen.wait(false);
+    decoded.push_back(encoded);
+    return std::make_shared<Picture>();
+  }
+  std::optional<Bytes> encodeJpeg(const RgbaBitmap&, double) override { return std::nullopt; }
+
+  void openUp() {
+    isOpen = true;
+    isOpen.notify_all();
+  }
+
+  std::atomic<bool> isOpen = true;
+  // Looked at by the test only after the move that the decoding precedes.
+  std::vector<Bytes> decoded;
+
+ private:
+  const std::thread::id mainThread_ = std::this_thread::get_id();
+};
+
+// Short times only where they are what ends the transfer: a busy machine must not.
+SelectionLimits limitsFor(std::string_view reason) {
+  SelectionLimits limits;
+  limits.maxBytes = 100'000;
+  if (reason == "stopped answering") limits.replyTimeout = limits.chunkTimeout = milliseconds(400);
+  if (reason == "took too long") limits.totalTimeout = milliseconds(400);
+  return limits;
+}
+
+class X11PasteboardTest : public testing::Test {
+ protected:
+  X11PasteboardTest() { open({}); }
+
+  void open(const SelectionLimits& limits) {
+    X11Pasteboard::Options options;
+    options.limits = limits;
+    options.onConnectionLost = [this] { ++lostConnections_; };
+    pasteboard_ = X11Pasteboard::create(loop_, codec_, options);
+    ASSERT_TRUE(pasteboard_) << "these tests need an X server";
+    seen_.clear();
+    pasteboard_->onMoved = [this] { seen_.push_back(currentText()); };
+  }
+
+  ScriptedOwner& copy(OwnerScript script) {
+    owners_.push_back(std::make_unique<ScriptedOwner>(std::move(script)));
+    return *owners_.back();
+  }
+
+  void awaitMoves(std::size_t count) {
+    ASSERT_TRUE(loop_.runUntil([&] { return seen_.size() >= count; }))
+        << "only " << seen_.size() << " of " << count << " moves came";
+  }
+
+  void copyAndAwait(OwnerScript script) {
+    const auto before = seen_.size();
+    copy(std::move(script));
+    awaitMoves(before + 1);
+  }
+
+  void awaitRequest(const ScriptedOwner& owner, const std::string& target) {
+    ASSERT_TRUE(loop_.runUntil([&] { return owner.wasAskedFor(target); })) << target;
+  }
+
+  std::string currentText() const {
+    const auto text = pasteboard_->string(PasteboardType::string);
+    return text ? std::string(text->view()) : "<none>";
+  }
+
+  QueueingRunLoop loop_;
+  RecordingCodec codec_;
+  int lostConnections_ = 0;
+  // The text of each content announced.
+  std::vector<std::string> seen_;
+  std::unique_ptr<X11Pasteboard> pasteboard_;
+  std::vector<std::unique_ptr<ScriptedOwner>> owners_;
+};
+
+TEST_F(X11PasteboardTest, TextComesFromTheMostTrustedUsableTarget) {
+  const std::string list(8, '\x01');
+  const struct {
+    const char* name;
+    std::vector<OfferedFormat> formats;
+    std::string expected;
+  } rows[] = {
+      {"UTF8_STRING first", {{"STRING", "latin"}, {"UTF8_STRING", "é→"}}, "é→"},
+      {"charset in the name", {{"text/plain", "?"}, {"text/plain;charset=utf-8", "é"}}, "é"},
+      {"text/plain holding UTF-8", {{"text/plain", "é"}}, "é"},
+      {"text/plain holding Latin-1", {{"text/plain", "caf\xe9"}}, "café"},
+      {"STRING is Latin-1", {{"STRING", "caf\xe9"}}, "café"},
+      {"STRING that says it is UTF-8", {{"STRING", "é", "UTF8_STRING"}}, "é"},
+      {"COMPOUND_TEXT last", {{"COMPOUND_TEXT", "\x1b%G→\x1b%@ \xe9"}}, "→ é"},
+      {"broken UTF-8 gives way", {{"UTF8_STRING", "caf\xe9"}, {"STRING", "caf\xe9"}}, "café"},
+      {"broken UTF-8 is repaired at last", {{"UTF8_STRING", "caf\xe9!"}}, "caf\uFFFD!"},
+      {"a list instead of text", {{"UTF8_STRING", list, "ATOM", 32}, {"STRING", "text"}}, "text"},
+      {"a refusal", {{"UTF8_STRING", "", "", 8, true}, {"text/plain", "text"}}, "text"},
+      {"a NUL at the end", {{"UTF8_STRING", std::string("text\0", 5)}}, "text"},
+      {"an empty text", {{"UTF8_STRING", ""}, {"STRING", "other"}}, ""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    copyAndAwait(offering(row.formats));
+    EXPECT_EQ(seen_.back(), row.expected);
+  }
+}
+
+TEST_F(X11PasteboardTest, AnOwnerWithoutTargetsIsAskedForText) {
+  auto script = offering({{"STRING", "caf\xe9"}});
+  script.refusesTargets = true;
+  copyAndAwait(script);
+  EXPECT_EQ(seen_.back(), "café");
+  EXPECT_EQ(pasteboard_->types(), std::nullopt);
+}
+
+TEST_F(X11PasteboardTest, ImagesComeUnderTheTypeThatTheirTargetStandsFor) {
+  const std::string jpegBytes = "\xff\xd8\xff picture";
+  const struct {
+    const char* name;
+    std::vector<OfferedFormat> formats;
+    std::optional<Bytes> tiff, png;
+  } rows[] = {
+      {"TIFF first", {{"image/png", pngBytes}, {"image/tiff", tiffBytes}}, Bytes(tiffBytes), {}},
+      {"PNG", {{"image/png", pngBytes}, {"image/jpeg", jpegBytes}}, {}, Bytes(pngBytes)},
+      {"another format", {{"image/jpeg", jpegBytes}}, {}, Bytes(jpegBytes)},
+      {"TIFF that is none", {{"image/tiff", "text"}, {"image/png", pngBytes}}, {}, Bytes(pngBytes)},
+      {"PNG that is none", {{"image/png", "text"}}, {}, {}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    auto formats = row.formats;
+    formats.push_back({"UTF8_STRING", row.name});
+    copyAndAwait(offering(formats));
+    EXPECT_EQ(pasteboard_->data(PasteboardType::tiff), row.tiff);
+    EXPECT_EQ(pasteboard_->data(PasteboardType::png), row.png);
+    EXPECT_EQ(seen_.back(), row.name);
+  }
+}
+
+TEST_F(X11PasteboardTest, ContentOfAnySizeArrivesWhole) {
+  std::string large;
+  while (large.size() < 9'000'000) large += "line → " + std::to_string(large.size()) + "\n";
+  const struct {
+    std::size_t size, chunkSize;
+  } rows[] = {{200, 1}, {0, 7}, {300'000, 4099}, {large.size(), 1'000'003}, {large.size(), 0}};
+  for (const auto& [size, chunkSize] : rows) {
+    SCOPED_TRACE(testing::Message() << size << " bytes in chunks of " << chunkSize);
+    auto end = size;
+    while (end < large.size() && (large[end] & 0xC0) == 0x80) ++end;
+    auto script = text(large.substr(0, end));
+    script.chunkSize = chunkSize;
+    copyAndAwait(script);
+    EXPECT_TRUE(seen_.back() == script.formats[0].bytes);
+  }
+}
+
+TEST_F(X11PasteboardTest, ASecretIsNeitherReadNorCounted) {
+  const auto& secret =
+      copy(offering({{"UTF8_STRING", "pass"}, {"x-kde-passwordManagerHint", "x"}}));
+  awaitRequest(secret, "TARGETS");
+  copyAndAwait(text("after"));
+  EXPECT_THAT(seen_, ElementsAre("after"));
+  EXPECT_EQ(pasteboard_->changeCount(), 1);
+  EXPECT_THAT(secret.requests(), ElementsAre("TARGETS"));
+}
+
+TEST_F(X11PasteboardTest, AFaultyOwnerEndsWithItsTypesAndWhatDataCame) {
+  auto silent = text("never");
+  silent.heldTargets = {"TARGETS"};
+  auto mute = text("never");
+  mute.heldTargets = {"UTF8_STRING"};
+  auto incremental = text(std::string(50'000, 'x'));
+  incremental.chunkSize = 100;
+  auto halfMute = offering({{"text/rtf", "never"}, {"UTF8_STRING", "came"}});
+  halfMute.heldTargets = {"text/rtf"};
+  const auto failing = [&incremental](Fault fault) {
+    auto script = incremental;
+    script.fault = fault;
+    return script;
+  };
+  auto trickling = failing(Fault::neverEnds);
+  trickling.chunkSize = 1;
+  auto huge = text(std::string(200'000, 'x'));
+  auto hugeInChunks = huge;
+  hugeInChunks.chunkSize = 30'000;
+  const struct {
+    const char* name;
+    OwnerScript script;
+    bool hasTypes;
+    std::string text, reason;
+  } rows[] = {
+      {"no answer at all", silent, false, "<none>", "stopped answering"},
+      {"no answer after TARGETS", mute, true, "<none>", "stopped answering"},
+      {"no answer for the richer format", halfMute, true, "came", "stopped answering"},
+      {"stops halfway", failing(Fault::stopsAfterOneChunk), true, "<none>", "stopped answering"},
+      {"dies halfway", failing(Fault::diesAfterOneChunk), true, "<none>", "its owner ended"},
+      {"takes its time", trickling, true, "<none>", "took too long"},
+      {"never ends", failing(Fault::neverEnds), true, "<none>", "exceeds the size"},
+      {"too large", huge, true, "<none>", "exceeds the size"},
+      {"too large in chunks", hugeInChunks, true, "<none>", "exceeds the size"},
+      {"empty chunks only", failing(Fault::onlyEmptyChunks), true, "", ""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    open(limitsFor(row.reason));
+    std::string log;
+    {
+      const Log::Observation observation([&](const Log::Line& line) { log += line.message; });
+      copyAndAwait(row.script);
+    }
+    EXPECT_EQ(seen_.back(), row.text);
+    EXPECT_EQ(pasteboard_->data(PasteboardType::rtf), std::nullopt);
+    EXPECT_EQ(pasteboard_->types().has_value(), row.hasTypes);
+    EXPECT_THAT(log, HasSubstr(row.reason));
+    copyAndAwait(text("afterwards"));
+    EXPECT_EQ(seen_.back(), "afterwards");
+  }
+}
+
+// With the default limits of five seconds: the second owner must not wait for the first.
+TEST_F(X11PasteboardTest, AHangingOwnerDelaysNobodyAndSurvivesItsLateAnswer) {
+  auto script = text("too late");
+  script.heldTargets = {"UTF8_STRING"};
+  auto& hanging = copy(script);
+  awaitRequest(hanging, "UTF8_STRING");
+  copyAndAwait(text("next"));
+  hanging.release();
+  ASSERT_TRUE(loop_.runUntil([&] { return hanging.isIdle(); }));
+  copyAndAwait(text("last"));
+  EXPECT_THAT(seen_, ElementsAre("next", "last"));
+  EXPECT_EQ(hanging.errors(), 0);
+}
+
+TEST_F(X11PasteboardTest, ACopyReplacedWhileItsAnswerIsUnderwayIsStillRecordedFirst) {
+  auto first = text("first");
+  first.heldTargets = {"UTF8_STRING"};
+  auto& slow = copy(first);
+  awaitRequest(slow, "UTF8_STRING");
+  auto second = text("second");
+  second.heldTargets = {"UTF8_STRING"};
+  auto& newer = copy(second);
+  awaitRequest(newer, "UTF8_STRING");
+  slow.release();
+  awaitMoves(1);
+  newer.release();
+  awaitMoves(2);
+  EXPECT_THAT(seen_, ElementsAre("first", "second"));
+}
+
+// Whoever owns the clipboard answers: a request made on behalf of an older owner would reach this
+// one.
+TEST_F(X11PasteboardTest, AReplacedOwnersRemainingTargetsAreNotAskedOfItsSuccessor) {
+  auto first = text("first");
+  first.heldTargets = {"TARGETS"};
+  auto& slow = copy(first);
+  awaitRequest(slow, "TARGETS");
+  auto held = offering({{"UTF8_STRING", "pass"}, {"x-kde-passwordManagerHint", "x"}});
+  held.heldTargets = {"TARGETS"};
+  auto& newer = copy(held);
+  awaitRequest(newer, "TARGETS");
+  slow.release();
+  ASSERT_TRUE(loop_.runUntil([&] { return slow.isIdle(); }));
+  newer.release();
+  copyAndAwait(text("after"));
+  EXPECT_THAT(seen_, ElementsAre("after"));
+  EXPECT_THAT(newer.requests(), ElementsAre("TARGETS"));
+}
+
+// A request that crosses the change of owner on its way is answered by the new one.
+TEST(SelectionFetchTest, ARequestThatReachedTheNextOwnerIsGivenUp) {
+  const auto connection = X11Connection::open({});
+  ASSERT_TRUE(connection);
+  const auto sequence = [&] { return xcb_no_operation(connection->xcb()).sequence; };
+  const auto now = std::chrono::steady_clock::now();
+  for (const bool reachedNext : {true, false}) {
+    const auto before = sequence();
+    SelectionFetch fetch(*connection, {}, 1, XCB_CURRENT_TIME, now);
+    fetch.supersede(reachedNext ? before : sequence(), 2);
+    EXPECT_EQ(fetch.isPending(), !reachedNext);
+  }
+}
+
+TEST_F(X11PasteboardTest, CopiesInQuickSuccessionAllArriveInOrder) {
+  std::vector<std::string> expected;
+  for (int i = 0; i < 100; ++i) {
+    expected.push_back("copy " + std::to_string(i));
+    const auto& owner = copy(text(expected.back()));
+    // As soon as it was served, and without a turn of the main loop, it ends and the next one
+    // copies.
+    while (!owner.wasAskedFor("UTF8_STRING") || !owner.isIdle()) std::this_thread::yield();
+    owners_.pop_back();
+  }
+  awaitMoves(100);
+  EXPECT_EQ(seen_, expected);
+}
+
+TEST_F(X11PasteboardTest, TheSameContentCopiedAgainSharesItsStorage) {
+  auto& owner = copy(offering({{"UTF8_STRING", "same"}, {"image/png", pngBytes}}));
+  awaitMoves(1);
+  const auto text = pasteboard_->data(PasteboardType::string);
+  const auto image = pasteboard_->data(PasteboardType::png);
+  owner.take();
+  awaitMoves(2);
+  EXPECT_TRUE(pasteboard_->data(PasteboardType::string)->sharesStorageWith(*text));
+  EXPECT_TRUE(pasteboard_->data(PasteboardType::png)->sharesStorageWith(*image));
+}
+
+TEST_F(X11PasteboardTest, AnImageIsDecodedBeforeItsAnnouncementWhileTheNextCopyIsFetched) {
+  codec_.isOpen = false;
+  copy(offering({{"image/png", pngBytes}}));
+  bool wasDecoded = false;
+  pasteboard_->onMoved = [&] {
+    const auto png = pasteboard_->data(PasteboardType::png);
+    if (png) wasDecoded = codec_.decoded.at(0).sharesStorageWith(*png);
+    seen_.push_back(png ? "image" : currentText());
+  };
+  awaitRequest(*owners_.back(), "image/png");
+  ASSERT_TRUE(loop_.runUntil([&] { return owners_.back()->isIdle(); }));
+  auto& next = copy(text("next"));
+  awaitRequest(next, "UTF8_STRING");
+  EXPECT_TRUE(seen_.empty());
+  codec_.openUp();
+  awaitMoves(2);
+  EXPECT_THAT(seen_, ElementsAre("image", "next"));
+  EXPECT_TRUE(wasDecoded);
+}
+
+TEST_F(X11PasteboardTest, NothingIsCalledAfterItsEnd) {
+  codec_.isOpen = false;
+  const auto& first = copy(offering({{"image/png", pngBytes}}));
+  awaitRequest(first, "image/png");
+  auto script = text("held");
+  script.heldTargets = {"UTF8_STRING"};
+  auto& held = copy(script);
+  awaitRequest(held, "UTF8_STRING");
+  codec_.openUp();
+  pasteboard_.reset();
+  held.release();
+  bool didTurn = false;
+  loop_.post([&] { didTurn = true; });
+  ASSERT_TRUE(loop_.runUntil([&] { return didTurn; }));
+  EXPECT_TRUE(seen_.empty());
+}
+
+TEST_F(X11PasteboardTest, AHandlerMayDestroyThePasteboard) {
+  bool wasCalled = false;
+  pasteboard_->onMoved = [this, &wasCalled] {
+    pasteboard_.reset();
+    wasCalled = true;
+  };
+  copy(text("any"));
+  EXPECT_TRUE(loop_.runUntil([&] { return wasCalled; }));
+}
+
+TEST_F(X11PasteboardTest, ALostConnectionIsReportedOnce) {
+  std::string log;
+  const Log::Observation observation([&](const Log::Line& line) { log += line.message; });
+  auto script = text("any");
+  script.killsRequestor = true;
+  copy(script);
+  EXPECT_TRUE(loop_.runUntil([&] { return lostConnections_ > 0; }));
+  pasteboard_.reset();
+  EXPECT_EQ(lostConnections_, 1);
+  EXPECT_THAT(log, HasSubstr("X server is lost"));
+}
+
+TEST(X11PasteboardCreationTest, DeclinesWithoutAServer) {
+  QueueingRunLoop loop;
+  RecordingCodec codec;
+  X11Pasteboard::Options options;
+  options.display = ":9999";
+  EXPECT_EQ(X11Pasteboard::create(loop, codec, options), nullptr);
+}
+
+class X11Driver {
+ public:
+  X11Driver() {
+    pasteboard_ = X11Pasteboard::create(loop_, codec_, {});
+    if (!pasteboard_) std::abort();
+  }
+
+  Pasteboard& pasteboard() { return *pasteboard_; }
+
+  void copy(std::map<std::string, std::string, std::less<>> content) {
+    OwnerScript script;
+    for (auto& [type, bytes] : content) {
+      script.formats.push_back({type == PasteboardType::string ? "UTF8_STRING" : type, bytes});
+    }
+    awaitMove([&] { owner_ = std::make_unique<ScriptedOwner>(script); });
+  }
+
+  void endOwner() {
+    // A loss that moved the count by mistake would show when the loop runs for the next copy, in
+    // CopiesInQuickSuccessionAllArriveInOrder.
+    owner_.reset();
+  }
+
+ private:
+  template <typename Action>
+  void awaitMove(Action action) {
+    const auto before = pasteboard_->changeCount();
+    action();
+    EXPECT_TRUE(loop_.runUntil([&] { return pasteboard_->changeCount() > before; }));
+  }
+
+  QueueingRunLoop loop_;
+  RecordingCodec codec_;
+  std::unique_ptr<X11Pasteboard> pasteboard_;
+  std::unique_ptr<ScriptedOwner> owner_;
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(X11, PasteboardContract, X11Driver);
+
+}  // namespace
+}  // namespace stowboard

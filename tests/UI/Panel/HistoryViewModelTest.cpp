@@ -1,0 +1,112 @@
+#include "UI/Panel/HistoryViewModel.h"
+
+#include <gmock/gmock.h>
+
+#include "fakes/Clips.h"
+#include "fakes/FakePasteSimulator.h"
+#include "fakes/FakeRunLoop.h"
+
+namespace stowboard {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class HistoryViewModelTest : public ::testing::Test {
+ protected:
+  void make(std::vector<std::string> texts, PasteSimulating* simulator) {
+    AppState::Clips clips;
+    for (std::string& text : texts) clips.push_back(textClip(std::move(text)));
+    state_ = std::make_shared<AppState>(std::move(clips), AppSettings());
+    model_ = std::make_unique<HistoryViewModel>(state_, simulator,
+                                                [this](auto task) { loop_.post(std::move(task)); });
+    changes_ = model_->changes().subscribe([this] { ++announced_; });
+  }
+  void make(std::vector<std::string> texts) { make(std::move(texts), &simulator_); }
+
+  FakeRunLoop loop_;
+  FakePasteSimulator simulator_;
+  std::shared_ptr<AppState> state_;
+  std::unique_ptr<HistoryViewModel> model_;
+  Subscription changes_;
+  int announced_ = 0;
+};
+
+TEST_F(HistoryViewModelTest, TheSelectionStopsAtEitherEndAndFollowsTheQuery) {
+  make({"apple", "pear", "grape"});
+  EXPECT_EQ(model_->selectedIndex(), std::nullopt);
+  model_->moveSelection(1);
+  EXPECT_EQ(model_->selectedIndex(), 1) << "none counts as the first";
+  model_->reset();
+  EXPECT_EQ(model_->selectedIndex(), 0);
+  for (const auto& [step, expected] : {std::pair(-1, 0), {1, 1}, {1, 2}, {1, 2}, {-9, 0}, {9, 2}}) {
+    announced_ = 0;
+    model_->moveSelection(step);
+    EXPECT_EQ(model_->selectedIndex(), expected);
+    EXPECT_EQ(announced_, 1) << "also when nothing moved";
+  }
+  model_->setQuery(" AP ");
+  EXPECT_EQ(model_->query(), " AP ");
+  EXPECT_THAT(previews(model_->visibleClips()), ElementsAre("apple", "grape"));
+  EXPECT_EQ(model_->selectedIndex(), 0);
+  model_->setQuery("plum");
+  EXPECT_EQ(model_->selectedIndex(), std::nullopt);
+  model_->moveSelection(1);
+  EXPECT_EQ(model_->selectedIndex(), std::nullopt);
+  model_->reset();
+  EXPECT_EQ(model_->query(), "");
+  EXPECT_EQ(model_->selectedIndex(), 0);
+}
+
+TEST_F(HistoryViewModelTest, ActivatesWhatIsVisibleAtAnIndexAndNothingElse) {
+  make({"apple", "pear", "grape"});
+  model_->activateSelected();
+  model_->reset();
+  for (const int outside : {-1, 3, 8}) model_->activate(outside);
+  EXPECT_THAT(simulator_.activated, IsEmpty());
+  bool isClosing = false;
+  model_->onRequestClose = [&] { isClosing = true; };
+  model_->setQuery("ap");
+  model_->moveSelection(1);
+  model_->activateSelected();
+  model_->activate(0);
+  EXPECT_THAT(simulator_.activated, ElementsAre("grape", "apple"));
+  EXPECT_FALSE(isClosing) << "that is left to the simulator's report";
+
+  make({"apple"}, nullptr);
+  model_->activate(0);
+  model_->onRequestClose = [&] { isClosing = true; };
+  model_->activate(1);
+  EXPECT_FALSE(isClosing);
+  model_->activate(0);
+  EXPECT_TRUE(isClosing);
+}
+
+TEST_F(HistoryViewModelTest, HearsOfTheStateOnALaterTurn) {
+  make({"b", "a"});
+  loop_.runUntilIdle();
+  EXPECT_EQ(announced_, 0) << "what was there at first is no change";
+  model_->reset();
+  model_->moveSelection(1);
+  announced_ = 0;
+  auto settings = state_->settings();
+  settings.language = AppLanguage::simplifiedChinese;
+  state_->updateSettings(settings);
+  EXPECT_EQ(announced_, 0);
+  loop_.runUntilIdle();
+  EXPECT_EQ(announced_, 1);
+  EXPECT_EQ(model_->selectedIndex(), 1) << "a setting leaves the selection alone";
+  state_->append(textClip("c"));
+  EXPECT_EQ(model_->selectedIndex(), 1);
+  loop_.runUntilIdle();
+  EXPECT_EQ(model_->selectedIndex(), 0);
+  state_->clearAll();
+  loop_.runUntilIdle();
+  EXPECT_EQ(model_->selectedIndex(), std::nullopt);
+  state_->append(textClip("d"));
+  model_.reset();
+  loop_.runUntilIdle();
+}
+
+}  // namespace
+}  // namespace stowboard

@@ -1,0 +1,142 @@
+#include "UI/Settings/SettingsViewModel.h"
+
+#include <gmock/gmock.h>
+
+#include <vector>
+
+#include "UI/Settings/SettingsFixture.h"
+
+namespace stowboard {
+namespace {
+
+using ::testing::ElementsAre;
+using enum ModifierKeyOption;
+
+AppSettings withHotKey(std::uint32_t keyCode, std::uint32_t modifiers) {
+  AppSettings settings;
+  settings.hotKey = {keyCode, modifiers};
+  return settings;
+}
+
+TEST(SettingsViewModel, SplitsTheHotKeyForThePickers) {
+  struct Row {
+    std::uint32_t modifiers;
+    ModifierKeyOption first, second;
+  };
+  for (const Row& row : std::vector<Row>{{0x300, command, shift},
+                                         {0x1800, control, option},
+                                         {0x900, command, option},
+                                         {0x1100, command, control},
+                                         {0xA00, option, shift},
+                                         {0x800, option, none},
+                                         {0x200, shift, none},
+                                         {0, command, none},
+                                         {0x400, command, none},
+                                         {0xB00, command, shift},
+                                         {0x1B00, command, shift}}) {
+    const SettingsFixture fixture(withHotKey(9, row.modifiers));
+    EXPECT_EQ(fixture.viewModel->hotKeyModifier1(), row.first) << row.modifiers;
+    EXPECT_EQ(fixture.viewModel->hotKeyModifier2(), row.second) << row.modifiers;
+  }
+  EXPECT_EQ(SettingsFixture(withHotKey(40, 0x100)).viewModel->hotKeyKeyOption(),
+            (KeyOption{40, "K"}));
+  EXPECT_EQ(SettingsFixture(withHotKey(99, 0x100)).viewModel->hotKeyKeyOption(),
+            (KeyOption{99, "F3"}));
+  EXPECT_EQ(SettingsFixture(withHotKey(118, 0x100)).viewModel->hotKeyKeyOption(),
+            (KeyOption{118, "V"}));
+}
+
+TEST(SettingsViewModel, JoinsTheHotKeyFromThePickers) {
+  SettingsFixture fixture;
+  const auto joined = [&](ModifierKeyOption first, ModifierKeyOption second, KeyOption key) {
+    fixture.viewModel->updateHotKeyComponents(first, second, key);
+    return fixture.viewModel->hotKeyFullDisplay();
+  };
+  EXPECT_EQ(joined(none, none, {9, "V"}), "⌘ Command + V");
+  EXPECT_EQ(joined(command, command, {9, "V"}), "⌘ Command + V");
+  EXPECT_EQ(joined(none, control, {9, "V"}), "⌃ Control + V");
+  EXPECT_EQ(joined(option, shift, {49, "Space"}), "⌥ Option + ⇧ Shift + Space");
+  // A third modifier goes with the first change, a key that no picker offers stays.
+  SettingsFixture rare(withHotKey(99, 0xB00));
+  auto& viewModel = *rare.viewModel;
+  viewModel.updateHotKeyComponents(viewModel.hotKeyModifier1(), viewModel.hotKeyModifier2(),
+                                   viewModel.hotKeyKeyOption());
+  EXPECT_EQ(rare.settings().hotKey, (HotKeyConfig{99, 0x300}));
+}
+
+TEST(SettingsViewModel, ChangesOneFieldAndLeavesTheOthers) {
+  SettingsFixture fixture({50, PasteMode::copyOnly, {40, 0x300}, {"secret"}, {}, 0x1000});
+  AppSettings expected = fixture.settings();
+  EXPECT_EQ(fixture.viewModel->directPastePair(), DirectPasteModifierPair::commandOption);
+  EXPECT_FALSE(fixture.viewModel->isDirectPaste());
+
+  fixture.viewModel->setLanguage(AppLanguage::simplifiedChinese);
+  expected.language = AppLanguage::simplifiedChinese;
+  EXPECT_EQ(fixture.settings(), expected);
+  for (const auto pair : allDirectPasteModifierPairs) {
+    fixture.viewModel->setDirectPastePair(pair);
+    expected.directPasteModifiers = carbonMask(pair);
+    EXPECT_EQ(fixture.settings(), expected);
+    EXPECT_EQ(fixture.viewModel->directPasteFullDisplay(), fullDisplayString(pair));
+  }
+  for (const auto& [asked, stored] : std::vector<std::pair<std::int64_t, std::int64_t>>{
+           {5000, 1000}, {1000, 1000}, {2, 2}, {0, 1}, {INT64_MIN, 1}, {INT64_MAX, 1000}}) {
+    fixture.viewModel->setMaxRecordsInt(asked);
+    expected.maxRecords = stored;
+    EXPECT_EQ(fixture.settings(), expected) << asked;
+  }
+  EXPECT_THAT(previews(fixture.appState->clips()), ElementsAre("three")) << "trimmed to 1";
+}
+
+TEST(SettingsViewModel, ShowsWhatTheSystemSaysAboutLaunchingAtLogin) {
+  SettingsFixture fixture;
+  auto& viewModel = *fixture.viewModel;
+  fixture.loginItems.failure = "Read-only file system";
+  viewModel.setLaunchAtLogin(true);
+  EXPECT_FALSE(viewModel.launchAtLogin());
+  EXPECT_EQ(viewModel.loginItemError(), "Failed to update login item: Read-only file system");
+  fixture.loginItems.failure.reset();
+  viewModel.setLaunchAtLogin(true);
+  EXPECT_TRUE(viewModel.launchAtLogin());
+  EXPECT_FALSE(viewModel.loginItemError());
+  // The system may take it and yet wait for the user's approval.
+  fixture.loginItems.current = LoginItems::Status::requiresApproval;
+  fixture.loginItems.failure = "Refused";
+  viewModel.setLaunchAtLogin(false);
+  EXPECT_FALSE(viewModel.launchAtLogin());
+}
+
+TEST(SettingsViewModel, AnnouncesItsOwnChangesAtOnceAndThoseOfTheSettingsLater) {
+  SettingsFixture fixture;
+  int announcements = 0;
+  const auto subscription = fixture.viewModel->changes().subscribe([&] { ++announcements; });
+  fixture.trust.trusted = true;
+  EXPECT_FALSE(fixture.viewModel->permissionGranted()) << "asked at construction, not at each read";
+  fixture.viewModel->refreshPermissionStatus();
+  EXPECT_TRUE(fixture.viewModel->permissionGranted());
+  EXPECT_EQ(announcements, 1);
+
+  fixture.runLoop.runUntilIdle();
+  EXPECT_EQ(announcements, 1) << "not of the settings that it was made with";
+  fixture.appState->updateSettings({});
+  EXPECT_EQ(announcements, 1);
+  fixture.runLoop.runUntilIdle();
+  EXPECT_EQ(announcements, 2);
+  fixture.appState->updateSettings({});
+  fixture.viewModel.reset();
+  fixture.runLoop.runUntilIdle();
+  EXPECT_EQ(announcements, 2);
+}
+
+TEST(SettingsViewModel, ClearsTheHistoryAndEndsTheConfirmation) {
+  SettingsFixture fixture;
+  for (int round = 0; round < 2; ++round) {  // the second time there is nothing to clear
+    fixture.viewModel->setShowClearConfirmation(true);
+    fixture.viewModel->clearHistory();
+    EXPECT_TRUE(fixture.appState->clips().empty());
+    EXPECT_FALSE(fixture.viewModel->showClearConfirmation());
+  }
+}
+
+}  // namespace
+}  // namespace stowboard

@@ -1,0 +1,280 @@
+#include "UI/Settings/SettingsView.h"
+
+#include <gmock/gmock.h>
+
+#include <QApplication>
+#include <QLineEdit>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QWheelEvent>
+#include <string>
+#include <vector>
+
+#include "Platform/QtTurns.h"
+#include "UI/Controls/FormButton.h"
+#include "UI/Controls/FormNote.h"
+#include "UI/Controls/IntegerField.h"
+#include "UI/Controls/KeyCap.h"
+#include "UI/Controls/Picker.h"
+#include "UI/Controls/Stepper.h"
+#include "UI/Controls/Switch.h"
+#include "UI/Settings/ClearHistoryDialog.h"
+#include "UI/Settings/SettingsFixture.h"
+#include "UI/Settings/SettingsWindow.h"
+#include "Utils/L10n.h"
+
+namespace stowboard {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::Not;
+
+void press(QWidget* widget, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier,
+           const QString& text = {}) {
+  QKeyEvent event(QEvent::KeyPress, key, modifiers, text);
+  QApplication::sendEvent(widget, &event);
+}
+
+bool isWheelTaken(QWidget* widget) {
+  const QPointF centre = QRectF(widget->rect()).center();
+  QWheelEvent event(centre, widget->mapToGlobal(centre), {}, {0, -120}, Qt::NoButton,
+                    Qt::NoModifier, Qt::NoScrollPhase, false);
+  QApplication::sendEvent(widget, &event);
+  return event.isAccepted();
+}
+
+/// The settings window on the screen, with the focus.
+struct Form : SettingsFixture {
+  explicit Form(const AppSettings& settings = {}) : SettingsFixture(settings) {
+    window = std::make_unique<SettingsWindow>(std::move(viewModel));
+    window->show();
+    window->activateWindow();
+    EXPECT_TRUE(turnQtUntil([this] { return window->isActiveWindow(); }));
+  }
+
+  template <typename Widget>
+  Widget* find(int index = 0) const {
+    return static_cast<Widget*>(all<Widget>().at(static_cast<std::size_t>(index)));
+  }
+  template <typename Widget>
+  std::vector<Widget*> all() const {
+    std::vector<Widget*> found;
+    for (QWidget* child : window->findChildren<QWidget*>()) {
+      if (auto* widget = dynamic_cast<Widget*>(child)) found.push_back(widget);
+    }
+    return found;
+  }
+  std::vector<std::string> visibleTexts() const {
+    std::vector<std::string> texts;
+    for (const QLabel* label : all<QLabel>()) {
+      if (label->isVisible()) texts.push_back(label->text().toStdString());
+    }
+    return texts;
+  }
+  void type(const QString& text) const {
+    auto* field = find<IntegerField>();
+    field->setFocus();
+    field->selectAll();
+    for (const QChar character : text) press(field, 0, Qt::NoModifier, character);
+  }
+  void changeElsewhere(const AppSettings& changed) {
+    appState->updateSettings(changed);
+    runLoop.runUntilIdle();
+  }
+
+  std::unique_ptr<SettingsWindow> window;
+};
+
+TEST(SettingsView, EveryPickerOffersItsChoicesAndWritesAtOnce) {
+  Form form;
+  const auto pickers = form.all<Picker>();
+  const std::vector<int> counts{2, 4, 5, 39, 6};
+  ASSERT_EQ(pickers.size(), counts.size());
+  for (std::size_t index = 0; index < counts.size(); ++index) {
+    EXPECT_EQ(pickers[index]->count(), counts[index]) << index;
+    press(pickers[index], Qt::Key_End);
+  }
+  AppSettings expected;
+  expected.language = AppLanguage::simplifiedChinese;
+  expected.hotKey = {50, ModifierMask::control};
+  expected.directPasteModifiers = ModifierMask::control | ModifierMask::shift;
+  EXPECT_EQ(form.settings(), expected);
+  form.runLoop.runUntilIdle();
+  EXPECT_EQ(form.find<KeyCap>(0)->text(), "⌃ Control + `");
+  EXPECT_EQ(form.find<KeyCap>(1)->text(), "⌃ Control + ⇧ Shift + 1~9");
+
+  form.find<Switch>()->click();
+  EXPECT_EQ(form.loginItems.current, LoginItems::Status::enabled);
+  form.loginItems.failure = "Read-only file system";
+  form.find<Switch>()->click();
+  EXPECT_TRUE(form.find<Switch>()->isChecked()) << "springs back";
+  EXPECT_THAT(form.visibleTexts(), Contains("Failed to update login item: Read-only file system"));
+}
+
+TEST(SettingsView, LongShortcutsAndLargeFontsFit) {
+  const QFont usual = QApplication::font();
+  QFont large = usual;
+  large.setPointSize(14);
+  AppSettings keypadClear;
+  keypadClear.hotKey = {71, 0x1b00};
+  for (const auto& [font, settings] : {std::pair(usual, keypadClear), {large, AppSettings()}}) {
+    QApplication::setFont(font);
+    Form form(settings);
+    EXPECT_EQ(form.find<QScrollArea>()->horizontalScrollBar()->maximum(), 0);
+    const auto* key = form.find<Picker>(3);
+    EXPECT_GT(key->width(), key->fontMetrics().horizontalAdvance(key->placeholderText()));
+    const auto* field = form.find<IntegerField>();
+    EXPECT_GT(field->width(), field->fontMetrics().horizontalAdvance("1,000") + 4);
+  }
+  QApplication::setFont(usual);
+}
+
+TEST(SettingsView, TheRecordFieldTakesWholeNumbersOfItsLocale) {
+  struct Row {
+    const char* locale;
+    const char* typed;
+    std::int64_t stored;
+    const char* shown;
+  };
+  for (const Row& row : std::vector<Row>{{"en_US", "0", 1, "1"},
+                                         {"en_US", "2500", 1000, "1,000"},
+                                         {"en_US", "-7", 1, "1"},
+                                         {"en_US", " 1,000 ", 1000, "1,000"},
+                                         {"de_DE", "1.000", 1000, "1.000"},
+                                         {"en_US", "", 50, "50"},
+                                         {"en_US", "5x", 50, "50"},
+                                         {"en_US", "2.5", 50, "50"},
+                                         {"en_US", "99999999999999999999", 1000, "1,000"}}) {
+    AppSettings settings;
+    settings.maxRecords = 50;
+    Form form(settings);
+    auto* field = form.find<IntegerField>();
+    field->setLocale(QLocale(row.locale));
+    field->setText(row.typed);
+    press(field, Qt::Key_Return);
+    EXPECT_EQ(form.settings().maxRecords, row.stored) << row.typed;
+    EXPECT_EQ(field->text().toStdString(), row.shown) << row.typed;
+  }
+}
+
+TEST(SettingsView, AFieldThatIsBeingEditedIsLeftAlone) {
+  Form form;
+  auto* field = form.find<IntegerField>();
+  AppSettings changed;
+  changed.maxRecords = 20;
+  changed.language = AppLanguage::simplifiedChinese;
+  form.type("77");
+  form.changeElsewhere(changed);
+  EXPECT_EQ(field->text(), "77");
+  EXPECT_THAT(form.visibleTexts(), Contains(L10n::maxRecords(changed.language)));
+  press(field, Qt::Key_Escape);
+  EXPECT_EQ(field->text(), "20") << "taken back";
+  EXPECT_TRUE(form.window->isVisible());
+
+  form.type("30");
+  form.find<Switch>()->setFocus();
+  EXPECT_EQ(form.settings().maxRecords, 30) << "entered when the focus leaves";
+  press(field, Qt::Key_Escape);
+  EXPECT_FALSE(form.window->isVisible()) << "nothing left to take back";
+}
+
+TEST(SettingsView, TheStepperStaysInItsRange) {
+  struct Row {
+    std::int64_t from, up, down;
+  };
+  for (const Row& row : std::vector<Row>{{50, 55, 45},
+                                         {12, 17, 10},
+                                         {97, 100, 92},
+                                         {100, 100, 95},
+                                         {10, 15, 10},
+                                         {500, 500, 100},
+                                         {3, 10, 3}}) {
+    for (const int key : {Qt::Key_Up, Qt::Key_Down}) {
+      AppSettings settings;
+      settings.maxRecords = row.from;
+      Form form(settings);
+      press(form.find<Stepper>(), key);
+      const std::int64_t expected = key == Qt::Key_Up ? row.up : row.down;
+      EXPECT_EQ(form.settings().maxRecords, expected) << row.from;
+      EXPECT_EQ(form.find<IntegerField>()->text().toInt(), expected);
+    }
+  }
+  Form form;
+  form.find<Stepper>()->setProperty("value", 40);  // as assistive technologies do
+  EXPECT_EQ(form.settings().maxRecords, 40);
+}
+
+TEST(SettingsView, TheWheelIsLeftToTheFormUnlessTheControlHasTheFocus) {
+  AppSettings initial;
+  initial.maxRecords = 50;
+  Form form(initial);
+  for (QWidget* control :
+       {static_cast<QWidget*>(form.find<Picker>(0)), static_cast<QWidget*>(form.find<Stepper>())}) {
+    EXPECT_FALSE(isWheelTaken(control));
+    EXPECT_EQ(form.settings(), initial);
+    control->setFocus();
+    EXPECT_TRUE(isWheelTaken(control));
+    EXPECT_NE(form.settings(), initial);
+    form.changeElsewhere(initial);
+  }
+}
+
+TEST(SettingsView, TabReachesEveryControlInOrderAndBringsItIntoSight) {
+  Form form;
+  const auto* area = form.find<QScrollArea>();
+  std::vector<int> heights;
+  for (int stop = 0; stop < 10; ++stop) {
+    press(form.window->focusWidget(), Qt::Key_Tab);
+    const QWidget* now = form.window->focusWidget();
+    EXPECT_TRUE(area->viewport()->rect().contains(
+        QRect(now->mapTo(area->viewport(), QPoint()), now->size())))
+        << stop;
+    heights.push_back(now->mapTo(area->widget(), now->rect().center()).y());
+  }
+  EXPECT_EQ(form.window->focusWidget(), form.find<FormButton>(1)) << "the last of them";
+  EXPECT_TRUE(std::ranges::is_sorted(heights));
+}
+
+TEST(SettingsView, FollowsThePermissionWhileItIsWantedAndMissing) {
+  const std::string title(L10n::permissionSection(AppLanguage::english));
+  Form form;
+  EXPECT_THAT(form.visibleTexts(), Contains("Not granted"));
+  form.find<FormButton>(0)->click();
+  EXPECT_EQ(form.trust.openings, 1);
+  form.trust.trusted = true;
+  EXPECT_TRUE(turnQtUntil([&] { return !form.find<FormButton>(0)->isVisible(); }));
+  EXPECT_THAT(form.visibleTexts(), Contains("Granted"));
+  EXPECT_THAT(form.visibleTexts(), Not(Contains(L10n::permissionPrompt(AppLanguage::english))));
+
+  AppSettings copyOnly;
+  copyOnly.pasteMode = PasteMode::copyOnly;
+  form.changeElsewhere(copyOnly);
+  EXPECT_THAT(form.visibleTexts(), Not(Contains(title)));
+}
+
+TEST(SettingsView, AsksBeforeItClears) {
+  Form form;
+  const auto dialog = [&] { return form.find<ClearHistoryDialog>(); };
+  const auto buttons = [&] { return dialog()->findChildren<QPushButton*>(); };
+  auto* clear = form.find<FormButton>(1);
+  clear->click();
+  ASSERT_TRUE(dialog()->isVisible());
+  AppSettings chinese;
+  chinese.language = AppLanguage::simplifiedChinese;
+  form.changeElsewhere(chinese);
+  EXPECT_EQ(buttons()[0]->text().toStdString(), L10n::clearHistoryConfirm(chinese.language));
+  press(dialog(), Qt::Key_Escape);
+  EXPECT_FALSE(dialog()->isVisible());
+  clear->click();
+  press(dialog(), Qt::Key_Return);
+  EXPECT_FALSE(dialog()->isVisible());
+  EXPECT_EQ(form.appState->clips().size(), 3u) << "neither Escape nor the default clears";
+  clear->click();
+  buttons()[0]->click();
+  EXPECT_FALSE(dialog()->isVisible());
+  EXPECT_TRUE(form.appState->clips().empty());
+}
+
+}  // namespace
+}  // namespace stowboard
