@@ -28,6 +28,9 @@ class ApplicationIdentifying {
   /// The id of the application that the window belongs to, absent when nothing tells. Waits for no
   /// other program, and for no disk but in the first moments of the process.
   virtual std::optional<std::string> applicationId(const WindowTraits& window) const = 0;
+
+  /// Whether the application of this id is a terminal emulator. Waits as applicationId() does.
+  virtual bool isTerminal(const std::string& applicationId) const = 0;
 };
 
 }  // namespace stowboard

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "Platform/AccessibilityTrust.h"
+#include "Platform/ApplicationIdentifying.h"
 #include "Platform/Bundle.h"
 #include "Platform/Compositing.h"
 #include "Platform/DesktopAppearance.h"
@@ -22,8 +23,8 @@ namespace stowboard {
 struct Platform {
   std::unique_ptr<Bundle> bundle;
   std::unique_ptr<RunLoop> runLoop;
-  /// What adapters share among themselves.
-  std::shared_ptr<void> sharedByAdapters;
+  /// For the other adapters.
+  std::unique_ptr<ApplicationIdentifying> applications;
   std::unique_ptr<ImageCodec> imageCodec;
   std::unique_ptr<Workspace> workspace;
   std::unique_ptr<Pasteboard> pasteboard;

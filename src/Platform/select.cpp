@@ -11,13 +11,7 @@
 #include "Platform/Inert.h"
 #include "Platform/Qt/QtImageCodec.h"
 #include "Platform/Qt/QtRunLoop.h"
-#include "Platform/X11/Keys/X11AccessibilityTrust.h"
-#include "Platform/X11/Keys/X11HotKeys.h"
-#include "Platform/X11/Keys/X11KeyEventPoster.h"
-#include "Platform/X11/Selection/X11Pasteboard.h"
-#include "Platform/X11/Windows/X11Compositing.h"
-#include "Platform/X11/Windows/X11TransientWindows.h"
-#include "Platform/X11/Windows/X11Workspace.h"
+#include "Platform/X11/X11Platform.h"
 
 namespace stowboard {
 
@@ -43,65 +37,6 @@ std::string refusal(const Bundle& bundle, bool isWaylandSession) {
   if (canReachXServer()) return {};
   return fmt::format("The X server at DISPLAY={} cannot be reached.",
                      bundle.environment("DISPLAY").value_or(""));
-}
-
-/// Takes an adapter, or the one that stands in for it, saying what is lost.
-template <typename Port>
-std::unique_ptr<Port> orInert(std::unique_ptr<Port> adapter, std::unique_ptr<Port> inert,
-                              const char* loss) {
-  if (adapter) return adapter;
-  Log::app.error("{}", loss);
-  return inert;
-}
-
-/// What a keystroke's adapter asks of its neighbours, all of which outlive it.
-X11KeyEventPoster::Surroundings surroundings(const InstalledApplications& applications,
-                                             const X11Workspace* workspace,
-                                             X11Pasteboard* pasteboard) {
-  X11KeyEventPoster::Surroundings around;
-  around.isTerminal = [&applications](const std::string& id) {
-    const auto entries = applications.entries();
-    const DesktopEntry* entry = entries->find(id);
-    return entry != nullptr && entry->hasCategory("TerminalEmulator");
-  };
-  if (workspace) around.awaitedWindow = [workspace] { return workspace->awaitedWindow(); };
-  if (pasteboard) {
-    around.offerPrimary = [pasteboard] { pasteboard->offerPrimary(); };
-    around.whenPublished = [pasteboard](auto done) { pasteboard->whenPublished(std::move(done)); };
-  }
-  return around;
-}
-
-void addX11Adapters(Platform& platform, const InstalledApplications& applications,
-                    int thumbnailDimension) {
-  RunLoop& runLoop = *platform.runLoop;
-  X11Pasteboard::Options options;
-  options.thumbnailDimension = thumbnailDimension;
-  auto workspace = X11Workspace::create(runLoop, applications);
-  auto pasteboard = X11Pasteboard::create(runLoop, *platform.imageCodec, options);
-  auto poster = X11KeyEventPoster::create(
-      runLoop, applications, surroundings(applications, workspace.get(), pasteboard.get()));
-  platform.workspace =
-      orInert<Workspace>(std::move(workspace), std::make_unique<InertWorkspace>(),
-                         "The frontmost application cannot be told on this X server");
-  platform.pasteboard =
-      orInert<Pasteboard>(std::move(pasteboard), std::make_unique<InertPasteboard>(),
-                          "No copies can be recorded: the X server has no XFixes extension");
-  platform.hotKeyCenter =
-      orInert<HotKeyCenter>(X11HotKeys::create(runLoop), std::make_unique<InertHotKeyCenter>(),
-                            "No global hot keys: the X server does not offer what they need");
-  platform.keyEventPoster = orInert<KeyEventPoster>(
-      std::move(poster), std::make_unique<InertKeyEventPoster>(),
-      "No clips can be pasted directly: the X server lets no program type (XTEST)");
-  platform.accessibilityTrust = orInert<AccessibilityTrust>(
-      X11AccessibilityTrust::create(), std::make_unique<InertAccessibilityTrust>(),
-      "Whether programs may type cannot be asked of this X server");
-  platform.compositing =
-      orInert<Compositing>(X11Compositing::create(), std::make_unique<InertCompositing>(),
-                           "Whether windows are composited cannot be asked of this X server");
-  platform.transientWindows = orInert<TransientWindows>(
-      X11TransientWindows::create(), std::make_unique<InertTransientWindows>(),
-      "The history closes only when another window takes the focus: the X server has no XInput 2");
 }
 
 // Without a session bus there is nobody to ask, which the program's start has logged.
@@ -136,9 +71,8 @@ Platform selectPlatform(const DisplaySelection& display, std::unique_ptr<Bundle>
   platform.bundle = std::move(bundle);
   platform.runLoop = std::make_unique<QtRunLoop>();
   platform.imageCodec = std::make_unique<QtImageCodec>();
-  const auto applications = std::make_shared<InstalledApplications>();
-  platform.sharedByAdapters = applications;
-  addX11Adapters(platform, *applications, thumbnailDimension);
+  platform.applications = std::make_unique<InstalledApplications>();
+  addX11Adapters(platform, thumbnailDimension);
   platform.loginItems = std::make_unique<XdgAutostart>(*platform.bundle);
   platform.appearance = selectAppearance();
   return platform;

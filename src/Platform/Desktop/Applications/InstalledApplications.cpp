@@ -152,6 +152,12 @@ std::optional<std::string> InstalledApplications::applicationId(const WindowTrai
   return stowboard::applicationId(window, traits, *entries());
 }
 
+bool InstalledApplications::isTerminal(const std::string& applicationId) const {
+  const auto all = entries();
+  const DesktopEntry* const entry = all->find(applicationId);
+  return entry != nullptr && entry->hasCategory("TerminalEmulator");
+}
+
 void InstalledApplications::run() {
   bool goesOn = true;
   while (goesOn) {

@@ -31,6 +31,7 @@ class InstalledApplications final : public ApplicationIdentifying {
 
   /// As ApplicationIds.h says; for this process's own windows the program's own id.
   std::optional<std::string> applicationId(const WindowTraits& window) const override;
+  bool isTerminal(const std::string& applicationId) const override;
 
   static constexpr std::chrono::milliseconds longestWait{100};
 

@@ -133,7 +133,7 @@ class X11KeyEventPoster::Typing {
 
   bool isTerminal(const Target& target) const {
     return target && target->bundleIdentifier &&
-           surroundings_.isTerminal(*target->bundleIdentifier);
+           applications_.isTerminal(*target->bundleIdentifier);
   }
 
   // The target would be given what was copied or selected before.

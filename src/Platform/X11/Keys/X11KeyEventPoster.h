@@ -31,10 +31,6 @@ class X11KeyEventPoster final : public KeyEventPoster {
   struct Surroundings {
     /// The window whose activation is under way, 0 for none. Called on the main thread.
     std::function<std::uint64_t()> awaitedWindow = [] { return std::uint64_t{0}; };
-    /// Whether the application of this id is a terminal emulator. Called on the poster's thread.
-    std::function<bool(const std::string& applicationId)> isTerminal = [](const auto&) {
-      return false;
-    };
     /// Offers the clipboard's content as the primary selection too, for targets that paste that.
     /// Called on the main thread, before the stroke.
     std::function<void()> offerPrimary = [] {};

@@ -40,6 +40,7 @@ class ByWindowClass final : public ApplicationIdentifying {
   std::optional<std::string> applicationId(const WindowTraits& window) const override {
     return window.wmClass;
   }
+  bool isTerminal(const std::string& id) const override { return id == "Terminal"; }
 };
 
 /// Another application's window. It claims another machine, so that it is not taken for ours.
@@ -86,7 +87,6 @@ class X11KeyEventPosterTest : public ::testing::Test {
   X11KeyEventPosterTest() {
     X11KeyEventPoster::Surroundings surroundings;
     surroundings.awaitedWindow = [this] { return awaited_; };
-    surroundings.isTerminal = [](const std::string& id) { return id == "Terminal"; };
     surroundings.offerPrimary = [this] { offers_ += 1; };
     surroundings.whenPublished = [this](std::function<void()> done) {
       isPublishingHeld_ ? heldPublishing_.push_back(std::move(done)) : done();
