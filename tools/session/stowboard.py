@@ -13,9 +13,6 @@ import time
 
 from desktop import wait_until
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-
-
 def jpeg_size(data):
     """(width, height) of a JPEG image; raises ValueError when it is none."""
     if data[:2] != b"\xff\xd8":

@@ -10,9 +10,11 @@ import unittest
 
 from Xlib import display
 
-from applications import copy_text
-from desktop import PrivateDesktop, ends_on_signals, wait_until
-from stowboard import ROOT, Stowboard
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(1, str(ROOT / "tools" / "session"))
+from applications import copy_text  # noqa: E402
+from desktop import PrivateDesktop, ends_on_signals, wait_until  # noqa: E402
+from stowboard import Stowboard  # noqa: E402
 
 PROGRAM = pathlib.Path(os.environ.get("STOWBOARD_PROGRAM", ROOT / "build/test/stowboard"))
 SANITIZER_REPORTS = ("AddressSanitizer", "LeakSanitizer", "runtime error:")
