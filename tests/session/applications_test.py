@@ -1,56 +1,36 @@
 #!/usr/bin/python3
 """Copies made in real applications are recorded as what they are."""
 
-import pathlib
-import sys
+from case import SessionCase, main
+from applications import Browser, copy_in_word_processor
+from stowboard import bytes_of, jpeg_size
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools" / "session"))
-from applications import Browser, copy_in_word_processor, copy_text  # noqa: E402
-from case import SessionCase, main  # noqa: E402
-from stowboard import bytes_of, jpeg_size  # noqa: E402
-
-GTK = """
-import sys, gi
-gi.require_version("Gtk", "3.0")
-from gi.repository import Gtk
-window, view = Gtk.Window(title="GTK editor"), Gtk.TextView()
-view.get_buffer().set_text(sys.argv[1])
-window.add(view)
-window.show_all()
-Gtk.main()
-"""
-QT = """
-import sys
-from PyQt6.QtWidgets import QApplication, QPlainTextEdit
-application = QApplication([])
-editor = QPlainTextEdit(sys.argv[1])
-editor.setWindowTitle("Qt editor")
-editor.show()
-application.exec()
-"""
 TEXT = "Grüße, 你好, 👩‍👩‍👧 — drei\nZeilen\n\tmit Tab"
 
 
 class Applications(SessionCase):
-    def test_xclip_records_a_text_that_stays_after_its_end(self):
+    def setUp(self):
+        super().setUp()
         self.stowboard.start()
-        copy_text(self.desktop, TEXT)
-        clip = self.stowboard.wait_for_text(TEXT)
+
+    def test_xclip_records_a_text_that_stays_after_its_end(self):
+        clip = self.record(TEXT)
         self.assertEqual(sorted(clip), ["id", "textContent", "timestamp", "type"])
         self.assertEqual(clip["type"], "text")
         self.assertRegex(clip["id"], r"^[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}$")
 
     def test_gtk_and_qt_editors_record_a_text_each(self):
-        self.stowboard.start()
-        for kind, script in (("GTK", GTK), ("Qt", QT)):
+        for kind in ("gtk3", "qt"):
             with self.subTest(toolkit=kind):
-                text = f"{kind}: {TEXT}"
-                self.open("/usr/bin/python3", "-c", script, text, title=f"{kind} editor")
+                editor = self.receiver(kind)
+                self.desktop.copy(f"{kind}: {TEXT}")
+                self.desktop.keys("ctrl+v")
+                editor.wait_for(f"{kind}: {TEXT}")
+                self.record("in between")
                 self.desktop.keys("ctrl+a", "ctrl+c")
-                self.assertEqual(self.stowboard.wait_for_text(text)["type"], "text")
+                self.assertEqual(self.stowboard.wait_for_text(f"{kind}: {TEXT}")["type"], "text")
 
     def test_a_browser_records_text_and_picture(self):
-        self.stowboard.start()
         browser = Browser(self.desktop)
         self.addCleanup(self.desktop.stop_program, browser.program)
         browser.copy_text()
@@ -64,7 +44,6 @@ class Applications(SessionCase):
 
     def test_a_word_processor_records_rich_text_with_its_plain_form(self):
         # It offers pictures of the selection too, and refuses them when they are asked for.
-        self.stowboard.start()
         program = copy_in_word_processor(self.desktop, r"{\rtf1\ansi A {\b bold} word.\par}")
         self.addCleanup(self.desktop.stop_program, program)
         clip = self.stowboard.wait_for_clip("rich text", lambda clip: clip["type"] == "rtf")

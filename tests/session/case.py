@@ -1,19 +1,19 @@
-"""The ground of the end-to-end tests: one private desktop a class, one fresh home a test."""
+"""The ground of the end-to-end tests: one private desktop a class, one fresh home a test.
+
+Import it first: it lets tests find the tools that the tour and the benchmarks use as well.
+"""
 
 import os
 import pathlib
 import shutil
 import subprocess
 import sys
-import time
 import unittest
-
-from Xlib import display
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(1, str(ROOT / "tools" / "session"))
-from applications import copy_text  # noqa: E402
 from desktop import PrivateDesktop, ends_on_signals, wait_until  # noqa: E402
+from receivers import Receiver  # noqa: E402
 from stowboard import Stowboard  # noqa: E402
 
 PROGRAM = pathlib.Path(os.environ.get("STOWBOARD_PROGRAM", ROOT / "build/test/stowboard"))
@@ -40,44 +40,38 @@ class SessionCase(unittest.TestCase):
             status = self.stowboard.stop()
             if was_running:
                 self.assertEqual(status, 0, self.stowboard.lines)
-            self.assert_no_sanitizer_report()
+            reports = [line for line in self.stowboard.lines
+                       if any(mark in line for mark in SANITIZER_REPORTS)]
+            self.assertEqual(reports, [], "\n".join(self.stowboard.lines))
 
-    def assert_no_sanitizer_report(self):
-        reports = [line for line in self.stowboard.lines
-                   if any(mark in line for mark in SANITIZER_REPORTS)]
-        self.assertEqual(reports, [], "\n".join(self.stowboard.lines))
-
-    def open(self, *command, title, **options):
-        """Starts an application, waits for its window, ends it with the test."""
+    def start_program(self, *command, **options):
+        """Starts a program and ends it with the test."""
         program = self.desktop.start(command, **options)
         self.addCleanup(self.desktop.stop_program, program)
-        self.desktop.window(title)
         return program
 
-    def copy_after_the_last(self, text):
-        """A copy by xclip; returns when the X server has the new owner, so that copies keep their
-        order: xclip takes the clipboard only after it has put itself in the background."""
-        if not hasattr(self, "_watch"):
-            self._watch = display.Display(self.desktop.environment["DISPLAY"])
-            self.addCleanup(self._watch.close)
-        owner = lambda: self._watch.get_selection_owner(self._watch.intern_atom("CLIPBOARD"))
-        before = owner()
-        copy_text(self.desktop, text)
-        wait_until(lambda: owner() != before, "a new owner")
+    def receiver(self, kind):
+        """A program to paste into, which ends with the test."""
+        receiver = Receiver(self.desktop, kind)
+        self.addCleanup(receiver.close)
+        return receiver
 
     def start_owner(self, script, *arguments):
         """Starts a clipboard owner written in Python; waits until it says that it owns."""
-        owner = self.desktop.start(["/usr/bin/python3", "-c", script, *arguments],
+        owner = self.start_program("/usr/bin/python3", "-c", script, *arguments,
                                    stdout=subprocess.PIPE)
         self.addCleanup(owner.stdout.close)
-        self.addCleanup(self.desktop.stop_program, owner)
         self.assertEqual(owner.stdout.readline().strip(), b"owns")
         return owner
+
+    def record(self, *texts, seconds=10.0):
+        """Copies one text after the other; returns the last one's clip."""
+        for text in texts:
+            self.desktop.copy(text)
+            clip = self.stowboard.wait_for_text(text, seconds)
+        return clip
 
 
 def main():
     ends_on_signals()
     unittest.main(verbosity=2)
-
-
-__all__ = ["PROGRAM", "SessionCase", "main", "subprocess", "sys", "time", "wait_until"]

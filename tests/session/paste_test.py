@@ -2,53 +2,30 @@
 """Clips are pasted by hot key into the application in front, and arrive as what they are."""
 
 import pathlib
-import sys
 
 from Xlib import X, display
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools" / "session"))
-from applications import copy_in_word_processor, copy_text, write_picture  # noqa: E402
-from case import SessionCase, main, subprocess, wait_until  # noqa: E402
-from receivers import KINDS, Receiver  # noqa: E402
-from stowboard import bytes_of  # noqa: E402
+from case import SessionCase, main, wait_until
+from applications import copy_in_word_processor, write_picture
+from receivers import KINDS
+from stowboard import bytes_of
 
 
 class Pasting(SessionCase):
-    def hold(self, *keys):
-        self.desktop._xdotool("keydown", *keys)
-
-    def release(self, *keys):
-        self.desktop._xdotool("keyup", *keys)
-
-    def held_keys(self):
-        """What the X server takes for held down, by the master keyboard."""
-        state = self.desktop.output("xinput", "query-state", "Virtual core keyboard")
-        return [line.strip() for line in state.splitlines() if line.endswith("=down")]
-
-    def receiver(self, kind):
-        receiver = Receiver(self.desktop, kind)
-        self.addCleanup(receiver.close)
-        return receiver
-
-    def record(self, *texts):
-        for text in texts:
-            copy_text(self.desktop, text)
-            self.stowboard.wait_for_text(text)
-
     def test_three_digits_with_the_modifiers_held_paste_three_clips_everywhere(self):
         self.stowboard.start()
         self.record("[drei]", "[zwei]", "[eins]")
         for kind in KINDS:
             with self.subTest(program=kind):
                 receiver = self.receiver(kind)
-                self.hold("super", "alt")
+                self.desktop.hold("super", "alt")
                 expected = ""
                 for digit, text in enumerate(("[eins]", "[zwei]", "[drei]"), 1):
-                    self.desktop._xdotool("key", digit)
+                    self.desktop.keys(digit)
                     expected += text
                     receiver.wait_for(expected)
-                self.release("alt", "super")
-                self.assertEqual(self.held_keys(), [])
+                self.desktop.release("alt", "super")
+                self.assertEqual(self.desktop.held_keys(), [])
                 self.desktop.type_text("x")
                 receiver.wait_for(expected + "x")  # nothing opened that took the keyboard away
                 receiver.close()
@@ -58,24 +35,23 @@ class Pasting(SessionCase):
         self.stowboard.start()
         self.record("Текст")
         receivers = [self.receiver(kind) for kind in ("gtk3", "qt", "xterm")]
-        self.addCleanup(self.desktop.output, "setxkbmap", "us")
+        self.addCleanup(self.desktop.set_layout, "us")
         for count, layout in enumerate(("ru", "gr"), 1):
-            self.desktop.output("setxkbmap", layout)
+            self.desktop.set_layout(layout)
             for receiver in receivers:
                 with self.subTest(layout=layout, program=receiver.title):
                     self.desktop.window(receiver.title)
-                    self.desktop._xdotool("key", "133+64+10")  # positions: Super, Alt, 1
+                    self.desktop.keys("133+64+10")  # positions: Super, Alt, 1
                     receiver.wait_for("Текст" * count)
 
     def test_rich_text_keeps_its_formatting(self):
         self.stowboard.start()
         program = copy_in_word_processor(self.desktop, r"{\rtf1\ansi A {\b bold} word.\par}")
         self.stowboard.wait_for_clip("rich text", lambda clip: clip["type"] == "rtf")
-        self.desktop.keys("Delete")
-        self.desktop.keys("super+alt+1", "ctrl+a", "ctrl+c")
         self.addCleanup(self.desktop.stop_program, program)
         self.record("in between")
-        self.desktop.window("Letter.rtf")
+        self.desktop.keys("ctrl+a", "Delete", "super+alt+2")
+        self.stowboard.wait_for_log("Direct paste triggered")
 
         def copied_back():
             self.desktop.keys("ctrl+a", "ctrl+c")
@@ -87,35 +63,28 @@ class Pasting(SessionCase):
         self.stowboard.start()
         picture = self.desktop.directory / "picture.png"
         write_picture(picture, 600, 400)
-        subprocess.run(["xclip", "-selection", "clipboard", "-t", "image/png", "-i", picture],
-                       env=self.desktop.environment, check=True, stdout=subprocess.DEVNULL)
+        self.desktop.copy(picture.read_bytes(), "image/png")
         self.stowboard.wait_for_clip("an image", lambda clip: clip["type"] == "image")
         receiver = self.receiver("browser")
-        self.desktop._xdotool("key", "super+alt+1")
+        self.desktop.keys("super+alt+1")
         receiver.wait_for("[image/png 300x200]")
 
     def test_fifty_megabytes_come_back_byte_for_byte(self):
         self.stowboard.start()
         text = "Zeile mit Umlauten: äöü\n" * 2_000_000
-        copy_text(self.desktop, text)
-        self.stowboard.wait_for_text(text, 60)
-        self.desktop._xdotool("key", "super+alt+1")
+        self.record(text, seconds=60)
+        self.desktop.keys("super+alt+1")
         self.stowboard.wait_for_log("Direct paste triggered")
-        owned = lambda: "SAVE_TARGETS" in self.desktop.output(
-            "xclip", "-o", "-selection", "clipboard", "-t", "TARGETS")
-        wait_until(owned, "the program owns the clipboard")
-        self.assertEqual(self.desktop.output("xclip", "-o", "-selection", "clipboard", seconds=60),
-                         text)
+        wait_until(lambda: "SAVE_TARGETS" in self.desktop.clipboard("TARGETS"), "it is the owner")
+        self.assertEqual(self.desktop.clipboard(), text)
 
     def test_content_outlives_its_application(self):
         self.stowboard.start()
-        owner = self.desktop.start(["xclip", "-quiet", "-selection", "clipboard", "-i",
-                                    "/etc/debian_version"])
-        text = pathlib.Path("/etc/debian_version").read_text()
+        owner = self.start_program("xclip", "-quiet", "-selection", "clipboard", "-i", __file__)
+        text = pathlib.Path(__file__).read_text()
         self.stowboard.wait_for_text(text)
         self.desktop.stop_program(owner)
-        wait_until(lambda: self.desktop.output("xclip", "-o", "-selection", "clipboard") == text,
-                   "the text is still on the clipboard")
+        wait_until(lambda: self.desktop.clipboard() == text, "the text is still on the clipboard")
         self.assertEqual(self.stowboard.texts(), [text])
 
     def test_settings_name_the_hot_keys_and_a_taken_one_is_refused(self):
@@ -130,8 +99,7 @@ class Pasting(SessionCase):
             self.assertEqual(self.stowboard.logged(line), 1, self.stowboard.lines)
         self.record("pasted")
         receiver = self.receiver("gtk3")
-        self.desktop._xdotool("key", "super+alt+1")
-        self.desktop._xdotool("key", "ctrl+shift+1")
+        self.desktop.keys("super+alt+1", "ctrl+shift+1")
         receiver.wait_for("pasted")
         self.assertEqual(self.stowboard.logged("Direct paste triggered"), 1)
 

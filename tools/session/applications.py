@@ -3,7 +3,6 @@
 import os
 import pathlib
 import struct
-import subprocess
 import zlib
 
 from desktop import wait_until
@@ -27,15 +26,8 @@ def write_picture(path, width=800, height=600):
         chunk(b"IDAT", zlib.compress(b"".join(map(row, range(height))), 1)) + chunk(b"IEND", b""))
 
 
-def clipboard_types(desktop):
-    """What the clipboard's owner offers now."""
-    return desktop.output("xclip", "-o", "-selection", "clipboard", "-t", "TARGETS").split()
-
-
 def copy_text(desktop, text):
-    """xclip takes the clipboard; it stays in the background until another program takes it."""
-    subprocess.run(["xclip", "-selection", "clipboard"], input=text.encode(), check=True,
-                   env=desktop.environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    desktop.copy(text)
 
 
 def copy_in_terminal(desktop, text):

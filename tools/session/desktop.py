@@ -5,6 +5,7 @@ nothing touches the desktop of whoever starts it, and several can run side by si
 was started in it ends with it, by process id.
 """
 
+import contextlib
 import ctypes
 import os
 import pathlib
@@ -103,13 +104,16 @@ class PrivateDesktop:
     """Use it as a context manager, one at a time in a process.
 
     `environment` is what programs in the desktop get; `directory` holds its home and is removed
-    with it.
+    with it; `width` and `height` are the screen's. What stands without an underscore is all that
+    tests and the tour use, so that it is what a desktop of another window system has to offer: its
+    programs, keyboard and pointer, windows, clipboard, and the parts that a user may have or lack.
+    A window is named by an id, a text that means something to this desktop only.
     """
 
-    def __init__(self, size="1280x800x24", window_manager=True, display=True):
-        self.size = size
-        self.window_manager = window_manager
-        self.display = display
+    width, height = 1280, 800
+    TRAY_HEIGHT = 24
+
+    def __init__(self):
         self.environment = {}
         self._programs = []
 
@@ -139,11 +143,9 @@ class PrivateDesktop:
         self._guardian = self._start_guardian()
         self._before = _descendants(os.getpid())
         self._make_home()
-        if self.display:
-            self._start_display()
+        self._start_display()
         self._start_bus()
-        if self.display and self.window_manager:
-            self._start_window_manager()
+        self._start_window_manager()
 
     def close(self):
         """Ends everything in the desktop and removes its folder. Safe to call twice."""
@@ -211,8 +213,8 @@ class PrivateDesktop:
         read_end, write_end = os.pipe()
         with open(self.directory / "xserver.log", "wb") as log:
             self._server = subprocess.Popen(
-                ["Xvfb", "-displayfd", str(write_end), "-screen", "0", self.size, "-noreset",
-                 "-nolisten", "tcp"],
+                ["Xvfb", "-displayfd", str(write_end), "-screen", "0",
+                 f"{self.width}x{self.height}x24", "-noreset", "-nolisten", "tcp"],
                 pass_fds=[write_end], stdin=subprocess.DEVNULL, stdout=log, stderr=log,
                 start_new_session=True, preexec_fn=_end_with_parent)
         os.close(write_end)
@@ -280,47 +282,115 @@ class PrivateDesktop:
         left = family & set(_parents())
         _signal(left, signal.SIGKILL)
 
-    # The screen and the keyboard
+    # Keyboard and pointer
 
     def keys(self, *chords):
         """Presses key combinations, as in keys("ctrl+a", "ctrl+c")."""
-        self._xdotool("key", "--clearmodifiers", *chords)
+        self._xdotool("key", *chords)
+
+    def hold(self, *keys):
+        self._xdotool("keydown", *keys)
+
+    def release(self, *keys):
+        self._xdotool("keyup", *keys)
+
+    def held_keys(self):
+        """What the system takes for held down."""
+        state = self.output("xinput", "query-state", "Virtual core keyboard")
+        return [line.strip() for line in state.splitlines() if line.endswith("=down")]
+
+    def set_layout(self, name):
+        self.output("setxkbmap", name)
 
     def type_text(self, text):
         self._xdotool("type", "--delay", "5", text)
 
+    def point(self, x, y):
+        """Moves the pointer."""
+        self._xdotool("mousemove", x, y)
+
     def click(self, x, y, button=1):
         self._xdotool("mousemove", x, y, "click", button)
+
+    # Windows and the screen
+
+    def window(self, title_or_class, seconds=20.0):
+        """Waits for a visible window with this title or class, activates it, returns its id."""
+        def visible():
+            found = self.windows(title_or_class) or self.windows(title_or_class, by="class")
+            return found[0] if found else None
+        window = wait_until(visible, f"a window {title_or_class!r}", seconds)
+        self.output("xdotool", "windowactivate", window)
+        wait_until(lambda: self.active_window() == window, f"{title_or_class!r} is active")
+        return window
+
+    def windows(self, pattern, by="name"):
+        """The visible windows whose name (the title) or class matches."""
+        return self.output("xdotool", "search", "--onlyvisible", f"--{by}", pattern).split()
 
     def active_window(self):
         """The id of the window with the focus; empty when there is none."""
         return self.output("xdotool", "getactivewindow").strip()
 
-    def window(self, title_or_class, seconds=20.0):
-        """Waits for a visible window with this title or class, activates it, returns its id."""
-        def visible():
-            for kind in ("--name", "--class"):
-                found = self.output("xdotool", "search", "--onlyvisible", kind, title_or_class)
-                if found:
-                    return found.split()[0]
-            return None
-        window = wait_until(visible, f"a window {title_or_class!r}", seconds)
-        self.output("xdotool", "windowactivate", window)
-        wait_until(lambda: self.output("xdotool", "getactivewindow").strip() == window,
-                   f"the window {title_or_class!r} is active")
-        return window
+    def title(self, window):
+        return self.output("xdotool", "getwindowname", window).strip() if window else ""
+
+    def rect(self, window):
+        """Its place on the screen and its size: x, y, width, height."""
+        with self._x() as x:
+            size = x.create_resource_object("window", int(window)).get_geometry()
+            at = x.screen().root.translate_coords(int(window), 0, 0)
+            return at.x, at.y, size.width, size.height
+
+    def move(self, window, x, y):
+        self._xdotool("windowmove", window, x, y)
+
+    def minimize(self, window):
+        self._xdotool("windowminimize", window)
+
+    def go_to_workspace(self, number):
+        """The first one, where everything starts, is 0."""
+        self._xdotool("set_desktop", number)
 
     def darkness(self, window):
         """How dark the middle line of a window is on average: 0 for white, 1 for black."""
-        screen = display.Display(self.environment["DISPLAY"])
-        try:
-            drawable = screen.create_resource_object("window", int(window))
-            size = drawable.get_geometry()
-            line = drawable.get_image(0, size.height // 2, size.width, 1, X.ZPixmap, 0xFFFFFFFF)
-        finally:
-            screen.close()
+        _, _, width, height = self.rect(window)
+        with self._x() as x:
+            drawable = x.create_resource_object("window", int(window))
+            line = drawable.get_image(0, height // 2, width, 1, X.ZPixmap, 0xFFFFFFFF)
         colours = [value for at, value in enumerate(line.data) if at % 4 != 3]
         return 1 - sum(colours) / len(colours) / 255
+
+    def screenshot(self, path):
+        """A picture of the screen; its folder is made where it is missing."""
+        pathlib.Path(path).parent.mkdir(parents=True, exist_ok=True)
+        subprocess.run(["scrot", "--overwrite", str(path)], env=self.environment, check=True,
+                       stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
+
+    # The clipboard
+
+    def copy(self, content, kind=None):
+        """A program takes the clipboard with a text, or with the bytes of a media type; it stays in
+        the background until another takes it. Returns when it owns the clipboard, which is some
+        time after it has put itself in the background, so that copies keep their order."""
+        with self._x() as x:
+            owner = lambda: x.get_selection_owner(x.intern_atom("CLIPBOARD"))
+            before = owner()
+            subprocess.run(["xclip", "-selection", "clipboard", *(["-t", kind] if kind else [])],
+                           input=content if kind else content.encode(), check=True,
+                           env=self.environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            wait_until(lambda: owner() != before, "a new owner")
+
+    def clipboard(self, kind="UTF8_STRING", seconds=60):
+        """What the clipboard's owner gives in this form, such as TARGETS."""
+        return self.output("xclip", "-o", "-selection", "clipboard", "-t", kind, seconds=seconds)
+
+    # What a user's desktop may have or lack
+
+    def start_tray(self):
+        """An X11 tray in the bottom right corner; returns the running program."""
+        return self.start(["trayer", "--edge", "bottom", "--align", "right", "--widthtype",
+                           "request", "--height", self.TRAY_HEIGHT])
 
     def show_text_with(self, command):
         """Makes the command the desktop's viewer of text files."""
@@ -332,11 +402,16 @@ class PrivateDesktop:
         (pathlib.Path(self.environment["XDG_CONFIG_HOME"]) / "mimeapps.list").write_text(
             "[Default Applications]\ntext/plain=viewer.desktop\n")
 
-    def screenshot(self, path):
-        """A picture of the screen; its folder is made where it is missing."""
-        pathlib.Path(path).parent.mkdir(parents=True, exist_ok=True)
-        subprocess.run(["scrot", "--overwrite", str(path)], env=self.environment, check=True,
-                       stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
+    # Helpers of its own
+
+    @contextlib.contextmanager
+    def _x(self):
+        """A connection for one question, since the server may be ended meanwhile."""
+        connection = display.Display(self.environment["DISPLAY"])
+        try:
+            yield connection
+        finally:
+            connection.close()
 
     def _xdotool(self, *arguments):
         subprocess.run(["xdotool", *map(str, arguments)], env=self.environment, check=True,

@@ -1,6 +1,7 @@
 """Stowboard as it is seen from outside: its process, its log lines, its files."""
 
 import base64
+import contextlib
 import json
 import os
 import pathlib
@@ -41,7 +42,6 @@ class Stowboard:
         self.settings_file = self.folder / "settings.json"
         self.process = None
         self.lines = []
-        self.echo = None
 
     # The process
 
@@ -64,32 +64,16 @@ class Stowboard:
         return self
 
     def _read(self, descriptor):
-        with os.fdopen(descriptor, "rb", buffering=0) as stream:
-            rest = b""
-            while True:
-                try:
-                    chunk = stream.read(65536)
-                except OSError:  # a terminal whose other side is closed answers EIO
-                    chunk = b""
-                *whole, rest = (rest + (chunk or b"\n")).split(b"\n")
-                for line in whole:
-                    text = line.rstrip(b"\r").decode(errors="replace")
-                    if text:
-                        self.lines.append(text)
-                        if self.echo:
-                            self.echo(text)
-                if not chunk:
-                    return
+        stream = os.fdopen(descriptor, encoding="utf-8", errors="replace", newline="\n")
+        # A terminal whose other side is closed answers EIO.
+        with stream, contextlib.suppress(OSError):
+            self.lines.extend(line.rstrip() for line in stream if line.strip())
 
     def stop(self, number=signal.SIGTERM, seconds=20.0):
         """Sends a signal and returns the exit status, negative for a death by signal."""
-        if self.process is None:
-            return None
         if self.process.poll() is None:
             self.process.send_signal(number)
-        status = self.process.wait(seconds)
-        self._reader.join(5)
-        return status
+        return self.wait_for_end(seconds)
 
     def wait_for_end(self, seconds=20.0):
         status = self.process.wait(seconds)
@@ -97,17 +81,18 @@ class Stowboard:
         return status
 
     def wait_for_log(self, text, count=1, seconds=10.0):
-        """Waits until `count` lines hold the text."""
+        """Waits until `count` lines hold the text; its end before that is its failure."""
         def seen():
-            if self.logged(text) >= count:
-                return True
+            return self.logged(text) >= count or self.process.poll() is not None
+        try:
+            wait_until(seen, f"{count} log lines with {text!r}", seconds)
             if self.process.poll() is not None:
                 self._reader.join(5)
-                if self.logged(text) < count:
-                    raise AssertionError(f"ended with status {self.process.returncode} before it "
-                                         f"logged {text!r}; its lines: {self.lines}")
-            return self.logged(text) >= count
-        wait_until(seen, f"{count} log lines with {text!r}; lines: {self.lines[-20:]}", seconds)
+            if self.logged(text) < count:
+                raise AssertionError(f"ended with status {self.process.returncode} before it logged "
+                                     f"{text!r}")
+        except AssertionError as error:
+            raise AssertionError(f"{error}; lines: {self.lines[-20:]}") from None
 
     def logged(self, text):
         return sum(text in line for line in list(self.lines))
@@ -132,8 +117,7 @@ class Stowboard:
 
     def _window(self, trait):
         """The first of its windows with this in its name or type."""
-        windows = self.desktop.output("xdotool", "search", "--onlyvisible", "--class",
-                                      "^Stowboard$").split()
+        windows = self.desktop.windows("^Stowboard$", by="class")
         traits = lambda window: self.desktop.output("xprop", "-id", window, "_NET_WM_NAME",
                                                     "_NET_WM_WINDOW_TYPE")
         return next((window for window in windows if re.search(trait, traits(window))), "")
@@ -195,10 +179,6 @@ class Stowboard:
         """User and system time of all its threads, in clock ticks."""
         fields = self._proc("stat").rpartition(")")[2].split()
         return int(fields[11]) + int(fields[12])
-
-    def peak_memory(self):
-        """Peak resident memory in bytes."""
-        return int(self._status("status")["VmHWM"].split()[0]) * 1024
 
     def settle(self, seconds=10.0):
         """Waits until nothing runs in it: no processor time in two looks, a tick apart."""
