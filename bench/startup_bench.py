@@ -22,7 +22,6 @@ import select
 import signal
 import statistics
 import sys
-import tempfile
 import time
 import uuid
 

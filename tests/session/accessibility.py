@@ -48,10 +48,8 @@ class Accessibility:
 
     def focus(self, role, name):
         """Goes there with the Tab key."""
-        def has_focus():
-            return self._is(self.find(role, name), "FOCUSED")
         for _ in range(30):
-            if has_focus():
+            if self._is(self.find(role, name), "FOCUSED"):
                 return
             before = self._focused()
             self._desktop.keys("Tab")

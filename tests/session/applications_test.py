@@ -2,7 +2,7 @@
 """Copies made in real applications are recorded as what they are."""
 
 from case import SessionCase, main
-from applications import Browser, copy_in_word_processor
+from applications import Browser
 from stowboard import bytes_of, jpeg_size
 
 TEXT = "Grüße, 你好, 👩‍👩‍👧 — drei\nZeilen\n\tmit Tab"
@@ -41,15 +41,6 @@ class Applications(SessionCase):
         clip = self.stowboard.wait_for_clip("an image", lambda clip: clip["type"] == "image")
         self.assertEqual(sorted(clip), ["id", "imageData", "timestamp", "type"])
         self.assertEqual(jpeg_size(bytes_of(clip, "imageData")), (300, 225))
-
-    def test_a_word_processor_records_rich_text_with_its_plain_form(self):
-        # It offers pictures of the selection too, and refuses them when they are asked for.
-        program = copy_in_word_processor(self.desktop, r"{\rtf1\ansi A {\b bold} word.\par}")
-        self.addCleanup(self.desktop.stop_program, program)
-        clip = self.stowboard.wait_for_clip("rich text", lambda clip: clip["type"] == "rtf")
-        self.assertIn("A bold word.", clip["textContent"])
-        self.assertTrue(bytes_of(clip, "rtfData").startswith(rb"{\rtf1"))
-        self.assertIn(b"bold", bytes_of(clip, "rtfData"))
 
 
 if __name__ == "__main__":

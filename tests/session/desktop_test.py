@@ -20,14 +20,8 @@ STAY = "printf text | xclip -selection clipboard; echo $HOME $DISPLAY; exec slee
 
 def homes_users(home):
     """Processes that live in this home."""
-    found = []
-    for entry in pathlib.Path("/proc").glob("[0-9]*"):
-        try:
-            if f"HOME={home}\0".encode() in (entry / "environ").read_bytes():
-                found.append(entry.name)
-        except OSError:
-            pass
-    return found
+    search = ["sh", "-c", f"grep -lzsF HOME={home} /proc/[0-9]*/environ"]
+    return subprocess.run(search, stdout=subprocess.PIPE).stdout.split()
 
 
 class WithDesktop(unittest.TestCase):
@@ -59,10 +53,9 @@ class WithDesktop(unittest.TestCase):
                 process.send_signal(number)
                 status = process.wait(30)
                 self.assertEqual(status, -number if number == signal.SIGKILL else 128 + number)
+                for leftover in (os.path.dirname(home), f"/tmp/.X11-unix/X{display[1:]}"):
+                    wait_until(lambda: not os.path.exists(leftover), f"{leftover} is removed")
                 wait_until(lambda: not homes_users(home), f"no process is left in {home}")
-                wait_until(lambda: not os.path.exists(os.path.dirname(home)), f"{home} is removed")
-                socket = f"/tmp/.X11-unix/X{display[1:]}"
-                wait_until(lambda: not os.path.exists(socket), f"{socket} is removed")
 
 
 class Tour(unittest.TestCase):

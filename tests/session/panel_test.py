@@ -29,10 +29,10 @@ class Panel(SessionCase):
         self.start("[Übung]", "[second]", "[first]")
         expected = ""
         # The first opening takes longer than the next key of a machine that types.
-        rows = (("", [], "[first]"), ("sec", [], "[second]"), ("", ["ctrl+v"], "[second]"),
-                ("", ["Down"], "[second]"),
+        rows = (("", ["Return"], "[first]"), ("sec", ["Return"], "[second]"),
+                ("", ["ctrl+v", "Return"], "[second]"), ("", ["Down", "Return"], "[second]"),
                 ("", ["Down", "Down", "Down", "Up", "KP_Enter"], "[second]"),
-                ("Bung", [], "[Übung]"), ("", ["ctrl+3"], "[Übung]"))
+                ("Bung", ["Return"], "[Übung]"), ("", ["ctrl+3"], "[Übung]"))
         for text, keys, clip in rows:
             with self.subTest(text=text, keys=keys):
                 self.desktop.keys(HOT_KEY)
@@ -40,7 +40,7 @@ class Panel(SessionCase):
                     self.desktop.type_text(text)
                 else:
                     self.stowboard.wait_for_panel()
-                self.desktop.keys(*keys, *([] if "ctrl+3" in keys or "KP_Enter" in keys else ["Return"]))
+                self.desktop.keys(*keys)
                 expected += clip
                 self.gtk.wait_for(expected)
                 self.stowboard.wait_until_panel_closed()
@@ -91,21 +91,13 @@ class Panel(SessionCase):
         keys("Return")
         self.gtk.wait_for("[clip]")
 
-    def test_a_copy_while_it_is_open_is_selected(self):
-        self.start("[third]", "[second]")
-        self.open_at(600, 300)
-        self.desktop.keys("Down")
-        self.record("[new]")
-        self.desktop.keys("Return")
-        self.gtk.wait_for("[new]")
-
     def test_a_screen_reader_hears_that_the_history_was_cleared_while_it_is_open(self):
         controls = Accessibility(self.desktop, "Stowboard")
         self.start("[clip]", **controls.ENVIRONMENT)
         self.open_at(900, 100)
         self.desktop.keys("ctrl+comma")
         controls.press("push button", "Clear All History")
-        controls.find("push button", "Clear History")
+        wait_until(lambda: self.desktop.active_title() == "Clear History", "the question is asked")
         self.desktop.keys(HOT_KEY)
         controls.find("frame", "Stowboard")
         controls.find("list", "Clipboard history")

@@ -45,9 +45,12 @@ class Pasting(SessionCase):
                     receiver.wait_for("Текст" * count)
 
     def test_rich_text_keeps_its_formatting(self):
+        # A word processor offers pictures of the selection too, and refuses them on request.
         self.stowboard.start()
         program = copy_in_word_processor(self.desktop, r"{\rtf1\ansi A {\b bold} word.\par}")
-        self.stowboard.wait_for_clip("rich text", lambda clip: clip["type"] == "rtf")
+        clip = self.stowboard.wait_for_clip("rich text", lambda clip: clip["type"] == "rtf")
+        self.assertIn("A bold word.", clip["textContent"])
+        self.assertTrue(bytes_of(clip, "rtfData").startswith(rb"{\rtf1"))
         self.addCleanup(self.desktop.stop_program, program)
         self.record("in between")
         self.desktop.keys("ctrl+a", "Delete", "super+alt+2")

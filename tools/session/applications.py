@@ -7,11 +7,16 @@ import zlib
 
 from desktop import wait_until
 
-CHROMIUM = [
-    "chromium", "--no-first-run", "--no-default-browser-check", "--disable-background-networking",
-    "--disable-component-update", "--disable-sync", "--disable-quic", "--disable-gpu",
-    "--password-store=basic", "--window-size=1000,700", "--window-position=0,0",
-]
+
+def chromium(desktop, page, profile):
+    """The command that opens a page in a browser of its own."""
+    # Its sandbox refuses to run as root, as in a container.
+    sandbox = ["--no-sandbox"] if os.geteuid() == 0 else []
+    return ["chromium", *sandbox, "--no-first-run", "--no-default-browser-check",
+            "--disable-background-networking", "--disable-component-update", "--disable-sync",
+            "--disable-quic", "--disable-gpu", "--password-store=basic", "--window-size=1000,700",
+            "--window-position=0,0", f"--user-data-dir={desktop.directory}/{profile}",
+            f"file://{page}"]
 
 
 def write_picture(path, width=800, height=600):
@@ -64,10 +69,7 @@ class Browser:
                         "<img src=picture.png style='position:fixed;left:0;top:100px'>"
                         "<script>setInterval(() => { if (document.readyState == 'complete' && "
                         "document.hasFocus()) document.title = 'Page for copying' }, 20)</script>")
-        # Its sandbox refuses to run as root, as in a container.
-        sandbox = ["--no-sandbox"] if os.geteuid() == 0 else []
-        self.program = desktop.start([*CHROMIUM, *sandbox, f"file://{page}",
-                                      f"--user-data-dir={desktop.directory}/chromium"])
+        self.program = desktop.start(chromium(desktop, page, "profile"))
         desktop.window("Loading|Page for copying", 60)
         desktop.window("Page for copying")
 

@@ -70,15 +70,12 @@ def _end_with_parent():
 def _parents():
     """Parent process id of every live process."""
     parents = {}
-    for entry in os.listdir("/proc"):
-        if entry.isdigit():
-            try:
-                stat = pathlib.Path("/proc", entry, "stat").read_text(errors="replace")
-            except OSError:
-                continue
+    for process in pathlib.Path("/proc").glob("[0-9]*"):
+        with contextlib.suppress(OSError):
+            stat = (process / "stat").read_text(errors="replace")
             state, parent = stat.rpartition(")")[2].split()[:2]
             if state != "Z":
-                parents[int(entry)] = int(parent)
+                parents[int(process.name)] = int(parent)
     return parents
 
 
@@ -94,10 +91,8 @@ def _descendants(root):
 
 def _signal(pids, number):
     for pid in pids:
-        try:
+        with contextlib.suppress(ProcessLookupError):
             os.kill(pid, number)
-        except ProcessLookupError:
-            pass
 
 
 class PrivateDesktop:
@@ -174,17 +169,15 @@ class PrivateDesktop:
 
     def _end_programs(self):
         server = getattr(self, "_server", None)
-        spared = getattr(self, "_before", set()) | ({server.pid} if server else set())
+        spared = self._before | ({server.pid} if server else set())
         programs = lambda: _descendants(os.getpid()) - spared
-        for number, seconds in ((signal.SIGTERM, 2.0), (signal.SIGKILL, 2.0)):
+        for number in (signal.SIGTERM, signal.SIGKILL):
             left = programs()
             _signal(left, number)
             _signal(left, signal.SIGCONT)
-            try:
-                wait_until(lambda: not programs(), "every program ended", seconds)
+            with contextlib.suppress(NotReached):
+                wait_until(lambda: not programs(), "every program ended", 2.0)
                 break
-            except NotReached:
-                continue
         for program in self._programs:
             program.poll()
         if server:
@@ -210,16 +203,10 @@ class PrivateDesktop:
         self.environment = environment
 
     def _start_display(self):
-        read_end, write_end = os.pipe()
-        with open(self.directory / "xserver.log", "wb") as log:
-            self._server = subprocess.Popen(
-                ["Xvfb", "-displayfd", str(write_end), "-screen", "0",
-                 f"{self.width}x{self.height}x24", "-noreset", "-nolisten", "tcp"],
-                pass_fds=[write_end], stdin=subprocess.DEVNULL, stdout=log, stderr=log,
-                start_new_session=True, preexec_fn=_end_with_parent)
-        os.close(write_end)
-        number = self._read_line(read_end, "the X server's display number")
-        self.environment["DISPLAY"] = f":{number}"
+        self._server = self.start(
+            ["Xvfb", "-displayfd", "1", "-screen", "0", f"{self.width}x{self.height}x24",
+             "-noreset", "-nolisten", "tcp"], stdout=subprocess.PIPE)
+        self.environment["DISPLAY"] = ":" + self._first_line(self._server)
 
     def _start_bus(self):
         services = self.directory / "services"
@@ -227,12 +214,9 @@ class PrivateDesktop:
         configuration = self.directory / "bus.conf"
         configuration.write_text(BUS_CONFIGURATION.format(
             directory=self.environment["XDG_RUNTIME_DIR"], services=services))
-        read_end, write_end = os.pipe()
-        self.start(["dbus-daemon", f"--config-file={configuration}", "--nofork", "--nopidfile",
-                    f"--print-address={write_end}"], pass_fds=[write_end])
-        os.close(write_end)
-        self.environment["DBUS_SESSION_BUS_ADDRESS"] = self._read_line(
-            read_end, "the session bus's address")
+        bus = self.start(["dbus-daemon", f"--config-file={configuration}", "--nofork",
+                          "--nopidfile", "--print-address"], stdout=subprocess.PIPE)
+        self.environment["DBUS_SESSION_BUS_ADDRESS"] = self._first_line(bus)
 
     def _start_window_manager(self):
         manager = self.start(["openbox", "--sm-disable"])
@@ -242,12 +226,13 @@ class PrivateDesktop:
             raise RuntimeError(f"openbox ended with status {manager.returncode}")
 
     @staticmethod
-    def _read_line(descriptor, what, seconds=20):
-        with os.fdopen(descriptor, "r", encoding="ascii") as stream:
+    def _first_line(program, seconds=20):
+        """What a program tells once it is ready for others."""
+        with program.stdout as stream:
             ready = select.select([stream], [], [], seconds)[0]
-            line = stream.readline().strip() if ready else ""
+            line = stream.readline().decode().strip() if ready else ""
         if not line:
-            raise RuntimeError(f"no answer: {what}")
+            raise RuntimeError(f"no answer from {program.args[0]}")
         return line
 
     # Programs
@@ -274,13 +259,10 @@ class PrivateDesktop:
         """Ends one program and everything that it started."""
         family = _descendants(program.pid) | {program.pid}
         _signal(family, signal.SIGTERM)
-        try:
+        with contextlib.suppress(subprocess.TimeoutExpired):
             program.wait(seconds)
-        except subprocess.TimeoutExpired:
-            program.kill()
-            program.wait()
-        left = family & set(_parents())
-        _signal(left, signal.SIGKILL)
+        _signal(family & set(_parents()), signal.SIGKILL)
+        program.wait()
 
     # Keyboard and pointer
 
@@ -335,6 +317,9 @@ class PrivateDesktop:
     def title(self, window):
         return self.output("xdotool", "getwindowname", window).strip() if window else ""
 
+    def active_title(self):
+        return self.title(self.active_window())
+
     def rect(self, window):
         """Its place on the screen and its size: x, y, width, height."""
         with self._x() as x:
@@ -377,8 +362,8 @@ class PrivateDesktop:
             owner = lambda: x.get_selection_owner(x.intern_atom("CLIPBOARD"))
             before = owner()
             subprocess.run(["xclip", "-selection", "clipboard", *(["-t", kind] if kind else [])],
-                           input=content if kind else content.encode(), check=True,
-                           env=self.environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                           input=content if kind else content.encode(), env=self.environment,
+                           check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
             wait_until(lambda: owner() != before, "a new owner")
 
     def clipboard(self, kind="UTF8_STRING", seconds=60):

@@ -3,9 +3,7 @@
 A receiver writes its content to a file at every change; `content()` reads that file.
 """
 
-import os
-
-from applications import CHROMIUM
+from applications import chromium
 from desktop import wait_until
 
 GTK = """
@@ -69,9 +67,8 @@ class Receiver:
         self.desktop = desktop
         self.file = desktop.directory / f"{kind}.received"
         self.file.unlink(missing_ok=True)
-        self.program = getattr(self, f"_start_{kind}")()
-        self.title = {"gtk3": "GTK receiver", "gtk4": "GTK receiver", "qt": "Qt receiver",
-                      "browser": "Browser receiver"}.get(kind, "Terminal receiver")
+        self.title, command = self._command(kind)
+        self.program = desktop.start(command)
         self.window = desktop.window(self.title, 60)
         if kind == "browser":
             self.content = self._title
@@ -90,38 +87,25 @@ class Receiver:
     def close(self):
         self.desktop.stop_program(self.program)
 
-    def _python(self, script, *arguments):
-        return self.desktop.start(["/usr/bin/python3", "-c", script, self.file, *arguments])
-
-    def _start_gtk3(self):
-        return self._python(GTK, "3.0")
-
-    def _start_gtk4(self):
-        return self._python(GTK, "4.0")
-
-    def _start_qt(self):
-        return self._python(QT)
-
-    def _shell(self):
-        """Keeps what the terminal hands to its program, as it comes, without waiting for a line."""
-        return ["sh", "-c", f"stty raw -echo; exec cat -u > '{self.file}'"]
-
-    def _start_xterm(self):
-        return self.desktop.start(["xterm", "-T", "Terminal receiver", "-e", *self._shell()])
-
-    def _start_vte(self):
-        return self.desktop.start(["lxterminal", "--no-remote", "-t", "Terminal receiver", "-e",
-                                   " ".join(["sh", "-c", f'"{self._shell()[2]}"'])])
-
-    def _start_browser(self):
+    def _command(self, kind):
+        """The title of its window, and what starts it."""
+        # Keeps what the terminal hands to its program, as it comes, without waiting for a line.
+        shell = f"stty raw -echo; exec cat -u > '{self.file}'"
+        python, terminal = ["/usr/bin/python3", "-c"], "Terminal receiver"
         page = self.desktop.directory / "home" / "receiver.html"
         page.write_text(PAGE)
-        sandbox = ["--no-sandbox"] if os.geteuid() == 0 else []
-        return self.desktop.start([*CHROMIUM, *sandbox, f"file://{page}",
-                                   f"--user-data-dir={self.desktop.directory}/receiver-profile"])
+        return {
+            "gtk3": ("GTK receiver", [*python, GTK, self.file, "3.0"]),
+            "gtk4": ("GTK receiver", [*python, GTK, self.file, "4.0"]),
+            "qt": ("Qt receiver", [*python, QT, self.file]),
+            "xterm": (terminal, ["xterm", "-T", terminal, "-e", "sh", "-c", shell]),
+            "vte": (terminal, ["lxterminal", "--no-remote", "-t", terminal, "-e",
+                               f'sh -c "{shell}"']),
+            "browser": ("Browser receiver", chromium(self.desktop, page, "receiver-profile")),
+        }[kind]
 
     def _title(self):
-        title = self.desktop.output("xdotool", "getwindowname", self.window).strip()
+        title = self.desktop.title(self.window)
         return title.removeprefix("Browser receiver").removesuffix("- Chromium").strip()
 
 

@@ -8,24 +8,17 @@ import pathlib
 import pty
 import re
 import signal
-import struct
 import threading
 import time
 
-from desktop import wait_until
+from desktop import NotReached, wait_until
 
 def jpeg_size(data):
-    """(width, height) of a JPEG image; raises ValueError when it is none."""
-    if data[:2] != b"\xff\xd8":
+    """(width, height) of a JPEG image, as the header of its frame tells."""
+    frame = re.search(rb"\xff[\xc0-\xc2]\x00.\x08(..)(..)", data, re.DOTALL)
+    if not data.startswith(b"\xff\xd8") or not frame:
         raise ValueError("not a JPEG image")
-    at = 2
-    while at + 9 <= len(data):
-        marker, length = data[at + 1], struct.unpack(">H", data[at + 2:at + 4])[0]
-        if 0xC0 <= marker <= 0xC2:
-            height, width = struct.unpack(">HH", data[at + 5:at + 9])
-            return width, height
-        at += 2 + length
-    raise ValueError("a JPEG image without a frame")
+    return tuple(int.from_bytes(length) for length in reversed(frame.groups()))
 
 
 class Stowboard:
@@ -49,12 +42,8 @@ class Stowboard:
         """Starts it, by way of a command like env where one is given, and waits until it has
         announced itself when it has a terminal."""
         self.lines = []
-        if terminal:
-            ours, theirs = pty.openpty()
-            streams = {"stdout": theirs, "stderr": theirs}
-        else:
-            ours, theirs = os.pipe()
-            streams = {"stderr": theirs}
+        ours, theirs = pty.openpty() if terminal else os.pipe()
+        streams = dict.fromkeys(("stderr", "stdout") if terminal else ("stderr",), theirs)
         self.process = self.desktop.start([*through, self.program], environment, **streams)
         os.close(theirs)
         self._reader = threading.Thread(target=self._read, args=(ours,), daemon=True)
@@ -83,16 +72,15 @@ class Stowboard:
     def wait_for_log(self, text, count=1, seconds=10.0):
         """Waits until `count` lines hold the text; its end before that is its failure."""
         def seen():
-            return self.logged(text) >= count or self.process.poll() is not None
-        try:
-            wait_until(seen, f"{count} log lines with {text!r}", seconds)
-            if self.process.poll() is not None:
+            has_ended = self.process.poll() is not None
+            if has_ended:
                 self._reader.join(5)
-            if self.logged(text) < count:
-                raise AssertionError(f"ended with status {self.process.returncode} before it logged "
-                                     f"{text!r}")
-        except AssertionError as error:
-            raise AssertionError(f"{error}; lines: {self.lines[-20:]}") from None
+            return self.logged(text) >= count or has_ended
+        with contextlib.suppress(NotReached):
+            wait_until(seen, text, seconds)
+        if self.logged(text) < count:
+            raise AssertionError(f"not {count} log lines with {text!r} within {seconds:g} s, or it "
+                                 f"ended: status {self.process.poll()}; lines: {self.lines[-20:]}")
 
     def logged(self, text):
         return sum(text in line for line in list(self.lines))
@@ -171,28 +159,22 @@ class Stowboard:
 
     # Its figures
 
-    def main_thread_switches(self):
-        """Voluntary context switches of the main thread: how often it went to sleep."""
-        return int(self._status("task/%d/status" % self.process.pid)["voluntary_ctxt_switches"])
-
-    def processor_ticks(self):
-        """User and system time of all its threads, in clock ticks."""
-        fields = self._proc("stat").rpartition(")")[2].split()
-        return int(fields[11]) + int(fields[12])
+    def activity(self):
+        """How often its main thread went to sleep, and the processor time of all its threads; at
+        rest, neither grows."""
+        status = self._proc(f"task/{self.process.pid}/status")
+        return (re.search(r"\nvoluntary_ctxt_switches:\s*(\d+)", status)[1],
+                self._proc("stat").rpartition(")")[2].split()[11:13])
 
     def settle(self, seconds=10.0):
-        """Waits until nothing runs in it: no processor time in two looks, a tick apart."""
+        """Waits until nothing runs in it, by two looks that are some ticks apart."""
         seen = [None]
         def quiet():
-            now = (self.main_thread_switches(), self.processor_ticks())
-            before, seen[0] = seen[0], now
-            if now != before:
+            before, seen[0] = seen[0], self.activity()
+            if seen[0] != before:
                 time.sleep(0.3)
-            return now == before
+            return seen[0] == before
         wait_until(quiet, "the program is at rest", seconds)
-
-    def _status(self, name):
-        return dict(line.split(":", 1) for line in self._proc(name).splitlines() if ":" in line)
 
     def _proc(self, name):
         return pathlib.Path("/proc", str(self.process.pid), name).read_text()
