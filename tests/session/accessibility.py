@@ -7,8 +7,6 @@ from gi.repository import GLib
 
 from desktop import wait_until
 
-LAUNCHER = "/usr/libexec/at-spi-bus-launcher"
-
 
 class Accessibility:
     """The accessibility bus of one private desktop, for one program on it. A process can use that of
@@ -17,7 +15,7 @@ class Accessibility:
     ENVIRONMENT = {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}
 
     def __init__(self, desktop, application):
-        desktop.start([LAUNCHER, "--launch-immediately"])
+        desktop.start(["/usr/libexec/at-spi-bus-launcher", "--launch-immediately"])
         for name in ("DBUS_SESSION_BUS_ADDRESS", "DISPLAY"):
             os.environ[name] = desktop.environment[name]
         gi.require_version("Atspi", "2.0")

@@ -7,7 +7,6 @@ from case import SessionCase, main, wait_until
 from accessibility import Accessibility
 
 HOT_KEY = "super+shift+v"
-SIZE = (482, 302)
 
 
 class Panel(SessionCase):
@@ -111,7 +110,7 @@ class Panel(SessionCase):
             with self.subTest(at):
                 window = self.open_at(*at)
                 x, y, width, height = self.desktop.rect(window)
-                self.assertEqual((width, height), SIZE)
+                self.assertEqual((width, height), (482, 302))
                 self.assertTrue(0 <= x <= 1280 - width and 0 <= y <= 800 - height, (x, y))
                 if at == (640, 400):
                     self.assertTrue(y > 400 and abs(x + width / 2 - 640) <= 1, (x, y))

@@ -7,7 +7,6 @@ from case import SessionCase, main, wait_until
 from accessibility import Accessibility
 
 TITLE = "Stowboard Settings"
-AUTOSTART = "autostart/com.qarvin.stowboard.desktop"
 
 
 class Settings(SessionCase):
@@ -94,7 +93,8 @@ class Settings(SessionCase):
         self.choose("界面语言", "Up")
         self.wait_for_setting(language="en")
 
-        entry = pathlib.Path(self.desktop.environment["XDG_CONFIG_HOME"]) / AUTOSTART
+        autostart = pathlib.Path(self.desktop.environment["XDG_CONFIG_HOME"]) / "autostart"
+        entry = autostart / "com.qarvin.stowboard.desktop"
         switch = ("check box", "Launch at Login")
         for isOn in (True, False):
             self.controls.press(*switch, "Toggle")

@@ -308,7 +308,12 @@ class PrivateDesktop:
 
     def windows(self, pattern, by="name"):
         """The visible windows whose name (the title) or class matches."""
-        return self.output("xdotool", "search", "--onlyvisible", f"--{by}", pattern).split()
+        while True:
+            search = subprocess.run(["xdotool", "search", "--onlyvisible", f"--{by}", pattern],
+                                    env=self.environment, capture_output=True, text=True, timeout=20)
+            # It fails when any window goes while it looks, which must not read as none.
+            if "X Error" not in search.stderr:
+                return search.stdout.split()
 
     def active_window(self):
         """The id of the window with the focus; empty when there is none."""

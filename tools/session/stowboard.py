@@ -91,10 +91,6 @@ class Stowboard:
         """The history panel's window; empty while it is not on screen."""
         return self._window("_NET_WM_WINDOW_TYPE_UTILITY")
 
-    def settings_window(self):
-        """The settings window; empty while it is not on screen."""
-        return self._window('"Stowboard (Settings|设置)"')
-
     def menu(self):
         """The tray icon's menu; empty while it is closed."""
         return self._window(r'"Stowboard"\n_NET_WM_WINDOW_TYPE\(ATOM\) = _NET_WM_WINDOW_TYPE_NORMAL')
