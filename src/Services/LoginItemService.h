@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Base/Log.h"
 #include "Platform/LoginItems.h"
 #include "Services/LoginItemServicing.h"
 
@@ -12,7 +13,15 @@ class LoginItemService : public LoginItemServicing {
   explicit LoginItemService(LoginItems& items) : items_(items) {}
 
   bool isEnabled() const override { return items_.status() == LoginItems::Status::enabled; }
-  std::optional<LoginItemError> setEnabled(bool isEnabled) override;
+  std::optional<LoginItemError> setEnabled(bool isEnabled) override {
+    const auto failure = isEnabled ? items_.registerApplication() : items_.unregisterApplication();
+    if (failure) {
+      Log::settings.error("Login item toggle failed: {}", *failure);
+      return LoginItemError{*failure};
+    }
+    Log::settings.info("Login item {}", isEnabled ? "enabled" : "disabled");
+    return std::nullopt;
+  }
 
  private:
   LoginItems& items_;

@@ -36,11 +36,11 @@ class StorageManager : public StorageStoring {
   void flushPendingWrites() override;
 
  private:
-  static void prepareFile(const std::filesystem::path& url);
+  static void prepareFile(const std::filesystem::path& path);
   FileError setUnreadHistoryAside();
 
-  const std::filesystem::path historyUrl_;
-  const std::filesystem::path settingsUrl_;
+  const std::filesystem::path historyPath_;
+  const std::filesystem::path settingsPath_;
   /// Whether the history file holds something that the user has not seen in the history.
   std::atomic<bool> historyIsUnread_ = false;
   SerialQueue queue_{"com.stowboard.storage"};

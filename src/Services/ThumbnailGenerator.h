@@ -20,7 +20,14 @@ class ThumbnailGenerator {
 
   /// The whole image as a JPEG of at most maxDimension pixels a side. Absent when the image is
   /// empty, so narrow that a side of the thumbnail has no pixel, or cannot be drawn or encoded.
-  std::optional<Bytes> thumbnailData(const Image& image) const;
+  std::optional<Bytes> thumbnailData(const Image& image) const {
+    const ImageSize source = image.size();
+    // Written so that a size which is no number is refused too.
+    if (!(source.width > 0 && source.height > 0)) return std::nullopt;
+    const ImageSize target = aspectFitSize(source, maxDimension);
+    const auto bitmap = image.draw(static_cast<int>(target.width), static_cast<int>(target.height));
+    return bitmap ? codec_.encodeJpeg(*bitmap, quality) : std::nullopt;
+  }
 
   /// See stowboard::aspectFitSize.
   static ImageSize aspectFitSize(const ImageSize& source, double maxDimension) {
