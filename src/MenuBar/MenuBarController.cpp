@@ -9,8 +9,8 @@
 #include "Base/Log.h"
 #include "Base/SignalFreeThread.h"
 #include "MenuBar/MenuBarIcon.h"
-#include "MenuBar/StatusNotifierHost.h"
-#include "MenuBar/StatusNotifierItem.h"
+#include "Platform/Desktop/Tray/StatusNotifierHost.h"
+#include "Platform/Desktop/Tray/StatusNotifierItem.h"
 #include "Utils/L10n.h"
 
 namespace stowboard {

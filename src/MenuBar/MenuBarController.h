@@ -8,7 +8,7 @@
 #include <string>
 #include <thread>
 
-#include "MenuBar/StatusMenu.h"
+#include "Platform/Desktop/Tray/StatusMenu.h"
 #include "Models/AppLanguage.h"
 
 class QSystemTrayIcon;

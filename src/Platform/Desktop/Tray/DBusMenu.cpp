@@ -1,4 +1,4 @@
-#include "MenuBar/DBusMenu.h"
+#include "Platform/Desktop/Tray/DBusMenu.h"
 
 #include <QDBusArgument>
 #include <QDBusMetaType>

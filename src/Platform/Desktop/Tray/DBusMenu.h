@@ -2,8 +2,8 @@
 
 #include <functional>
 
-#include "MenuBar/DBusObject.h"
-#include "MenuBar/StatusMenu.h"
+#include "Platform/Desktop/Tray/DBusObject.h"
+#include "Platform/Desktop/Tray/StatusMenu.h"
 
 namespace stowboard {
 

@@ -1,4 +1,4 @@
-#include "MenuBar/StatusNotifierHost.h"
+#include "Platform/Desktop/Tray/StatusNotifierHost.h"
 
 #include <QDBusError>
 #include <QDBusMessage>

@@ -1,4 +1,4 @@
-#include "MenuBar/StatusMenu.h"
+#include "Platform/Desktop/Tray/StatusMenu.h"
 
 #include <QMenu>
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "MenuBar/DBusObject.h"
+#include "Platform/Desktop/Tray/DBusObject.h"
 
 #include <QDBusVariant>
 

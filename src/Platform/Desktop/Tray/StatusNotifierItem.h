@@ -4,8 +4,8 @@
 #include <QPoint>
 #include <functional>
 
-#include "MenuBar/DBusMenu.h"
-#include "MenuBar/DBusObject.h"
+#include "Platform/Desktop/Tray/DBusMenu.h"
+#include "Platform/Desktop/Tray/DBusObject.h"
 
 namespace stowboard {
 

@@ -1,4 +1,4 @@
-#include "MenuBar/StatusNotifierItem.h"
+#include "Platform/Desktop/Tray/StatusNotifierItem.h"
 
 #include <QDBusArgument>
 #include <QDBusMetaType>
