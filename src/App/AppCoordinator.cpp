@@ -206,11 +206,7 @@ ClipboardText AppCoordinator::clipboardText() const {
 }
 
 void AppCoordinator::openHelp() {
-  if (!helpDocument_) {
-    helpDocument_ = std::make_unique<HelpDocument>(
-        *platform_.runLoop, *platform_.workspace, HelpDocument::temporaryFolder(*platform_.bundle));
-  }
-  helpDocument_->open(container_->appState()->settings());
+  HelpDocument::open(container_->appState()->settings(), *platform_.bundle, *platform_.fileOpener);
 }
 
 // The user asked for it, by a hot key or a click that the toolkit has not seen.

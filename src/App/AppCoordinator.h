@@ -13,7 +13,6 @@
 
 namespace stowboard {
 
-class HelpDocument;
 class HistoryPanel;
 class MenuBarController;
 class SettingsWindow;
@@ -76,7 +75,6 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
 
   const Platform& platform_;
   const std::unique_ptr<DependencyContainer> container_;
-  std::unique_ptr<HelpDocument> helpDocument_;
   std::unique_ptr<MenuBarController> menuBarController_;
   std::unique_ptr<HistoryPanel> historyPanel_;
   std::unique_ptr<SettingsWindow> settingsWindow_;

@@ -32,7 +32,6 @@ class InertWorkspace : public Workspace {
   std::optional<RunningApplication> frontmostApplication() const override { return std::nullopt; }
   bool isTerminated(const RunningApplication&) const override { return true; }
   bool activate(const RunningApplication&) override { return false; }
-  void open(const std::filesystem::path&) override {}
 };
 
 /// Hot keys on a system without global ones: every registration is refused.

@@ -7,6 +7,7 @@
 #include "Platform/Bundle.h"
 #include "Platform/Compositing.h"
 #include "Platform/DesktopAppearance.h"
+#include "Platform/FileOpener.h"
 #include "Platform/HotKeyCenter.h"
 #include "Platform/Image.h"
 #include "Platform/KeyEventPoster.h"
@@ -35,6 +36,7 @@ struct Platform {
   std::unique_ptr<DesktopAppearance> appearance;
   std::unique_ptr<Compositing> compositing;
   std::unique_ptr<TransientWindows> transientWindows;
+  std::unique_ptr<FileOpener> fileOpener;
 };
 
 }  // namespace stowboard

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
@@ -20,7 +19,7 @@ struct RunningApplication {
   friend bool operator==(const RunningApplication&, const RunningApplication&) = default;
 };
 
-/// The user's running applications, and what they show. Main thread.
+/// The user's running applications. Main thread.
 class Workspace {
  public:
   virtual ~Workspace() = default;
@@ -37,10 +36,6 @@ class Workspace {
   /// desktop and out of its icon. Returns at once; false when it cannot be asked, as for a window
   /// that is gone. The window system may still refuse.
   virtual bool activate(const RunningApplication& application) = 0;
-
-  /// Asks the desktop to show a file with the program that it has for its type. Returns at once;
-  /// what becomes of it is not told.
-  virtual void open(const std::filesystem::path& file) = 0;
 
   /// Called on the main thread with each application that comes to the front. Our own included;
   /// the moment without any front window between two applications is not reported.

@@ -8,6 +8,7 @@
 #include "Platform/Desktop/Applications/InstalledApplications.h"
 #include "Platform/Desktop/Bus/PortalAppearance.h"
 #include "Platform/Desktop/XdgAutostart.h"
+#include "Platform/Desktop/XdgFileOpener.h"
 #include "Platform/Inert.h"
 #include "Platform/Qt/QtImageCodec.h"
 #include "Platform/Qt/QtRunLoop.h"
@@ -75,6 +76,7 @@ Platform selectPlatform(const DisplaySelection& display, std::unique_ptr<Bundle>
   addX11Adapters(platform, thumbnailDimension);
   platform.loginItems = std::make_unique<XdgAutostart>(*platform.bundle);
   platform.appearance = selectAppearance();
+  platform.fileOpener = std::make_unique<XdgFileOpener>();
   return platform;
 }
 

@@ -85,11 +85,16 @@ bool AtomicFile::sync() {
   return error_.empty();
 }
 
-bool AtomicFile::replaceTarget() {
+bool AtomicFile::putInPlace() {
   if (!error_.empty()) return false;
   if (::rename(temporary_.c_str(), target_.c_str()) != 0) return fail("replacing", target_);
   temporary_.clear();
   close();
+  return true;
+}
+
+bool AtomicFile::replaceTarget() {
+  if (!putInPlace()) return false;
   error_ = syncFolder(target_.parent_path());
   return error_.empty();
 }

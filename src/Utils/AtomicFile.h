@@ -12,11 +12,11 @@ namespace stowboard {
 
 /// A file that replaces another whole. Content goes to a temporary file in the same folder, private
 /// to the user, and takes the target's place in one step, so that a reader or a crash at any moment
-/// finds all of the old content or all of the new. One thread at a time; every operation waits for
-/// the disk.
+/// finds all of the old content or all of the new. One thread at a time; what waits for the disk
+/// says so, and a large write may, too.
 ///
 /// The first operation to fail decides: the later ones do nothing and fail with it. Unless
-/// replaceTarget() succeeded, destruction leaves the target as it was and removes the temporary.
+/// putInPlace() succeeded, destruction leaves the target as it was and removes the temporary.
 /// After a crash the temporary stays, as `.<name>.<random>.tmp`.
 class AtomicFile {
  public:
@@ -30,8 +30,10 @@ class AtomicFile {
   bool write(std::string_view bytes);
   /// Returns when the content written so far has reached the disk.
   bool sync();
-  /// Puts the file in the target's place, mode 0600, and returns when that, too, has reached the
-  /// disk. sync() comes first.
+  /// Puts the file in the target's place, mode 0600, and waits for nothing: a crash of the system
+  /// may leave it empty unless sync() came first.
+  bool putInPlace();
+  /// putInPlace() that returns when that, too, has reached the disk. sync() comes first.
   bool replaceTarget();
 
   /// Why an operation failed; empty while none has.

@@ -5,7 +5,6 @@
 
 #include <fstream>
 #include <iterator>
-#include <optional>
 
 #include "Utils/HelpGuide.h"
 #include "fakes/FakePlatform.h"
@@ -21,40 +20,34 @@ using ::testing::StartsWith;
 
 class HelpDocumentTest : public ::testing::Test {
  protected:
-  HelpDocumentTest() { document_.emplace(fake_.runLoop(), fake_.workspace(), fake_.folder()); }
+  HelpDocumentTest() : bundle_(fake_.folder()) { bundle_.variables["TMPDIR"] = fake_.folder(); }
 
-  /// Waits for the writes, then runs what they posted.
-  const std::vector<fs::path>& openedAtTheEnd() {
-    document_.reset();
-    fake_.runLoop().runUntilIdle();
-    return fake_.workspace().openedFiles;
-  }
+  void open() { HelpDocument::open(settings_, bundle_, opener_); }
   std::string content(const fs::path& file) const {
     std::ifstream stream(file);
     return {std::istreambuf_iterator<char>(stream), {}};
   }
 
   FakePlatform fake_;
+  FakeBundle bundle_;
+  FakeFileOpener opener_;
   LogCapture log_;
-  std::optional<HelpDocument> document_;
   AppSettings settings_;
 };
 
-TEST_F(HelpDocumentTest, WritesEachGuideAfreshAndOpensThemInOrder) {
+TEST_F(HelpDocumentTest, WritesEachGuideAfreshAndOpensIt) {
   const fs::path english = fake_.folder() / "Stowboard_Help.txt";
   const fs::path foreign = fake_.folder() / "precious";
   std::ofstream(foreign) << "kept";
   fs::create_symlink(foreign, english);
-  document_->open(settings_);
+  open();
   settings_.hotKey = {40, ModifierMask::control};
-  document_->open(settings_);
-  const std::string last = HelpGuide::text(settings_);
+  open();
+  EXPECT_EQ(content(english), HelpGuide::text(settings_));
   settings_.language = AppLanguage::simplifiedChinese;
-  document_->open(settings_);
-  EXPECT_TRUE(fake_.workspace().openedFiles.empty());
+  open();
   const fs::path chinese = fake_.folder() / "Stowboard_使用指南.txt";
-  EXPECT_THAT(openedAtTheEnd(), ElementsAre(english, english, chinese));
-  EXPECT_EQ(content(english), last);
+  EXPECT_THAT(opener_.opened, ElementsAre(english, english, chinese));
   EXPECT_EQ(content(foreign), "kept");
   EXPECT_EQ(content(chinese), HelpGuide::text(settings_));
   struct stat status {};
@@ -64,19 +57,17 @@ TEST_F(HelpDocumentTest, WritesEachGuideAfreshAndOpensThemInOrder) {
 
 TEST_F(HelpDocumentTest, OpensNothingThatItCouldNotWrite) {
   fs::create_directories(fake_.folder() / "Stowboard_Help.txt" / "in the way");
-  document_->open(settings_);
-  EXPECT_THAT(openedAtTheEnd(), IsEmpty());
+  open();
+  EXPECT_THAT(opener_.opened, IsEmpty());
   EXPECT_THAT(log_.errors(),
               ElementsAre(StartsWith("error ui: Failed to write help file: Is a directory (")));
 }
 
-TEST_F(HelpDocumentTest, TakesTheUsersTemporaryFolder) {
-  FakeBundle bundle("/");
-  EXPECT_EQ(HelpDocument::temporaryFolder(bundle), "/tmp");
-  bundle.variables["TMPDIR"] = "relative";
-  EXPECT_EQ(HelpDocument::temporaryFolder(bundle), "/tmp");
-  bundle.variables["TMPDIR"] = "/run/user/1000/tmp";
-  EXPECT_EQ(HelpDocument::temporaryFolder(bundle), "/run/user/1000/tmp");
+TEST_F(HelpDocumentTest, TakesTmpWhereTheUserNamesNoFolder) {
+  bundle_.variables["TMPDIR"] = "relative";
+  open();
+  EXPECT_THAT(opener_.opened, ElementsAre("/tmp/Stowboard_Help.txt"));
+  fs::remove(opener_.opened.at(0));
 }
 
 }  // namespace

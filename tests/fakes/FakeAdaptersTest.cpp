@@ -2,10 +2,12 @@
 
 #include <functional>
 
+#include "contract/FileOpenerContract.h"
 #include "contract/HotKeyCenterContract.h"
 #include "contract/ImageCodecContract.h"
 #include "contract/RunLoopContract.h"
 #include "contract/WorkspaceContract.h"
+#include "fakes/FakeFileOpener.h"
 #include "fakes/FakeHotKeyCenter.h"
 #include "fakes/FakeImageCodec.h"
 #include "fakes/FakeRunLoop.h"
@@ -66,6 +68,17 @@ class FakeHotKeyHarness {
   FakeHotKeyCenter center_;
 };
 
+class FakeFileOpenerHarness {
+ public:
+  FileOpener& opener() { return opener_; }
+  std::vector<std::string> opened() { return {opener_.opened.begin(), opener_.opened.end()}; }
+  bool turnUntil(const std::function<bool()>& condition) { return condition(); }
+
+ private:
+  FakeFileOpener opener_;
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, FileOpenerContract, FakeFileOpenerHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, HotKeyCenterContract, FakeHotKeyHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, RunLoopContract, FakeRunLoopHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, WorkspaceContract, FakeWorkspaceHarness);

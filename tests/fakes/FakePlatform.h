@@ -9,6 +9,7 @@
 #include "Platform/Inert.h"
 #include "Platform/Platform.h"
 #include "fakes/FakeBundle.h"
+#include "fakes/FakeFileOpener.h"
 #include "fakes/FakeHotKeyCenter.h"
 #include "fakes/FakeImageCodec.h"
 #include "fakes/FakeKeyEventPoster.h"
@@ -37,6 +38,7 @@ class FakePlatform {
     platform.appearance = std::make_unique<InertDesktopAppearance>();
     platform.compositing = std::make_unique<InertCompositing>();
     platform.transientWindows = std::make_unique<InertTransientWindows>();
+    platform.fileOpener = std::make_unique<FakeFileOpener>();
   }
   ~FakePlatform() { std::filesystem::remove_all(folder_); }
 

@@ -25,9 +25,6 @@ class FakeWorkspace final : public Workspace {
     return true;
   }
 
-  void open(const std::filesystem::path& file) override { openedFiles.push_back(file); }
-
-  std::vector<std::filesystem::path> openedFiles;
   /// What activate() was asked for, in order.
   std::vector<RunningApplication> activations;
   std::vector<RunningApplication> terminated;

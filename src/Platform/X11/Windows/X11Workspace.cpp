@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "Base/Log.h"
-#include "Platform/Desktop/FileOpener.h"
 #include "Platform/X11/X11Desktop.h"
 
 namespace stowboard {
@@ -98,8 +97,6 @@ bool X11Workspace::activate(const RunningApplication& application) {
   desktop_->askServerTime();
   return true;
 }
-
-void X11Workspace::open(const std::filesystem::path& file) { FileOpener::open(file); }
 
 void X11Workspace::requestActivation(std::uint32_t time) {
   desktop_->requestActivation(static_cast<xcb_window_t>(awaitedWindow_), time);

@@ -36,7 +36,6 @@ class X11Workspace final : public Workspace {
   std::optional<RunningApplication> frontmostApplication() const override;
   bool isTerminated(const RunningApplication& application) const override;
   bool activate(const RunningApplication& application) override;
-  void open(const std::filesystem::path& file) override;
 
   /// The window that activate() was asked for, until it is in front, for a second at most; 0 when
   /// there is none.

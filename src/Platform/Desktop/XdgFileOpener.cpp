@@ -1,4 +1,4 @@
-#include "Platform/Desktop/FileOpener.h"
+#include "Platform/Desktop/XdgFileOpener.h"
 
 #include <QProcess>
 
@@ -7,7 +7,7 @@
 namespace stowboard {
 
 // Not by QDesktopServices, which in a sandbox waits for the desktop's answer.
-void FileOpener::open(const std::filesystem::path& file) {
+void XdgFileOpener::open(const std::filesystem::path& file) {
   QProcess opener;
   opener.setProgram(QStringLiteral("xdg-open"));
   opener.setArguments({QString::fromStdString(file.native())});
