@@ -48,7 +48,7 @@ void AppCoordinator::start() {
   registerHotKey(std::nullopt);
   registerQuickPasteHotKeys(std::nullopt);
   observeSettingsChanges();
-  setUpStatusItem();
+  setupStatusItem();
   container_->pasteSimulator().onDidActivate =
       weakly(weak_from_this(), [](AppCoordinator& self) { self.closeHistoryPanel(); });
 }
@@ -106,8 +106,8 @@ void AppCoordinator::observeSettingsChanges() {
 
 AppLanguage AppCoordinator::language() const { return container_->appState()->settings().language; }
 
-void AppCoordinator::setUpStatusItem() {
-  menuBarController_ = std::make_unique<MenuBarController>();
+void AppCoordinator::setupStatusItem() {
+  menuBarController_ = std::make_unique<MenuBarController>(*platform_.statusItem);
   menuBarController_->onShowHistory =
       weakly(weak_from_this(),
              [](AppCoordinator& self, const QRect& button) { self.showHistoryAt(button); });

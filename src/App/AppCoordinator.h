@@ -63,7 +63,7 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
   void registerHotKey(std::optional<HotKeyConfig> config);
   void registerQuickPasteHotKeys(std::optional<std::uint32_t> modifiers);
   void observeSettingsChanges();
-  void setUpStatusItem();
+  void setupStatusItem();
   std::unique_ptr<HistoryPanel> makeHistoryPanel();
   std::unique_ptr<SettingsWindow> makeSettingsWindow();
   MainQueue mainQueue() const;

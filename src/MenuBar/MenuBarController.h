@@ -1,32 +1,22 @@
 #pragma once
 
-#include <QMenu>
-#include <QObject>
+#include <QIcon>
 #include <QRect>
 #include <functional>
-#include <memory>
 #include <string>
-#include <thread>
 
-#include "Platform/Desktop/Tray/StatusMenu.h"
 #include "Models/AppLanguage.h"
-
-class QSystemTrayIcon;
+#include "Platform/StatusItem.h"
 
 namespace stowboard {
 
-class StatusNotifierHost;
-class StatusNotifierItem;
-
-/// The program's icon in the desktop's panel: the primary click shows the history, the secondary
-/// one a menu. Wherever a panel takes StatusNotifier items, it is one; otherwise it goes to the X11
-/// system tray. Either may appear, end or take over at any time. Absent callables do nothing. Main
-/// thread.
+/// What the program's icon in the desktop's panel does: the primary click shows the history, the
+/// secondary one a menu. Absent callables do nothing. Main thread.
 class MenuBarController {
  public:
-  MenuBarController();
-  /// Waits for a connection to the session bus that is being made.
-  ~MenuBarController();
+  /// The status item must outlive the controller.
+  explicit MenuBarController(StatusItem& statusItem) : statusItem_(statusItem) {}
+  ~MenuBarController() { statusItem_.hide(); }
   MenuBarController(const MenuBarController&) = delete;
   MenuBarController& operator=(const MenuBarController&) = delete;
 
@@ -41,32 +31,19 @@ class MenuBarController {
   /// The version that the menu tells.
   std::function<std::string()> versionProvider;
 
-  /// Called once, with the callables set. The icon appears when the session bus has answered. Where
-  /// the desktop has no place for it, the log says so once.
+  /// Called once, with the callables set.
   void setupStatusItem();
 
   /// For panels that keep a copy of the menu.
-  void languageDidChange();
-
-  /// The menu as it is now.
-  StatusMenu menu() const;
+  void languageDidChange() { statusItem_.menuDidChange(); }
 
  private:
-  void lookForHost();
-  void placeIcon(bool inStatusNotifierHost);
-  void makeTrayIcon();
-  void reportMissingTray();
-  void showHistory(const QRect& button) const;
+  StatusItem::Picture drawIcon(int size);
+  StatusMenu menu() const;
 
-  std::unique_ptr<StatusNotifierItem> item_;
-  std::unique_ptr<StatusNotifierHost> host_;
-  /// The tray's; filled when it is about to show.
-  QMenu trayMenu_;
-  std::unique_ptr<QSystemTrayIcon> trayIcon_;
-  bool missingTrayIsReported_ = false;
-  /// Ends what was posted to the main thread. Outlives the thread that posts.
-  QObject context_;
-  std::thread connecting_;
+  StatusItem& statusItem_;
+  /// Made when it is first drawn.
+  QIcon icon_;
 };
 
 }  // namespace stowboard

@@ -14,6 +14,7 @@
 #include "Platform/LoginItems.h"
 #include "Platform/Pasteboard.h"
 #include "Platform/RunLoop.h"
+#include "Platform/StatusItem.h"
 #include "Platform/TransientWindows.h"
 #include "Platform/Workspace.h"
 
@@ -36,6 +37,7 @@ struct Platform {
   std::unique_ptr<DesktopAppearance> appearance;
   std::unique_ptr<Compositing> compositing;
   std::unique_ptr<TransientWindows> transientWindows;
+  std::unique_ptr<StatusItem> statusItem;
   std::unique_ptr<FileOpener> fileOpener;
 };
 

@@ -7,6 +7,8 @@
 #include "Base/Log.h"
 #include "Platform/Desktop/Applications/InstalledApplications.h"
 #include "Platform/Desktop/Bus/PortalAppearance.h"
+#include "Platform/Desktop/Tray/PanelStatusItem.h"
+#include "Platform/Desktop/Tray/SystemTrayIcon.h"
 #include "Platform/Desktop/XdgAutostart.h"
 #include "Platform/Desktop/XdgFileOpener.h"
 #include "Platform/Inert.h"
@@ -77,6 +79,7 @@ Platform selectPlatform(const DisplaySelection& display, std::unique_ptr<Bundle>
   platform.loginItems = std::make_unique<XdgAutostart>(*platform.bundle);
   platform.appearance = selectAppearance();
   platform.fileOpener = std::make_unique<XdgFileOpener>();
+  platform.statusItem = std::make_unique<PanelStatusItem>(std::make_unique<SystemTrayIcon>());
   return platform;
 }
 

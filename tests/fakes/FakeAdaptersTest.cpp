@@ -6,11 +6,13 @@
 #include "contract/HotKeyCenterContract.h"
 #include "contract/ImageCodecContract.h"
 #include "contract/RunLoopContract.h"
+#include "contract/StatusItemContract.h"
 #include "contract/WorkspaceContract.h"
 #include "fakes/FakeFileOpener.h"
 #include "fakes/FakeHotKeyCenter.h"
 #include "fakes/FakeImageCodec.h"
 #include "fakes/FakeRunLoop.h"
+#include "fakes/FakeStatusItem.h"
 #include "fakes/FakeWorkspace.h"
 
 namespace stowboard {
@@ -78,7 +80,25 @@ class FakeFileOpenerHarness {
   FakeFileOpener opener_;
 };
 
+class FakeStatusItemHarness {
+ public:
+  StatusItem& item() { return item_; }
+  std::optional<std::vector<std::string>> menu() {
+    if (!item_.isShown()) return std::nullopt;
+    std::vector<std::string> titles;
+    for (const auto& entry : item_.content.menu()) titles.push_back(entry.title);
+    return titles;
+  }
+  void click() { item_.content.onActivate({}); }
+  void choose(const std::string& title) { item_.choose(title); }
+  bool turnUntil(const std::function<bool()>& condition) { return condition(); }
+
+ private:
+  FakeStatusItem item_;
+};
+
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, FileOpenerContract, FakeFileOpenerHarness);
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, StatusItemContract, FakeStatusItemHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, HotKeyCenterContract, FakeHotKeyHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, RunLoopContract, FakeRunLoopHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, WorkspaceContract, FakeWorkspaceHarness);

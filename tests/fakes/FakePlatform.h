@@ -16,6 +16,7 @@
 #include "fakes/FakeLoginItems.h"
 #include "fakes/FakePasteboard.h"
 #include "fakes/FakeRunLoop.h"
+#include "fakes/FakeStatusItem.h"
 #include "fakes/FakeWorkspace.h"
 
 namespace stowboard {
@@ -38,6 +39,7 @@ class FakePlatform {
     platform.appearance = std::make_unique<InertDesktopAppearance>();
     platform.compositing = std::make_unique<InertCompositing>();
     platform.transientWindows = std::make_unique<InertTransientWindows>();
+    platform.statusItem = std::make_unique<FakeStatusItem>();
     platform.fileOpener = std::make_unique<FakeFileOpener>();
   }
   ~FakePlatform() { std::filesystem::remove_all(folder_); }

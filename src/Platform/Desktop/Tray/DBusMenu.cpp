@@ -1,84 +1,22 @@
 #include "Platform/Desktop/Tray/DBusMenu.h"
 
-#include <QDBusArgument>
 #include <QDBusMetaType>
-#include <QDBusVariant>
+#include <algorithm>
 #include <numeric>
 #include <utility>
+
+#include "Platform/Desktop/Tray/BusRecords.h"
 
 namespace stowboard {
 
 namespace {
 
-/// The (ia{sv}av) of a layout. Entries are numbered from 1; 0 is the menu as a whole.
-struct LayoutItem {
-  int id = 0;
-  QVariantMap properties;
-  QVariantList children;
-};
-
-/// The (ia{sv}) of a group of properties.
-struct ItemProperties {
-  int id = 0;
-  QVariantMap properties;
-};
-
-/// The (isvu) of a group of events.
-struct ItemEvent {
-  int id = 0;
-  QString name;
-};
-
-QDBusArgument& operator<<(QDBusArgument& argument, const LayoutItem& item) {
-  argument.beginStructure();
-  argument << item.id << item.properties << item.children;
-  argument.endStructure();
-  return argument;
-}
-
-QDBusArgument& operator<<(QDBusArgument& argument, const ItemProperties& item) {
-  argument.beginStructure();
-  argument << item.id << item.properties;
-  argument.endStructure();
-  return argument;
-}
-
-QDBusArgument& operator<<(QDBusArgument& argument, const ItemEvent& event) {
-  argument.beginStructure();
-  argument << event.id << event.name << QDBusVariant(0) << 0U;
-  argument.endStructure();
-  return argument;
-}
-
-const QDBusArgument& operator>>(const QDBusArgument& argument, LayoutItem& item) {
-  argument.beginStructure();
-  argument >> item.id >> item.properties >> item.children;
-  argument.endStructure();
-  return argument;
-}
-
-const QDBusArgument& operator>>(const QDBusArgument& argument, ItemProperties& item) {
-  argument.beginStructure();
-  argument >> item.id >> item.properties;
-  argument.endStructure();
-  return argument;
-}
-
-const QDBusArgument& operator>>(const QDBusArgument& argument, ItemEvent& event) {
-  QDBusVariant data;
-  uint time = 0;
-  argument.beginStructure();
-  argument >> event.id >> event.name >> data >> time;
-  argument.endStructure();
-  return argument;
-}
-
 void registerTypes() {
-  qDBusRegisterMetaType<LayoutItem>();
-  qDBusRegisterMetaType<ItemProperties>();
-  qDBusRegisterMetaType<QList<ItemProperties>>();
-  qDBusRegisterMetaType<ItemEvent>();
-  qDBusRegisterMetaType<QList<ItemEvent>>();
+  qDBusRegisterMetaType<BusLayout>();
+  qDBusRegisterMetaType<BusProperties>();
+  qDBusRegisterMetaType<QList<BusProperties>>();
+  qDBusRegisterMetaType<BusEvent>();
+  qDBusRegisterMetaType<QList<BusEvent>>();
   qDBusRegisterMetaType<QList<QStringList>>();
 }
 
@@ -109,12 +47,18 @@ QVariantMap propertiesOf(const StatusMenu& menu, int id) {
   return propertiesOf(entry(menu, id));
 }
 
-LayoutItem layoutOf(const StatusMenu& menu, int id, int depth) {
-  LayoutItem layout{id, propertiesOf(menu, id), {}};
+BusLayout layoutOf(const StatusMenu& menu, int id, int depth) {
+  BusLayout layout{id, propertiesOf(menu, id), {}};
   for (int child = 1; id == 0 && depth != 0 && child <= std::ssize(menu); ++child) {
     layout.children.append(QVariant::fromValue(layoutOf(menu, child, 0)));
   }
   return layout;
+}
+
+bool haveSameLook(const StatusMenu& left, const StatusMenu& right) {
+  return std::ranges::equal(left, right, [](const auto& one, const auto& other) {
+    return one.title == other.title && one.isEnabled() == other.isEnabled();
+  });
 }
 
 // None in a request stands for all.
@@ -170,7 +114,7 @@ void DBusMenu::getLayout(const QDBusMessage& message) {
   if (id != 0 && !hasEntry(shown_, id)) {
     return replyWithError(message, QStringLiteral("There is no such entry"));
   }
-  const LayoutItem layout = layoutOf(shown_, id, message.arguments().at(1).toInt());
+  const BusLayout layout = layoutOf(shown_, id, message.arguments().at(1).toInt());
   reply(message, {revision_, QVariant::fromValue(layout)});
 }
 
@@ -178,7 +122,7 @@ void DBusMenu::getGroupProperties(const QDBusMessage& message) {
   const StatusMenu menu = menu_();
   QList<int> ids = idsIn(message);
   if (ids.isEmpty()) ids = allIds(menu);
-  QList<ItemProperties> group;
+  QList<BusProperties> group;
   for (const int id : ids) {
     if (id == 0 || hasEntry(menu, id)) group.append({id, propertiesOf(menu, id)});
   }
@@ -203,7 +147,7 @@ void DBusMenu::event(const QDBusMessage& message) {
 
 void DBusMenu::eventGroup(const QDBusMessage& message) {
   reply(message, {QVariant::fromValue(QList<int>())});
-  for (const auto& each : qdbus_cast<QList<ItemEvent>>(message.arguments().at(0))) {
+  for (const auto& each : qdbus_cast<QList<BusEvent>>(message.arguments().at(0))) {
     choose(each.id, each.name);
   }
 }

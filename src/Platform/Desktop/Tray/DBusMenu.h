@@ -3,7 +3,7 @@
 #include <functional>
 
 #include "Platform/Desktop/Tray/DBusObject.h"
-#include "Platform/Desktop/Tray/StatusMenu.h"
+#include "Platform/StatusItem.h"
 
 namespace stowboard {
 

@@ -1,87 +1,44 @@
 #include "Platform/Desktop/Tray/StatusNotifierItem.h"
 
-#include <QDBusArgument>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
-#include <QImage>
-#include <QPixmap>
 #include <QtEndian>
 #include <array>
 #include <utility>
+
+#include "Platform/Desktop/Tray/BusRecords.h"
 
 namespace stowboard {
 
 namespace {
 
-/// The (iiay) of a picture: 32-bit ARGB in network byte order, line by line.
-struct Picture {
-  int width = 0;
-  int height = 0;
-  QByteArray pixels;
-};
-using Pictures = QList<Picture>;
-
-/// The (sa(iiay)ss) of a tooltip.
-struct ToolTip {
-  QString iconName;
-  Pictures pictures;
-  QString title;
-  QString text;
-};
-
-QDBusArgument& operator<<(QDBusArgument& argument, const Picture& picture) {
-  argument.beginStructure();
-  argument << picture.width << picture.height << picture.pixels;
-  argument.endStructure();
-  return argument;
-}
-
-QDBusArgument& operator<<(QDBusArgument& argument, const ToolTip& toolTip) {
-  argument.beginStructure();
-  argument << toolTip.iconName << toolTip.pictures << toolTip.title << toolTip.text;
-  argument.endStructure();
-  return argument;
-}
-
-const QDBusArgument& operator>>(const QDBusArgument& argument, Picture& picture) {
-  argument.beginStructure();
-  argument >> picture.width >> picture.height >> picture.pixels;
-  argument.endStructure();
-  return argument;
-}
-
-const QDBusArgument& operator>>(const QDBusArgument& argument, ToolTip& toolTip) {
-  argument.beginStructure();
-  argument >> toolTip.iconName >> toolTip.pictures >> toolTip.title >> toolTip.text;
-  argument.endStructure();
-  return argument;
-}
+using Pictures = QList<BusPicture>;
 
 void registerTypes() {
-  qDBusRegisterMetaType<Picture>();
+  qDBusRegisterMetaType<BusPicture>();
   qDBusRegisterMetaType<Pictures>();
-  qDBusRegisterMetaType<ToolTip>();
+  qDBusRegisterMetaType<BusToolTip>();
 }
 
-Picture picture(const QIcon& icon, int size) {
-  QImage image = icon.pixmap(QSize(size, size), 1).toImage();
-  image.convertTo(QImage::Format_ARGB32);
-  QByteArray pixels(image.width() * image.height() * 4, Qt::Uninitialized);
-  qToBigEndian<quint32>(image.constBits(), pixels.size() / 4, pixels.data());
-  return {image.width(), image.height(), pixels};
+BusPicture inNetworkOrder(const StatusItem::Picture& picture) {
+  const auto count = std::ssize(picture.pixels);
+  QByteArray pixels(count * 4, Qt::Uninitialized);
+  qToBigEndian<quint32>(picture.pixels.data(), count, pixels.data());
+  return {picture.width, picture.height, pixels};
 }
 
 // Panels scale the next larger one down, so there is one for each usual height, single and double.
-Pictures pictures(const QIcon& icon) {
+Pictures pictures(const std::function<StatusItem::Picture(int)>& icon) {
   constexpr std::array sizes{16, 18, 22, 24, 32, 44, 48, 64, 128};
   Pictures all;
-  for (const int size : sizes) all.append(picture(icon, size));
+  for (const int size : sizes) all.append(inNetworkOrder(icon(size)));
   return all;
 }
 
 }  // namespace
 
-StatusNotifierItem::StatusNotifierItem(QIcon icon, std::function<StatusMenu()> menu)
+StatusNotifierItem::StatusNotifierItem(std::function<StatusItem::Picture(int)> icon,
+                                       std::function<StatusMenu()> menu)
     : DBusObject(path, "org.kde.StatusNotifierItem"),
       icon_(std::move(icon)),
       menu_(std::move(menu)) {
@@ -108,7 +65,7 @@ QVariantMap StatusNotifierItem::properties() const {
       {QStringLiteral("AttentionIconPixmap"), QVariant::fromValue(Pictures())},
       {QStringLiteral("AttentionMovieName"), QString()},
       {QStringLiteral("IconThemePath"), QString()},
-      {QStringLiteral("ToolTip"), QVariant::fromValue(ToolTip())},
+      {QStringLiteral("ToolTip"), QVariant::fromValue(BusToolTip())},
       {QStringLiteral("ItemIsMenu"), false},
       {QStringLiteral("Menu"), QVariant::fromValue(QDBusObjectPath(QLatin1String(DBusMenu::path)))},
   };

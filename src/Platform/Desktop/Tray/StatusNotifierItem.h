@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QIcon>
 #include <QPoint>
 #include <functional>
 
@@ -14,8 +13,9 @@ class StatusNotifierItem final : public DBusObject {
  public:
   static constexpr const char* path = "/StatusNotifierItem";
 
-  /// `menu` gives the menu of the moment.
-  StatusNotifierItem(QIcon icon, std::function<StatusMenu()> menu);
+  /// See StatusItem::Content.
+  StatusNotifierItem(std::function<StatusItem::Picture(int size)> icon,
+                     std::function<StatusMenu()> menu);
 
   /// The primary click, with the place that the desktop hints at for a window, in pixels of the
   /// screen; null where it gives none.
@@ -33,7 +33,7 @@ class StatusNotifierItem final : public DBusObject {
   bool call(const QDBusMessage& message) override;
 
  private:
-  const QIcon icon_;
+  const std::function<StatusItem::Picture(int size)> icon_;
   DBusMenu menu_;
 };
 

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QObject>
+#include <memory>
+#include <thread>
+
+#include "Platform/StatusItem.h"
+
+namespace stowboard {
+
+class StatusNotifierHost;
+class StatusNotifierItem;
+class ToolkitMenu;
+
+/// The status item wherever a panel takes StatusNotifier items; where none does, it is left to
+/// another one. Panels may appear, end or take over at any time. Main thread.
+class PanelStatusItem final : public StatusItem {
+ public:
+  /// `otherwise` is first shown when it is known that no panel takes ours, and again at each
+  /// further sign of that.
+  explicit PanelStatusItem(std::unique_ptr<StatusItem> otherwise);
+  /// Waits for a connection to the session bus that is being made, as hide() does.
+  ~PanelStatusItem() override;
+
+  /// The icon appears when the session bus has answered.
+  void show(Content content) override;
+  void hide() override;
+  void menuDidChange() override;
+
+ private:
+  void lookForHost();
+  void place(bool inStatusNotifierHost);
+  void popUpMenu();
+
+  const std::unique_ptr<StatusItem> otherwise_;
+  Content content_;
+  std::unique_ptr<ToolkitMenu> menu_;
+  std::unique_ptr<StatusNotifierItem> item_;
+  std::unique_ptr<StatusNotifierHost> host_;
+  /// Ends what was posted to the main thread. Outlives the thread that posts.
+  std::unique_ptr<QObject> context_;
+  std::thread connecting_;
+};
+
+}  // namespace stowboard

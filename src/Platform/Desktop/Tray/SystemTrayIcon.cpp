@@ -1,0 +1,69 @@
+#include "Platform/Desktop/Tray/SystemTrayIcon.h"
+
+#include <QIconEngine>
+#include <QPainter>
+#include <QSystemTrayIcon>
+#include <algorithm>
+#include <utility>
+
+#include "Base/Log.h"
+#include "Platform/Desktop/Tray/ToolkitMenu.h"
+
+namespace stowboard {
+
+namespace {
+
+using Drawing = std::function<StatusItem::Picture(int size)>;
+
+/// Draws the icon for each size that is asked for, which keeps it crisp.
+class DrawnIcon final : public QIconEngine {
+ public:
+  explicit DrawnIcon(Drawing draw) : draw_(std::move(draw)) {}
+
+  void paint(QPainter* painter, const QRect& place, QIcon::Mode, QIcon::State) override {
+    const QSize size = place.size() * painter->device()->devicePixelRatio();
+    const auto picture = draw_(std::min(size.width(), size.height()));
+    const auto* bytes = reinterpret_cast<const uchar*>(picture.pixels.data());
+    painter->drawImage(place, QImage(bytes, picture.width, picture.height, QImage::Format_ARGB32));
+  }
+  QIconEngine* clone() const override { return new DrawnIcon(draw_); }
+
+ private:
+  const Drawing draw_;
+};
+
+}  // namespace
+
+SystemTrayIcon::SystemTrayIcon() = default;
+SystemTrayIcon::~SystemTrayIcon() = default;
+
+void SystemTrayIcon::show(Content content) {
+  if (!icon_) make(content);
+  icon_->show();
+  if (!QSystemTrayIcon::isSystemTrayAvailable()) reportMissingTray();
+}
+
+void SystemTrayIcon::hide() {
+  icon_.reset();
+  menu_.reset();
+}
+
+void SystemTrayIcon::make(const Content& content) {
+  menu_ = std::make_unique<ToolkitMenu>(content.menu);
+  icon_ = std::make_unique<QSystemTrayIcon>(QIcon(new DrawnIcon(content.icon)));
+  icon_->setContextMenu(menu_.get());
+  const auto click = [this, onActivate = content.onActivate](auto reason) {
+    // A second click in quick succession is told as a double click only.
+    if (reason != QSystemTrayIcon::Trigger && reason != QSystemTrayIcon::DoubleClick) return;
+    const QRect place = icon_->geometry();
+    onActivate({place.x(), place.y(), place.width(), place.height()});
+  };
+  QObject::connect(icon_.get(), &QSystemTrayIcon::activated, icon_.get(), click);
+}
+
+void SystemTrayIcon::reportMissingTray() {
+  if (std::exchange(missingTrayIsReported_, true)) return;
+  Log::ui.info("No panel shows status icons yet; the hot key and a second launch show the history");
+}
+
+}  // namespace stowboard
