@@ -15,7 +15,6 @@ constexpr auto panelWaits = std::chrono::milliseconds(100);
 }  // namespace
 
 void AppDelegate::applicationDidFinishLaunching(std::function<void()> onDidSettle) {
-  if (isRunningTests(*platform_.bundle)) return;
   // Nothing keeps the poll alive here: Linux neither naps nor throttles a background process.
   const auto coordinator = AppCoordinator::create(platform_);
   coordinator->start();

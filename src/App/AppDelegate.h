@@ -14,8 +14,8 @@ class AppDelegate {
   /// The platform must outlive the delegate.
   explicit AppDelegate(const Platform& platform) : platform_(platform) {}
 
-  /// Builds everything and starts it; does nothing inside a unit-test runner. `onDidSettle` is
-  /// called later, when the last work of the start is done.
+  /// Builds everything and starts it. `onDidSettle` is called later, when the last work of the
+  /// start is done.
   void applicationDidFinishLaunching(std::function<void()> onDidSettle);
 
   /// Waits until what was recorded is on disk. May be called more than once.

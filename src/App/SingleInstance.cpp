@@ -12,8 +12,8 @@
 #include <thread>
 #include <utility>
 
-#include "App/AppDelegate.h"
 #include "Base/Log.h"
+#include "Platform/select.h"
 #include "Services/StorageManager.h"
 #include "Utils/PrivateFiles.h"
 
@@ -57,16 +57,15 @@ FolderLock::~FolderLock() {
   if (descriptor_ >= 0) ::close(descriptor_);
 }
 
-SingleInstance::SingleInstance(const Bundle& bundle) {
-  if (AppDelegate::isRunningTests(bundle)) return;
+void SingleInstance::claim(const Bundle& bundle) {
   claimName(bundle);
   if (!exitStatus_) lockFolder(bundle);
 }
 
 void SingleInstance::claimName(const Bundle& bundle) {
-  using Outcome = DBusApplication::Claim::Outcome;
-  auto claim = DBusApplication::claim(bundle, answerBound);
-  application_ = std::move(claim.application);
+  using Outcome = ApplicationPresence::Claim::Outcome;
+  auto claim = claimPresence(bundle, answerBound);
+  presence_ = std::move(claim.presence);
   if (claim.outcome == Outcome::activatedOther) {
     exitStatus_ = EXIT_SUCCESS;
   } else if (claim.outcome == Outcome::otherFailed) {
@@ -86,8 +85,8 @@ void SingleInstance::lockFolder(const Bundle& bundle) {
   exitStatus_ = EXIT_SUCCESS;
 }
 
-void SingleInstance::serve(RunLoop& runLoop, DBusApplication::Actions actions) {
-  if (application_) application_->serve(runLoop, std::move(actions));
+void SingleInstance::serve(RunLoop& runLoop, ApplicationPresence::Actions actions) {
+  if (presence_) presence_->serve(runLoop, std::move(actions));
 }
 
 }  // namespace stowboard

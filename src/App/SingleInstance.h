@@ -4,8 +4,8 @@
 #include <memory>
 #include <optional>
 
+#include "Platform/ApplicationPresence.h"
 #include "Platform/Bundle.h"
-#include "Platform/Desktop/Bus/DBusApplication.h"
 
 namespace stowboard {
 
@@ -37,23 +37,23 @@ class SingleInstance {
   /// Asked before anything touches the user's files. Waits a few seconds at most, for another
   /// instance that does not answer. Says on standard error why this process must end, if it must
   /// for want of an answer or by the lock.
-  explicit SingleInstance(const Bundle& bundle);
+  void claim(const Bundle& bundle);
 
   /// Set when this process must end: with this status.
   const std::optional<int>& exitStatus() const { return exitStatus_; }
 
   /// Whether there is a session bus and it has answered.
-  bool hasSessionBus() const { return application_ != nullptr; }
+  bool hasSessionBus() const { return presence_ != nullptr; }
 
-  /// Takes calls from the bus, where there is one; see DBusApplication::serve().
-  void serve(RunLoop& runLoop, DBusApplication::Actions actions);
+  /// Takes calls from the bus, where there is one; see ApplicationPresence::serve().
+  void serve(RunLoop& runLoop, ApplicationPresence::Actions actions);
 
  private:
   void claimName(const Bundle& bundle);
   void lockFolder(const Bundle& bundle);
 
   // The lock is given back first, so that whoever gets the name next finds the folder free.
-  std::unique_ptr<DBusApplication> application_;
+  std::unique_ptr<ApplicationPresence> presence_;
   std::unique_ptr<FolderLock> lock_;
   std::optional<int> exitStatus_;
 };

@@ -11,7 +11,6 @@
 #include "Base/Log.h"
 #include "MenuBar/MenuBarIcon.h"
 #include "Platform/Desktop/StartMemory.h"
-#include "Platform/Desktop/XdgBundle.h"
 #include "Platform/select.h"
 #include "Services/ThumbnailGenerator.h"
 #include "UI/Looks/Theme.h"
@@ -31,8 +30,8 @@ void endWithTheSession() {
   ::_exit(EXIT_SUCCESS);
 }
 
-DBusApplication::Actions busActions(const AppDelegate& delegate) {
-  DBusApplication::Actions actions;
+ApplicationPresence::Actions busActions(const AppDelegate& delegate) {
+  ApplicationPresence::Actions actions;
   const std::weak_ptr<AppCoordinator> weakCoordinator = delegate.coordinator();
   const auto ask = [weakCoordinator](auto operation) {
     return [weakCoordinator, operation](auto... arguments) {
@@ -86,13 +85,15 @@ void keepToolkitOffTheBus() { qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/de
 
 int runStowboard(char* programName) {
   qInstallMessageHandler(logForToolkit);
-  auto bundle = std::make_unique<XdgBundle>();
+  auto bundle = selectBundle();
+  const bool isRunningTests = AppDelegate::isRunningTests(*bundle);
   const DisplaySelection display = selectDisplay(*bundle);
   if (!display.isUsable()) {
     fmt::print(stderr, "stowboard: {}\n", display.refusal);
     return EXIT_FAILURE;
   }
-  SingleInstance instance(*bundle);
+  SingleInstance instance;
+  if (!isRunningTests) instance.claim(*bundle);
   if (instance.exitStatus()) return *instance.exitStatus();
   if (!instance.hasSessionBus()) keepToolkitOffTheBus();
   // The program takes no options, so the toolkit gets none of the user's either; XWayland serves a
@@ -107,7 +108,7 @@ int runStowboard(char* programName) {
   QApplication::setDesktopFileName(QString::fromStdString(bundle->identifier()));
   QApplication::setQuitOnLastWindowClosed(false);
   const TerminationSignals terminationSignals([] { QCoreApplication::quit(); });
-  if (AppDelegate::isRunningTests(*bundle)) return QApplication::exec();
+  if (isRunningTests) return QApplication::exec();
   const Platform platform =
       selectPlatform(display, std::move(bundle), ThumbnailGenerator::maxDimension);
   const int status = runApplication(application, platform, instance);

@@ -6,10 +6,12 @@
 
 #include "Base/Log.h"
 #include "Platform/Desktop/Applications/InstalledApplications.h"
+#include "Platform/Desktop/Bus/DBusApplication.h"
 #include "Platform/Desktop/Bus/PortalAppearance.h"
 #include "Platform/Desktop/Tray/PanelStatusItem.h"
 #include "Platform/Desktop/Tray/SystemTrayIcon.h"
 #include "Platform/Desktop/XdgAutostart.h"
+#include "Platform/Desktop/XdgBundle.h"
 #include "Platform/Desktop/XdgFileOpener.h"
 #include "Platform/Inert.h"
 #include "Platform/Qt/QtImageCodec.h"
@@ -60,11 +62,17 @@ void logChoice(const DisplaySelection& display, const Bundle& bundle) {
 
 }  // namespace
 
+std::unique_ptr<Bundle> selectBundle() { return std::make_unique<XdgBundle>(); }
+
 DisplaySelection selectDisplay(const Bundle& bundle) {
   DisplaySelection display;
   display.isWaylandSession = isSet(bundle, "WAYLAND_DISPLAY");
   display.refusal = refusal(bundle, display.isWaylandSession);
   return display;
+}
+
+ApplicationPresence::Claim claimPresence(const Bundle& bundle, std::chrono::milliseconds bound) {
+  return DBusApplication::claim(bundle, bound);
 }
 
 Platform selectPlatform(const DisplaySelection& display, std::unique_ptr<Bundle> bundle,

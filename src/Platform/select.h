@@ -1,8 +1,10 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
+#include "Platform/ApplicationPresence.h"
 #include "Platform/Platform.h"
 
 namespace stowboard {
@@ -17,8 +19,15 @@ struct DisplaySelection {
   bool isUsable() const { return refusal.empty(); }
 };
 
+/// What the program knows before anything else is chosen.
+std::unique_ptr<Bundle> selectBundle();
+
 /// Looks at the session before any toolkit does. Waits for the X server's answer.
 DisplaySelection selectDisplay(const Bundle& bundle);
+
+/// Makes the program the only one of its user's session, or has the one that runs show itself.
+/// Needs no toolkit. Waits, but no longer than `bound`.
+ApplicationPresence::Claim claimPresence(const Bundle& bundle, std::chrono::milliseconds bound);
 
 /// Decides which adapters run and logs the choice and the reason. Needs the application object;
 /// main thread. `thumbnailDimension` is the size in pixels for which copied images are prepared.

@@ -37,6 +37,8 @@ ROWS = [
     ("Platform/Desktop/Applications/Ids.cpp", '#include "Platform/X11/A.h"', "may not include"),
     ("Platform/Desktop/Bus/Item.cpp", '#include "Platform/Desktop/Tray/A.h"', "may not include"),
     ("Platform/selectPlatform.cpp", '#ifdef STOWBOARD_X11\n#include "Platform/X11/A.h"\n#endif', None),
+    ("App/App.cpp", '#include "Platform/select.h"\n#include "UI/Panel/HistoryPanel.h"', None),
+    ("App/App.cpp", '#include "Platform/Desktop/Bus/Name.h"', "may not include"),
     ("Utils/Text.cpp", "#if defined(__linux__)\n#endif", "asks for the platform with __linux__"),
     ("Base/Text.cpp", "#include <boost/asio.hpp>", "may not include <boost/asio.hpp>"),
     ("Helpers/Text.cpp", "", "belongs to no room"),

@@ -2,12 +2,14 @@
 
 #include <functional>
 
+#include "contract/DesktopAppearanceContract.h"
 #include "contract/FileOpenerContract.h"
 #include "contract/HotKeyCenterContract.h"
 #include "contract/ImageCodecContract.h"
 #include "contract/RunLoopContract.h"
 #include "contract/StatusItemContract.h"
 #include "contract/WorkspaceContract.h"
+#include "fakes/FakeDesktopAppearance.h"
 #include "fakes/FakeFileOpener.h"
 #include "fakes/FakeHotKeyCenter.h"
 #include "fakes/FakeImageCodec.h"
@@ -70,6 +72,16 @@ class FakeHotKeyHarness {
   FakeHotKeyCenter center_;
 };
 
+class FakeAppearanceHarness {
+ public:
+  DesktopAppearance& appearance() { return appearance_; }
+  void prefer(const Appearance& wanted) { appearance_.prefer(wanted); }
+  bool turnUntil(const std::function<bool()>& condition) { return condition(); }
+
+ private:
+  FakeDesktopAppearance appearance_;
+};
+
 class FakeFileOpenerHarness {
  public:
   FileOpener& opener() { return opener_; }
@@ -97,6 +109,7 @@ class FakeStatusItemHarness {
   FakeStatusItem item_;
 };
 
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, DesktopAppearanceContract, FakeAppearanceHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, FileOpenerContract, FakeFileOpenerHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, StatusItemContract, FakeStatusItemHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, HotKeyCenterContract, FakeHotKeyHarness);
