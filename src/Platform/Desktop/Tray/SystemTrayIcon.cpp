@@ -20,11 +20,15 @@ class DrawnIcon final : public QIconEngine {
  public:
   explicit DrawnIcon(Drawing draw) : draw_(std::move(draw)) {}
 
-  void paint(QPainter* painter, const QRect& place, QIcon::Mode, QIcon::State) override {
-    const QSize size = place.size() * painter->device()->devicePixelRatio();
-    const auto picture = draw_(std::min(size.width(), size.height()));
+  // The toolkit puts it in the middle of a place that is no square.
+  QSize actualSize(const QSize& size, QIcon::Mode, QIcon::State) override {
+    const int side = std::min(size.width(), size.height());
+    return {side, side};
+  }
+  void paint(QPainter* painter, const QRect& square, QIcon::Mode, QIcon::State) override {
+    const auto picture = draw_(qRound(square.width() * painter->device()->devicePixelRatio()));
     const auto* bytes = reinterpret_cast<const uchar*>(picture.pixels.data());
-    painter->drawImage(place, QImage(bytes, picture.width, picture.height, QImage::Format_ARGB32));
+    painter->drawImage(square, QImage(bytes, picture.width, picture.height, QImage::Format_ARGB32));
   }
   QIconEngine* clone() const override { return new DrawnIcon(draw_); }
 
