@@ -1,32 +1,13 @@
 #include "Platform/Desktop/Tray/PanelStatusItem.h"
 
-#include <QCursor>
 #include <QDBusConnection>
-#include <QGuiApplication>
-#include <QScreen>
 #include <utility>
 
 #include "Base/SignalFreeThread.h"
 #include "Platform/Desktop/Tray/StatusNotifierHost.h"
 #include "Platform/Desktop/Tray/StatusNotifierItem.h"
-#include "Platform/Desktop/Tray/ToolkitMenu.h"
 
 namespace stowboard {
-
-namespace {
-
-// Screens keep their corner in pixels and their size in units of their own ratio.
-StatusItem::Rectangle squareAt(const QPoint& pixel) {
-  if (pixel.isNull()) return {};
-  for (const QScreen* screen : QGuiApplication::screens()) {
-    const QPoint corner = screen->geometry().topLeft();
-    const QPoint place = corner + (pixel - corner) / screen->devicePixelRatio();
-    if (screen->geometry().contains(place)) return {place.x(), place.y(), 1, 1};
-  }
-  return {};
-}
-
-}  // namespace
 
 PanelStatusItem::PanelStatusItem(std::unique_ptr<StatusItem> otherwise)
     : otherwise_(std::move(otherwise)) {}
@@ -60,10 +41,7 @@ void PanelStatusItem::menuDidChange() {
 
 void PanelStatusItem::lookForHost() {
   const QDBusConnection connection = QDBusConnection::sessionBus();
-  item_ = std::make_unique<StatusNotifierItem>(content_.icon, content_.menu);
-  item_->onActivate = [this](const QPoint& hint) { content_.onActivate(squareAt(hint)); };
-  item_->onContextMenu = [this] { popUpMenu(); };
-  if (connection.isConnected()) item_->registerWithMenuOn(connection);
+  item_ = std::make_unique<StatusNotifierItem>(content_, connection);
   host_ = std::make_unique<StatusNotifierHost>(connection,
                                                [this](bool isPresent) { place(isPresent); });
   host_->look();
@@ -71,11 +49,6 @@ void PanelStatusItem::lookForHost() {
 
 void PanelStatusItem::place(bool inStatusNotifierHost) {
   inStatusNotifierHost ? otherwise_->hide() : otherwise_->show(content_);
-}
-
-void PanelStatusItem::popUpMenu() {
-  if (!menu_) menu_ = std::make_unique<ToolkitMenu>(content_.menu);
-  menu_->popup(QCursor::pos());
 }
 
 }  // namespace stowboard

@@ -10,7 +10,6 @@ namespace stowboard {
 
 class StatusNotifierHost;
 class StatusNotifierItem;
-class ToolkitMenu;
 
 /// The status item wherever a panel takes StatusNotifier items; where none does, it is left to
 /// another one. Panels may appear, end or take over at any time. Main thread.
@@ -30,11 +29,9 @@ class PanelStatusItem final : public StatusItem {
  private:
   void lookForHost();
   void place(bool inStatusNotifierHost);
-  void popUpMenu();
 
   const std::unique_ptr<StatusItem> otherwise_;
   Content content_;
-  std::unique_ptr<ToolkitMenu> menu_;
   std::unique_ptr<StatusNotifierItem> item_;
   std::unique_ptr<StatusNotifierHost> host_;
   /// Ends what was posted to the main thread. Outlives the thread that posts.

@@ -1,7 +1,10 @@
 #include "Platform/Desktop/Tray/StatusNotifierItem.h"
 
+#include <QCursor>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
+#include <QGuiApplication>
+#include <QScreen>
 #include <QtEndian>
 #include <array>
 #include <utility>
@@ -35,17 +38,27 @@ Pictures pictures(const std::function<StatusItem::Picture(int)>& icon) {
   return all;
 }
 
-}  // namespace
-
-StatusNotifierItem::StatusNotifierItem(std::function<StatusItem::Picture(int)> icon,
-                                       std::function<StatusMenu()> menu)
-    : DBusObject(path, "org.kde.StatusNotifierItem"),
-      icon_(std::move(icon)),
-      menu_(std::move(menu)) {
-  registerTypes();
+// A desktop hints in pixels at the place for a window, or gives 0, 0. Screens keep their corner in
+// pixels and their size in units of their own ratio.
+StatusItem::Rectangle squareAt(const QPoint& pixel) {
+  if (pixel.isNull()) return {};
+  for (const QScreen* screen : QGuiApplication::screens()) {
+    const QPoint corner = screen->geometry().topLeft();
+    const QPoint place = corner + (pixel - corner) / screen->devicePixelRatio();
+    if (screen->geometry().contains(place)) return {place.x(), place.y(), 1, 1};
+  }
+  return {};
 }
 
-void StatusNotifierItem::registerWithMenuOn(const QDBusConnection& connection) {
+}  // namespace
+
+StatusNotifierItem::StatusNotifierItem(StatusItem::Content content,
+                                       const QDBusConnection& connection)
+    : DBusObject("/StatusNotifierItem", "org.kde.StatusNotifierItem"),
+      content_(std::move(content)),
+      menu_(content_.menu) {
+  registerTypes();
+  if (!connection.isConnected()) return;
   menu_.registerOn(connection);
   registerOn(connection);
 }
@@ -58,7 +71,7 @@ QVariantMap StatusNotifierItem::properties() const {
       {QStringLiteral("Status"), QStringLiteral("Active")},
       {QStringLiteral("WindowId"), 0},
       {QStringLiteral("IconName"), QString()},
-      {QStringLiteral("IconPixmap"), QVariant::fromValue(pictures(icon_))},
+      {QStringLiteral("IconPixmap"), QVariant::fromValue(pictures(content_.icon))},
       {QStringLiteral("OverlayIconName"), QString()},
       {QStringLiteral("OverlayIconPixmap"), QVariant::fromValue(Pictures())},
       {QStringLiteral("AttentionIconName"), QString()},
@@ -78,12 +91,17 @@ bool StatusNotifierItem::call(const QDBusMessage& message) {
   if (!methods.contains(message.member())) return false;
   reply(message);
   // The middle button and the wheel do nothing.
-  if (message.member() == QLatin1String("Activate") && onActivate) {
+  if (message.member() == QLatin1String("Activate")) {
     const QVariantList place = message.arguments();
-    onActivate({place.value(0).toInt(), place.value(1).toInt()});
+    content_.onActivate(squareAt({place.value(0).toInt(), place.value(1).toInt()}));
   }
-  if (message.member() == QLatin1String("ContextMenu") && onContextMenu) onContextMenu();
+  if (message.member() == QLatin1String("ContextMenu")) popUpMenu();
   return true;
+}
+
+void StatusNotifierItem::popUpMenu() {
+  if (!ownMenu_) ownMenu_ = std::make_unique<ToolkitMenu>(content_.menu);
+  ownMenu_->popup(QCursor::pos());
 }
 
 QString StatusNotifierItem::introspect(const QString&) const {

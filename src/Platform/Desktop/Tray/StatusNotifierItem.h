@@ -1,30 +1,21 @@
 #pragma once
 
-#include <QPoint>
-#include <functional>
+#include <memory>
 
 #include "Platform/Desktop/Tray/DBusMenu.h"
 #include "Platform/Desktop/Tray/DBusObject.h"
+#include "Platform/Desktop/Tray/ToolkitMenu.h"
+#include "Platform/StatusItem.h"
 
 namespace stowboard {
 
 /// The status item as desktops with the interface org.kde.StatusNotifierItem show it. Main thread.
 class StatusNotifierItem final : public DBusObject {
  public:
-  static constexpr const char* path = "/StatusNotifierItem";
-
-  /// See StatusItem::Content.
-  StatusNotifierItem(std::function<StatusItem::Picture(int size)> icon,
-                     std::function<StatusMenu()> menu);
-
-  /// The primary click, with the place that the desktop hints at for a window, in pixels of the
-  /// screen; null where it gives none.
-  std::function<void(const QPoint& hint)> onActivate;
-  /// The secondary click, for a desktop that does not show our menu by itself.
-  std::function<void()> onContextMenu;
+  /// Answers on the connection, as long as there is one, and so does its menu.
+  StatusNotifierItem(StatusItem::Content content, const QDBusConnection& connection);
 
   void menuDidChange() { menu_.menuDidChange(); }
-  void registerWithMenuOn(const QDBusConnection& connection);
 
   QString introspect(const QString& path) const override;
 
@@ -33,8 +24,12 @@ class StatusNotifierItem final : public DBusObject {
   bool call(const QDBusMessage& message) override;
 
  private:
-  const std::function<StatusItem::Picture(int size)> icon_;
+  void popUpMenu();
+
+  const StatusItem::Content content_;
   DBusMenu menu_;
+  /// For a desktop that does not show our menu by itself.
+  std::unique_ptr<ToolkitMenu> ownMenu_;
 };
 
 }  // namespace stowboard
