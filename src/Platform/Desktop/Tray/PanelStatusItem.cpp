@@ -42,13 +42,10 @@ void PanelStatusItem::menuDidChange() {
 void PanelStatusItem::lookForHost() {
   const QDBusConnection connection = QDBusConnection::sessionBus();
   item_ = std::make_unique<StatusNotifierItem>(content_, connection);
-  host_ = std::make_unique<StatusNotifierHost>(connection,
-                                               [this](bool isPresent) { place(isPresent); });
+  host_ = std::make_unique<StatusNotifierHost>(connection, [this](bool isPresent) {
+    isPresent ? otherwise_->hide() : otherwise_->show(content_);
+  });
   host_->look();
-}
-
-void PanelStatusItem::place(bool inStatusNotifierHost) {
-  inStatusNotifierHost ? otherwise_->hide() : otherwise_->show(content_);
 }
 
 }  // namespace stowboard

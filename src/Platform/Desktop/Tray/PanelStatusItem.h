@@ -28,7 +28,6 @@ class PanelStatusItem final : public StatusItem {
 
  private:
   void lookForHost();
-  void place(bool inStatusNotifierHost);
 
   const std::unique_ptr<StatusItem> otherwise_;
   Content content_;

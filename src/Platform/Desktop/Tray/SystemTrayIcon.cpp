@@ -44,7 +44,9 @@ SystemTrayIcon::~SystemTrayIcon() = default;
 void SystemTrayIcon::show(Content content) {
   if (!icon_) make(content);
   icon_->show();
-  if (!QSystemTrayIcon::isSystemTrayAvailable()) reportMissingTray();
+  if (QSystemTrayIcon::isSystemTrayAvailable() || std::exchange(missingTrayIsReported_, true))
+    return;
+  Log::ui.info("No panel shows status icons yet; the hot key and a second launch show the history");
 }
 
 void SystemTrayIcon::hide() {
@@ -63,11 +65,6 @@ void SystemTrayIcon::make(const Content& content) {
     onActivate({place.x(), place.y(), place.width(), place.height()});
   };
   QObject::connect(icon_.get(), &QSystemTrayIcon::activated, icon_.get(), click);
-}
-
-void SystemTrayIcon::reportMissingTray() {
-  if (std::exchange(missingTrayIsReported_, true)) return;
-  Log::ui.info("No panel shows status icons yet; the hot key and a second launch show the history");
 }
 
 }  // namespace stowboard

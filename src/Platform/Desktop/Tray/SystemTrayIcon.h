@@ -25,7 +25,6 @@ class SystemTrayIcon final : public StatusItem {
 
  private:
   void make(const Content& content);
-  void reportMissingTray();
 
   std::unique_ptr<ToolkitMenu> menu_;
   std::unique_ptr<QSystemTrayIcon> icon_;
