@@ -16,6 +16,8 @@
 #include <ctime>
 #include <random>
 
+#include "Platform/Inert.h"
+#include "Platform/Qt/QtRunLoop.h"
 #include "SampleHistory.h"
 #include "UI/Panel/ClipPreview.h"
 #include "UI/Panel/HistoryView.h"
@@ -95,10 +97,10 @@ struct Shown {
   }
 
   std::shared_ptr<AppState> state;
-  HistoryViewModel model{state, nullptr, [](auto task) {
-                           QMetaObject::invokeMethod(qApp, task, Qt::QueuedConnection);
-                         }};
-  HistoryView view{state, model};
+  QtRunLoop runLoop;
+  InertPasteboard pasteboard;
+  HistoryViewModel model{state, nullptr, runLoop};
+  HistoryView view{state, model, pasteboard};
   QImage image{HistoryView::size, QImage::Format_ARGB32_Premultiplied};
 };
 

@@ -1,8 +1,7 @@
 #include "App/AppCoordinator.h"
 
-#include <unistd.h>
-
 #include <QCoreApplication>
+#include <functional>
 #include <iterator>
 #include <utility>
 
@@ -24,15 +23,14 @@ bool haveSameHotKeys(const AppSettings& left, const AppSettings& right) {
   return left.hotKey == right.hotKey && left.directPasteModifiers == right.directPasteModifiers;
 }
 
-/// A callable that does nothing once its owner is gone.
+}  // namespace
+
 template <typename Operation>
-auto weakly(const std::weak_ptr<AppCoordinator>& owner, Operation operation) {
-  return [owner, operation](auto&&... arguments) {
-    if (const auto self = owner.lock()) operation(*self, arguments...);
+auto AppCoordinator::weakly(Operation operation) {
+  return [owner = weak_from_this(), operation](auto&&... arguments) {
+    if (const auto self = owner.lock()) std::invoke(operation, *self, arguments...);
   };
 }
-
-}  // namespace
 
 std::shared_ptr<AppCoordinator> AppCoordinator::create(const Platform& platform) {
   return std::shared_ptr<AppCoordinator>(new AppCoordinator(platform));
@@ -49,15 +47,13 @@ void AppCoordinator::start() {
   registerQuickPasteHotKeys(std::nullopt);
   observeSettingsChanges();
   setupStatusItem();
-  container_->pasteSimulator().onDidActivate =
-      weakly(weak_from_this(), [](AppCoordinator& self) { self.closeHistoryPanel(); });
+  container_->pasteSimulator().onDidActivate = weakly(&AppCoordinator::closeHistoryPanel);
 }
 
 void AppCoordinator::registerHotKey(std::optional<HotKeyConfig> config) {
   const HotKeyConfig chosen = config.value_or(container_->appState()->settings().hotKey);
   const bool isRegistered = container_->hotKeyManager().registerHotKey(
-      chosen,
-      weakly(weak_from_this(), [](AppCoordinator& self) { self.showHistoryAt(std::nullopt); }));
+      chosen, weakly([](AppCoordinator& self) { self.showHistoryAt(std::nullopt); }));
   if (!isRegistered) {
     Log::hotKey.error("Hotkey registration failed — panel remains available via menu bar click");
   }
@@ -72,8 +68,7 @@ void AppCoordinator::registerQuickPasteHotKeys(std::optional<std::uint32_t> modi
     // A digit that is refused simply has no hot key; the manager has logged it.
     container_->hotKeyManager().registerHotKey(
         firstQuickPasteId + static_cast<std::uint32_t>(digit), HotKeyConfig{*keyCode, mask},
-        weakly(weak_from_this(),
-               [digit](AppCoordinator& self) { self.directPasteClip(digit - 1); }));
+        weakly([digit](AppCoordinator& self) { self.directPasteClip(digit - 1); }));
   }
 }
 
@@ -83,24 +78,22 @@ void AppCoordinator::observeSettingsChanges() {
       ->settingsPublisher()
       .dropFirst(1)
       .removeDuplicates(haveSameHotKeys)
-      .sink(weakly(weak_from_this(),
-                   [](AppCoordinator& self, const AppSettings& settings) {
-                     self.registerHotKey(settings.hotKey);
-                     self.registerQuickPasteHotKeys(settings.directPasteModifiers);
-                   }))
+      .sink(weakly([](AppCoordinator& self, const AppSettings& settings) {
+        self.registerHotKey(settings.hotKey);
+        self.registerQuickPasteHotKeys(settings.directPasteModifiers);
+      }))
       .storeIn(cancellables_);
   container_->appState()
       ->settingsPublisher()
       .map(&AppSettings::language)
       .removeDuplicates()
       .dropFirst(1)
-      .sink(weakly(weak_from_this(),
-                   [](AppCoordinator& self, AppLanguage language) {
-                     self.menuBarController_->languageDidChange();
-                     if (self.settingsWindow_) {
-                       self.settingsWindow_->setTitle(L10n::settingsTitle(language));
-                     }
-                   }))
+      .sink(weakly([](AppCoordinator& self, AppLanguage language) {
+        self.menuBarController_->languageDidChange();
+        if (self.settingsWindow_) {
+          self.settingsWindow_->setTitle(L10n::settingsTitle(language));
+        }
+      }))
       .storeIn(cancellables_);
 }
 
@@ -108,13 +101,9 @@ AppLanguage AppCoordinator::language() const { return container_->appState()->se
 
 void AppCoordinator::setupStatusItem() {
   menuBarController_ = std::make_unique<MenuBarController>(*platform_.statusItem);
-  menuBarController_->onShowHistory =
-      weakly(weak_from_this(),
-             [](AppCoordinator& self, const QRect& button) { self.showHistoryAt(button); });
-  menuBarController_->onOpenSettings =
-      weakly(weak_from_this(), [](AppCoordinator& self) { self.openSettings(); });
-  menuBarController_->onOpenHelp =
-      weakly(weak_from_this(), [](AppCoordinator& self) { self.openHelp(); });
+  menuBarController_->onShowHistory = weakly(&AppCoordinator::showHistoryAt);
+  menuBarController_->onOpenSettings = weakly(&AppCoordinator::openSettings);
+  menuBarController_->onOpenHelp = weakly(&AppCoordinator::openHelp);
   menuBarController_->onQuit = [] { QCoreApplication::quit(); };
   menuBarController_->languageProvider = [weakSelf = weak_from_this()] {
     const auto self = weakSelf.lock();
@@ -127,47 +116,24 @@ void AppCoordinator::setupStatusItem() {
 }
 
 void AppCoordinator::prepareHistoryPanel(std::function<void()> onDidPrepare) {
-  if (!historyPanel_) historyPanel_ = makeHistoryPanel();
-  historyPanel_->prepare(std::move(onDidPrepare));
+  historyPanel().prepare(std::move(onDidPrepare));
 }
 
-std::unique_ptr<HistoryPanel> AppCoordinator::makeHistoryPanel() {
-  HistoryPanel::Desktop desktop;
-  desktop.mainQueue = mainQueue();
-  desktop.isCompositing = [&compositing = *platform_.compositing] {
-    return compositing.isRunning();
-  };
-  desktop.bringToFront = weakly(weak_from_this(), [](AppCoordinator& self, std::uint64_t window) {
-    self.bringToFront(window);
-  });
-  desktop.returnFocus = weakly(weak_from_this(), [](AppCoordinator& self) { self.returnFocus(); });
-  desktop.prepareToShow = [&windows = *platform_.transientWindows](std::uint64_t window,
-                                                                   int shadowMargin) {
-    windows.prepareToShow(window, shadowMargin);
-  };
-  desktop.watchClicksOutside = [&windows = *platform_.transientWindows](std::uint64_t window,
-                                                                        auto onClickOutside) {
-    return windows.watch(window, std::move(onClickOutside));
-  };
-  desktop.clipboardText = clipboardText();
-  platform_.compositing->onDidChange = weakly(weak_from_this(), [](AppCoordinator& self) {
-    if (self.historyPanel_) self.historyPanel_->compositingDidChange();
-  });
-  auto panel = std::make_unique<HistoryPanel>(container_->appState(), &container_->pasteSimulator(),
-                                              std::move(desktop));
-  panel->onOpenSettings =
-      weakly(weak_from_this(), [](AppCoordinator& self) { self.openSettings(); });
-  return panel;
+HistoryPanel& AppCoordinator::historyPanel() {
+  if (!historyPanel_) {
+    historyPanel_ = std::make_unique<HistoryPanel>(container_->appState(),
+                                                   &container_->pasteSimulator(), platform_);
+    historyPanel_->onOpenSettings = weakly(&AppCoordinator::openSettings);
+  }
+  return *historyPanel_;
 }
 
 void AppCoordinator::showHistoryAt(std::optional<QRect> anchor) {
-  if (historyPanel_ && historyPanel_->isVisible()) return historyPanel_->close();
-  if (!historyPanel_) historyPanel_ = makeHistoryPanel();
-  rememberFocus();
+  if (historyPanel().isVisible()) return historyPanel().close();
   if (anchor) {
-    historyPanel_->showRelativeTo(*anchor);
+    historyPanel().showRelativeTo(*anchor);
   } else {
-    historyPanel_->showAtCursor();
+    historyPanel().showAtCursor();
   }
 }
 
@@ -180,48 +146,18 @@ void AppCoordinator::closeHistoryPanel() {
 }
 
 void AppCoordinator::openSettings() {
-  if (!settingsWindow_) settingsWindow_ = makeSettingsWindow();
+  if (!settingsWindow_) {
+    settingsWindow_ = std::make_unique<SettingsWindow>(
+        std::make_unique<SettingsViewModel>(container_->appState(), container_->permissionHelper(),
+                                            container_->loginItemService(), *platform_.runLoop),
+        platform_);
+  }
   settingsWindow_->setTitle(L10n::settingsTitle(language()));
   settingsWindow_->show();
 }
 
-std::unique_ptr<SettingsWindow> AppCoordinator::makeSettingsWindow() {
-  auto viewModel =
-      std::make_unique<SettingsViewModel>(container_->appState(), container_->permissionHelper(),
-                                          container_->loginItemService(), mainQueue());
-  auto window = std::make_unique<SettingsWindow>(std::move(viewModel), clipboardText());
-  window->bringToFront = weakly(
-      weak_from_this(), [](AppCoordinator& self, std::uint64_t own) { self.bringToFront(own); });
-  return window;
-}
-
-MainQueue AppCoordinator::mainQueue() const {
-  return [&runLoop = *platform_.runLoop](auto task) { runLoop.post(std::move(task)); };
-}
-
-// What our own windows paste: the snapshot, whose owner need not be asked.
-ClipboardText AppCoordinator::clipboardText() const {
-  return
-      [&pasteboard = *platform_.pasteboard] { return pasteboard.string(PasteboardType::string); };
-}
-
 void AppCoordinator::openHelp() {
   HelpDocument::open(container_->appState()->settings(), *platform_.bundle, *platform_.fileOpener);
-}
-
-// The user asked for it, by a hot key or a click that the toolkit has not seen.
-void AppCoordinator::bringToFront(std::uint64_t ownWindow) {
-  platform_.workspace->activate({platform_.bundle->identifier(), ::getpid(), ownWindow});
-}
-
-void AppCoordinator::rememberFocus() {
-  focusedBefore_ = platform_.workspace->frontmostApplication();
-}
-
-// Window managers choose by rules of their own; the user was in that one.
-void AppCoordinator::returnFocus() {
-  if (focusedBefore_) platform_.workspace->activate(*focusedBefore_);
-  focusedBefore_.reset();
 }
 
 void AppCoordinator::directPasteClip(std::ptrdiff_t index) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QRect>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -8,8 +9,6 @@
 
 #include "Base/Published.h"
 #include "Core/DependencyContainer.h"
-#include "UI/Controls/TextField.h"
-#include "UI/Panel/HistoryViewModel.h"
 
 namespace stowboard {
 
@@ -60,17 +59,14 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
  private:
   explicit AppCoordinator(const Platform& platform);
 
+  /// A callable of the operation on this coordinator that does nothing once it is gone.
+  template <typename Operation>
+  auto weakly(Operation operation);
   void registerHotKey(std::optional<HotKeyConfig> config);
   void registerQuickPasteHotKeys(std::optional<std::uint32_t> modifiers);
   void observeSettingsChanges();
   void setupStatusItem();
-  std::unique_ptr<HistoryPanel> makeHistoryPanel();
-  std::unique_ptr<SettingsWindow> makeSettingsWindow();
-  MainQueue mainQueue() const;
-  ClipboardText clipboardText() const;
-  void bringToFront(std::uint64_t ownWindow);
-  void rememberFocus();
-  void returnFocus();
+  HistoryPanel& historyPanel();
   AppLanguage language() const;
 
   const Platform& platform_;
@@ -78,8 +74,6 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
   std::unique_ptr<MenuBarController> menuBarController_;
   std::unique_ptr<HistoryPanel> historyPanel_;
   std::unique_ptr<SettingsWindow> settingsWindow_;
-  /// Whose window had the focus when the panel opened.
-  std::optional<RunningApplication> focusedBefore_;
   Cancellables cancellables_;
 };
 

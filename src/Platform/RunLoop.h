@@ -6,9 +6,6 @@
 
 namespace stowboard {
 
-/// Runs the tasks that it is given on the main thread, later and in order.
-using MainQueue = std::function<void(std::function<void()>)>;
-
 /// The main thread's event loop: its queue, its timers and its clock.
 class RunLoop {
  public:

@@ -2,9 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <QApplication>
-#include <QWidget>
-
 #include "fakes/Clips.h"
 #include "fakes/FakePlatform.h"
 #include "fakes/LogCapture.h"
@@ -43,16 +40,6 @@ class AppCoordinatorTest : public ::testing::Test {
       return line.starts_with("info hotkey: Hotkey [");
     });
     return static_cast<std::size_t>(count) - std::exchange(counted_, count);
-  }
-
-  std::vector<std::string> windowTitles() {
-    std::vector<std::string> titles;
-    for (const QWidget* window : QApplication::topLevelWidgets()) {
-      if (!window->windowTitle().isEmpty() && window->isVisible()) {
-        titles.push_back(window->windowTitle().toStdString());
-      }
-    }
-    return titles;
   }
 
   FakePlatform fake_;
@@ -123,19 +110,6 @@ TEST_F(AppCoordinatorTest, TheHotKeyShowsAndHidesThePanelAndAPasteHidesIt) {
     EXPECT_EQ(fake_.workspace().activations.back().bundleIdentifier, "editor");
   }
   EXPECT_EQ(pasted(), Text("a"));
-}
-
-TEST_F(AppCoordinatorTest, KeepsOneSettingsWindowWhoseTitleFollowsTheLanguage) {
-  coordinator_->start();
-  AppSettings settings;
-  settings.language = AppLanguage::simplifiedChinese;
-  state_->updateSettings(settings);
-  coordinator_->openSettings();
-  EXPECT_THAT(windowTitles(), ElementsAre("Stowboard 设置"));
-  settings.language = AppLanguage::english;
-  state_->updateSettings(settings);
-  coordinator_->openSettings();
-  EXPECT_THAT(windowTitles(), ElementsAre("Stowboard Settings"));
 }
 
 TEST_F(AppCoordinatorTest, LeavesNothingBehindThatCallsIt) {

@@ -23,6 +23,12 @@ inline ClipItem imageClip(std::string jpeg) {
           std::nullopt,   Bytes(std::move(jpeg)), Timestamp::now()};
 }
 
+inline std::vector<ClipItem> textClips(const std::vector<std::string>& texts) {
+  std::vector<ClipItem> clips;
+  for (const std::string& text : texts) clips.push_back(textClip(text));
+  return clips;
+}
+
 /// The texts of the clips, in order; "[Image]" for images.
 inline std::vector<std::string> previews(const std::vector<ClipItem>& clips) {
   std::vector<std::string> texts;

@@ -6,7 +6,7 @@
 #include <QStyle>
 #include <QStyleOptionFrame>
 
-#include "UI/Looks/HighContrastFrame.h"
+#include "UI/Looks/Colors.h"
 
 namespace stowboard {
 
@@ -16,8 +16,8 @@ constexpr int mostCharacters = 18;  // all of which 64 bits can hold
 
 }  // namespace
 
-IntegerField::IntegerField(std::int64_t largest, int width, QWidget* parent)
-    : TextField(parent), largest_(largest), width_(width) {
+IntegerField::IntegerField(std::int64_t largest, int width, const Pasteboard& pasteboard)
+    : TextField(pasteboard), largest_(largest), width_(width) {
   setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
   setAlignment(Qt::AlignRight | Qt::AlignVCenter);
   setMaxLength(mostCharacters);

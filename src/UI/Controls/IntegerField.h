@@ -14,7 +14,7 @@ namespace stowboard {
 class IntegerField : public TextField {
  public:
   /// The width in device-independent pixels.
-  IntegerField(std::int64_t largest, int width, QWidget* parent = nullptr);
+  IntegerField(std::int64_t largest, int width, const Pasteboard& pasteboard);
 
   /// Leaves what is being typed alone.
   void showValue(std::int64_t value);

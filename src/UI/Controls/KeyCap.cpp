@@ -7,7 +7,7 @@
 
 namespace stowboard {
 
-KeyCap::KeyCap(QWidget* parent) : QLabel(parent) {
+KeyCap::KeyCap() {
   QFont font = QFontDatabase::systemFont(QFontDatabase::FixedFont);
   font.setPixelSize(13);
   font.setWeight(QFont::DemiBold);

@@ -8,7 +8,7 @@ namespace stowboard {
 /// where there is no room for it on one. Main thread.
 class KeyCap : public QLabel {
  public:
-  explicit KeyCap(QWidget* parent = nullptr);
+  KeyCap();
 
   QSize sizeHint() const override;
 

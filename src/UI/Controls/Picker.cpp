@@ -5,11 +5,11 @@
 #include <QWheelEvent>
 #include <utility>
 
-#include "UI/Looks/HighContrastFrame.h"
+#include "UI/Looks/Colors.h"
 
 namespace stowboard {
 
-Picker::Picker(QWidget* parent) : QComboBox(parent) {
+Picker::Picker() {
   setSizeAdjustPolicy(QComboBox::AdjustToContents);
   setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
   setFocusPolicy(Qt::StrongFocus);

@@ -10,7 +10,7 @@ namespace stowboard {
 /// it has the focus, and otherwise scrolls what it stands on. Main thread.
 class Picker : public QComboBox {
  public:
-  explicit Picker(QWidget* parent = nullptr);
+  Picker();
 
   /// UTF-8.
   void addChoice(std::string_view text);

@@ -30,7 +30,7 @@ QPainterPath chevron(const QPointF& centre, int direction) {
 
 }  // namespace
 
-Stepper::Stepper(int minimum, int maximum, int step, QWidget* parent) : QSpinBox(parent) {
+Stepper::Stepper(int minimum, int maximum, int step) {
   setRange(minimum, maximum);
   setSingleStep(step);
   setFocusPolicy(Qt::StrongFocus);

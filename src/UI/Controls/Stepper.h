@@ -12,7 +12,7 @@ namespace stowboard {
 /// wheel steps only while it has the focus, and otherwise scrolls what it stands on. Main thread.
 class Stepper : public QSpinBox {
  public:
-  Stepper(int minimum, int maximum, int step, QWidget* parent = nullptr);
+  Stepper(int minimum, int maximum, int step);
 
   /// The number to step from; may be outside the range.
   void setNumber(std::int64_t number);

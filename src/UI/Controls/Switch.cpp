@@ -27,9 +27,7 @@ QPen outline(const QPalette& palette, bool hasFocus) {
 
 }  // namespace
 
-Switch::Switch(QWidget* parent) : QCheckBox(parent) {
-  setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-}
+Switch::Switch() { setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed); }
 
 QSize Switch::sizeHint() const { return naturalSize; }
 

@@ -7,7 +7,7 @@ namespace stowboard {
 /// A check box that looks like a switch; its name is the label whose buddy it is. Main thread.
 class Switch : public QCheckBox {
  public:
-  explicit Switch(QWidget* parent = nullptr);
+  Switch();
 
   QSize sizeHint() const override;
   QSize minimumSizeHint() const override { return sizeHint(); }

@@ -2,17 +2,40 @@
 
 #include <QContextMenuEvent>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QMouseEvent>
+#include <functional>
+#include <utility>
 
-#include "UI/Controls/EditMenu.h"
+#include "Utils/L10n.h"
 
 namespace stowboard {
 
-TextField::TextField(QWidget* parent) : QLineEdit(parent) { setAcceptDrops(false); }
+namespace {
+
+// The keys are only shown: the field has them itself.
+void add(QMenu& menu, std::string_view text, QKeySequence::StandardKey keys, bool isEnabled,
+         std::function<void()> operation) {
+  const QString title = QString::fromUtf8(text);
+  const QString shown = QKeySequence(keys).toString(QKeySequence::NativeText);
+  QAction* action = menu.addAction(title + u'\t' + shown);
+  action->setEnabled(isEnabled);
+  QObject::connect(action, &QAction::triggered, &menu, std::move(operation));
+}
+
+}  // namespace
+
+TextField::TextField(const Pasteboard& pasteboard) : pasteboard_(pasteboard) {
+  setAcceptDrops(false);
+}
+
+std::optional<Text> TextField::clipboardText() const {
+  return pasteboard_.string(PasteboardType::string);
+}
 
 void TextField::keyPressEvent(QKeyEvent* event) {
   if (!event->matches(QKeySequence::Paste)) return QLineEdit::keyPressEvent(event);
-  if (const auto text = clipboardText ? clipboardText() : std::nullopt) pasteText(*text);
+  if (const auto text = clipboardText()) pasteText(*text);
 }
 
 // The middle button would have the toolkit ask the owner of the primary selection.
@@ -20,12 +43,23 @@ void TextField::mouseReleaseEvent(QMouseEvent* event) {
   if (event->button() != Qt::MiddleButton) QLineEdit::mouseReleaseEvent(event);
 }
 
+// In place of the toolkit's menu, which is in the system's language and waits for the clipboard's
+// owner before it opens.
 void TextField::contextMenuEvent(QContextMenuEvent* event) {
-  const auto text = clipboardText ? clipboardText() : std::nullopt;
-  const auto paste = [this, text] { pasteText(*text); };
-  const bool canPaste = text && !text->empty();
-  showEditMenu(*this, event->globalPos(), language_,
-               canPaste ? std::function<void()>(paste) : nullptr);
+  auto* menu = new QMenu(this);
+  menu->setAttribute(Qt::WA_DeleteOnClose);
+  const auto pasted = clipboardText();
+  add(*menu, L10n::undo(language_), QKeySequence::Undo, isUndoAvailable(), [this] { undo(); });
+  add(*menu, L10n::redo(language_), QKeySequence::Redo, isRedoAvailable(), [this] { redo(); });
+  menu->addSeparator();
+  add(*menu, L10n::cut(language_), QKeySequence::Cut, hasSelectedText(), [this] { cut(); });
+  add(*menu, L10n::copy(language_), QKeySequence::Copy, hasSelectedText(), [this] { copy(); });
+  add(*menu, L10n::paste(language_), QKeySequence::Paste, pasted && !pasted->empty(),
+      [this, pasted] { pasteText(*pasted); });
+  menu->addSeparator();
+  add(*menu, L10n::selectAll(language_), QKeySequence::SelectAll,
+      selectedText().size() < text().size(), [this] { selectAll(); });
+  menu->popup(event->globalPos());
 }
 
 void TextField::pasteText(const Text& text) {

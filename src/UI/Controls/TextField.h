@@ -1,17 +1,13 @@
 #pragma once
 
 #include <QLineEdit>
-#include <functional>
 #include <optional>
 
 #include "Base/Unicode/Text.h"
 #include "Models/AppLanguage.h"
+#include "Platform/Pasteboard.h"
 
 namespace stowboard {
-
-/// The text that is on the clipboard, without waiting for another program; absent when there is
-/// none.
-using ClipboardText = std::function<std::optional<Text>()>;
 
 /// A text field that never waits for the owner of a clipboard or of dragged text, as the toolkit's
 /// own does, for many seconds where that one hangs: it pastes what the program knows already, and
@@ -19,12 +15,10 @@ using ClipboardText = std::function<std::optional<Text>()>;
 /// Main thread.
 class TextField : public QLineEdit {
  public:
-  explicit TextField(QWidget* parent);
+  /// The pasteboard must outlive it.
+  explicit TextField(const Pasteboard& pasteboard);
 
   void setLanguage(AppLanguage language) { language_ = language; }
-
-  /// Absent at first, and then nothing can be pasted.
-  ClipboardText clipboardText;
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;
@@ -32,9 +26,11 @@ class TextField : public QLineEdit {
   void contextMenuEvent(QContextMenuEvent* event) override;
 
  private:
+  std::optional<Text> clipboardText() const;
   void pasteText(const Text& text);
   void endUndoStep();
 
+  const Pasteboard& pasteboard_;
   AppLanguage language_ = AppLanguage::english;
 };
 

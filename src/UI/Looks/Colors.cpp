@@ -1,5 +1,8 @@
 #include "UI/Looks/Colors.h"
 
+#include <QEvent>
+#include <QPainter>
+#include <QWidget>
 #include <algorithm>
 #include <cmath>
 
@@ -37,6 +40,35 @@ double contrast(const QColor& first, const QColor& second) {
   const auto [darker, lighter] = std::minmax({luminance(first), luminance(second)});
   return (lighter + 0.05) / (darker + 0.05);
 }
+
+/// A child of the widget that it tints.
+class Tint : public QObject {
+ public:
+  Tint(QWidget& widget, QPalette::ColorRole role, Colors::Getter color)
+      : QObject(&widget), widget_(widget), role_(role), color_(color) {
+    widget.installEventFilter(this);
+    apply();
+  }
+
+  bool eventFilter(QObject* /*watched*/, QEvent* event) override {
+    if (event->type() == QEvent::PaletteChange) apply();
+    return false;
+  }
+
+ private:
+  void apply() {
+    const QColor color = (Colors(widget_.palette()).*color_)();
+    if (widget_.palette().color(role_) == color) return;
+    // Only this role, so that the others go on following the window's.
+    QPalette own;
+    own.setColor(role_, color);
+    widget_.setPalette(own);
+  }
+
+  QWidget& widget_;
+  const QPalette::ColorRole role_;
+  const Colors::Getter color_;
+};
 
 }  // namespace
 
@@ -83,5 +115,17 @@ QColor Colors::badge() const { return withAlpha(orange(), isHighContrast() ? 0.4
 QColor Colors::red() const { return isDark() ? QColor(0xff6961) : QColor(0xc4231c); }
 QColor Colors::green() const { return isDark() ? QColor(0x32d74b) : QColor(0x248a3d); }
 QColor Colors::orange() const { return isDark() ? QColor(0xff9f0a) : QColor(0xf57c00); }
+
+void tint(QWidget& widget, QPalette::ColorRole role, Colors::Getter color) {
+  new Tint(widget, role, color);
+}
+
+void paintHighContrastFrame(QWidget& control) {
+  const Colors colors(control.palette());
+  if (control.hasFocus() || !colors.isHighContrast()) return;
+  QPainter painter(&control);
+  painter.setPen(colors.separator());
+  painter.drawRect(control.rect().adjusted(0, 0, -1, -1));
+}
 
 }  // namespace stowboard

@@ -3,6 +3,8 @@
 #include <QColor>
 #include <QPalette>
 
+class QWidget;
+
 namespace stowboard {
 
 /// The colours of the windows that the toolkit's palette has no role for, each made for one palette
@@ -10,6 +12,8 @@ namespace stowboard {
 /// colour that equals its text's.
 class Colors {
  public:
+  using Getter = QColor (Colors::*)() const;
+
   explicit Colors(const QPalette& palette) : palette_(palette) {}
 
   QColor primary() const;
@@ -36,5 +40,15 @@ class Colors {
  private:
   QPalette palette_;
 };
+
+/// Gives one role of a widget's palette a colour of ours, which goes on following the others. Main
+/// thread.
+void tint(QWidget& widget, QPalette::ColorRole role, Colors::Getter color);
+
+/// Draws a control's outline where the palette has high contrast, as styles derive the frames of
+/// controls from the colours of the window, which leaves none on black. To be called at the end of
+/// the control's paintEvent(); draws nothing otherwise, nor on the focused control, which styles
+/// mark by the highlight. Main thread.
+void paintHighContrastFrame(QWidget& control);
 
 }  // namespace stowboard

@@ -2,6 +2,7 @@
 
 #include <QFontInfo>
 #include <QStringList>
+#include <QWidget>
 
 namespace stowboard {
 
@@ -31,6 +32,12 @@ QFont Fonts::body(const QFont& application) {
   QFont font = application;
   font.setFamilies(withSimplifiedChinese(font));
   return font;
+}
+
+void Fonts::useFamilies(QWidget& window) {
+  QFont own;
+  own.setFamilies(body(window.font()).families());
+  window.setFont(own);
 }
 
 QFont Fonts::callout(const QFont& application) { return scaled(body(application), 12.0 / 13); }

@@ -19,25 +19,28 @@ QRect squareBelowPointer() { return {QCursor::pos() + QPoint(0, 1), QSize(1, 1)}
 }  // namespace
 
 HistoryPanel::HistoryPanel(std::shared_ptr<AppState> appState, PasteSimulating* pasteSimulator,
-                           Desktop desktop)
+                           const Platform& platform)
     : appState_(std::move(appState)),
-      desktop_(std::move(desktop)),
-      viewModel_(appState_, pasteSimulator, desktop_.mainQueue) {
-  auto view = std::make_unique<HistoryView>(appState_, viewModel_);
+      compositing_(*platform.compositing),
+      transientWindows_(*platform.transientWindows),
+      focus_(*platform.workspace, *platform.bundle),
+      viewModel_(appState_, pasteSimulator, *platform.runLoop) {
+  auto view = std::make_unique<HistoryView>(appState_, viewModel_, *platform.pasteboard);
   view_ = view.get();
   view_->onOpenSettings = [this] {
     if (const auto callback = onOpenSettings) callback();
   };
-  view_->clipboardText = desktop_.clipboardText;
   window_ = std::make_unique<PopoverWindow>(std::move(view));
   window_->setWindowTitle(QStringLiteral("Stowboard"));
   window_->onDidAppear = [this] { bringToFront(); };
   window_->onDidResignActive = [this] { dismiss(); };
   window_->onDidClose = [this] { didClose(); };
   viewModel_.onRequestClose = [this] { close(); };
+  compositing_.onDidChange = [this] { compositingDidChange(); };
 }
 
 HistoryPanel::~HistoryPanel() {
+  compositing_.onDidChange = nullptr;
   if (isVisible()) window_->hide();
 }
 
@@ -45,7 +48,7 @@ bool HistoryPanel::isVisible() const { return window_->isVisible(); }
 
 void HistoryPanel::prepare(std::function<void()> onDidPrepare) {
   view_->prepare(std::move(onDidPrepare));
-  window_->prepare(desktop_.isCompositing());
+  window_->prepare(compositing_.isRunning());
   // Painted once, unseen: the first time loads fonts and icons.
   window_->grab();
 }
@@ -61,14 +64,13 @@ void HistoryPanel::showAtCursor() { show(squareBelowPointer()); }
 
 void HistoryPanel::show(const QRect& anchor) {
   if (isVisible()) return bringToFront();
+  focus_.remember();
   viewModel_.reset();
   appState_->setPanelVisible(true);
-  window_->prepare(desktop_.isCompositing());
+  window_->prepare(compositing_.isRunning());
   window_->placeBy(anchor);
   prepareToShow();
-  if (desktop_.watchClicksOutside) {
-    clickWatch_ = desktop_.watchClicksOutside(window_->winId(), [this] { didClickOutside(); });
-  }
+  clickWatch_ = transientWindows_.watch(window_->winId(), [this] { didClickOutside(); });
   window_->show();
   view_->viewDidAppear();
   window_->raise();
@@ -76,20 +78,20 @@ void HistoryPanel::show(const QRect& anchor) {
 }
 
 void HistoryPanel::prepareToShow() {
-  if (desktop_.prepareToShow) desktop_.prepareToShow(window_->winId(), window_->shadowMargin());
+  transientWindows_.prepareToShow(window_->winId(), window_->shadowMargin());
 }
 
+// An open panel loses its shadow where nothing is blended any more: it would be a black frame. The
+// next opening brings it back.
 void HistoryPanel::compositingDidChange() {
-  if (!isVisible() || !window_->isShadowed() || desktop_.isCompositing()) return;
+  if (!isVisible() || !window_->isShadowed() || compositing_.isRunning()) return;
   window_->prepare(false);
   prepareToShow();
 }
 
-// Hot keys and tray clicks are not seen by the toolkit, whose own request carries the time of the
-// user's last act in one of our windows; window managers refuse the focus for such an old one.
 void HistoryPanel::bringToFront() {
   window_->raise();
-  if (!window_->isActiveWindow()) desktop_.bringToFront(window_->winId());
+  if (!window_->isActiveWindow()) focus_.take(window_->winId());
 }
 
 // Input methods show what there is to choose from in windows of their own, which cannot be told
@@ -103,7 +105,7 @@ void HistoryPanel::didClickOutside() {
 void HistoryPanel::close() {
   if (!isVisible()) return;
   window_->hide();
-  desktop_.returnFocus();
+  focus_.giveBack();
 }
 
 void HistoryPanel::dismiss() { window_->hide(); }

@@ -2,13 +2,13 @@
 
 #include <QElapsedTimer>
 #include <QRect>
-#include <cstdint>
 #include <functional>
 #include <memory>
 
 #include "Core/AppState.h"
+#include "Platform/Platform.h"
 #include "Services/PasteSimulating.h"
-#include "UI/Controls/TextField.h"
+#include "UI/Controls/WindowFocus.h"
 #include "UI/Panel/HistoryViewModel.h"
 
 namespace stowboard {
@@ -22,28 +22,10 @@ class PopoverWindow;
 /// Main thread.
 class HistoryPanel {
  public:
-  /// What it needs of the desktop. Windows are named by the window system's own numbers.
-  struct Desktop {
-    MainQueue mainQueue;
-    std::function<bool()> isCompositing;
-    /// Asks the window manager to focus our window on the user's behalf.
-    std::function<void(std::uint64_t window)> bringToFront;
-    /// Gives the focus back to the window that had it when the panel opened.
-    std::function<void()> returnFocus;
-    /// Tells the window system of a window that is about to be shown, whose outermost
-    /// `shadowMargin` pixels of the screen hold nothing but a shadow. Optional.
-    std::function<void(std::uint64_t window, int shadowMargin)> prepareToShow;
-    /// Calls back on a click anywhere but in the window, until the result is released. Optional:
-    /// without it the panel closes only when another window becomes active.
-    std::function<std::shared_ptr<void>(std::uint64_t window, std::function<void()> onClickOutside)>
-        watchClicksOutside;
-    /// The text on the clipboard, without waiting for another program. Optional.
-    ClipboardText clipboardText;
-  };
-
-  /// Without a paste simulator, which must outlive the panel, choosing a clip only closes it.
+  /// The paste simulator and the platform must outlive the panel. Without a simulator, choosing a
+  /// clip only closes it.
   HistoryPanel(std::shared_ptr<AppState> appState, PasteSimulating* pasteSimulator,
-               Desktop desktop);
+               const Platform& platform);
   ~HistoryPanel();
   HistoryPanel(const HistoryPanel&) = delete;
   HistoryPanel& operator=(const HistoryPanel&) = delete;
@@ -69,16 +51,13 @@ class HistoryPanel {
   /// when the work on the main thread is done.
   void prepare(std::function<void()> onDidPrepare = nullptr);
 
-  /// Takes the shadow off an open panel where nothing is blended any more: it would be a black
-  /// frame. The next opening brings it back.
-  void compositingDidChange();
-
   /// The view's request for the settings. Absent at first.
   std::function<void()> onOpenSettings;
 
  private:
   void show(const QRect& anchor);
   void prepareToShow();
+  void compositingDidChange();
   void bringToFront();
   void didClickOutside();
   /// Closes it for the user, who has turned to something else.
@@ -86,12 +65,14 @@ class HistoryPanel {
   void didClose();
 
   const std::shared_ptr<AppState> appState_;
-  const Desktop desktop_;
+  Compositing& compositing_;
+  TransientWindows& transientWindows_;
+  WindowFocus focus_;
   HistoryViewModel viewModel_;
   std::unique_ptr<PopoverWindow> window_;
   /// Owned by the window.
   HistoryView* view_;
-  std::shared_ptr<void> clickWatch_;
+  std::unique_ptr<TransientWindows::Watch> clickWatch_;
   /// Not started before the first click outside.
   QElapsedTimer sinceClickOutside_;
 };

@@ -1,13 +1,15 @@
 #include "UI/Panel/HistoryRowView.h"
 
+#include <fmt/format.h>
+
 #include <QFontMetrics>
 #include <QPainter>
 #include <algorithm>
 
 #include "UI/Looks/Fonts.h"
 #include "UI/Looks/Icons.h"
-#include "UI/Panel/HistoryListModel.h"
-#include "UI/Panel/HistoryView.h"
+#include "UI/Panel/HistoryListView.h"
+#include "Utils/L10n.h"
 
 namespace stowboard {
 
@@ -30,7 +32,7 @@ constexpr int badgeVerticalPadding = 2;
 constexpr int badgeRadius = 4;
 
 constexpr int contentLeft = inset + sidePadding;
-constexpr int contentRight = HistoryView::size.width() - inset - sidePadding;
+constexpr int contentRight = HistoryRowView::rowWidth - inset - sidePadding;
 constexpr int textLeft = contentLeft + ThumbnailCache::side + itemSpacing;
 
 // As many as a history can hold.
@@ -67,6 +69,30 @@ int paddingBelow(const QModelIndex& index) {
 }
 
 }  // namespace
+
+RowTexts::RowTexts(const AppSettings& settings)
+    : language_(settings.language),
+      pair_(directPasteModifierPairFrom(settings.directPasteModifiers)),
+      dateFormat_(L10n::dateFormat(language_), L10n::dateLocaleIdentifier(language_)) {}
+
+bool RowTexts::matches(const AppSettings& settings) const {
+  return language_ == settings.language &&
+         pair_ == directPasteModifierPairFrom(settings.directPasteModifiers);
+}
+
+QString RowTexts::date(const ClipItem& clip) const {
+  return QString::fromUtf8(dateFormat_.format(clip.timestamp()));
+}
+
+QString RowTexts::shortcutSymbols() const { return QString::fromUtf8(symbolString(pair_)); }
+
+QString RowTexts::description(const ClipItem& clip, int row) const {
+  const std::string shortcut =
+      row < shortcutCount ? fmt::format("{} + {}", modifierDisplayString(pair_), row + 1) : "";
+  const QString preview = printablePreview(clip).replace(QChar::LineSeparator, u' ');
+  return QString::fromUtf8(L10n::historyRow(language_, preview.toStdString(),
+                                            dateFormat_.format(clip.timestamp()), shortcut));
+}
 
 struct HistoryRowView::Row {
   const ClipItem& clip;
@@ -159,7 +185,7 @@ HistoryRowView::Row HistoryRowView::rowFor(const QStyleOptionViewItem& option,
   const Colors& colors = looks_.colors;
   QRect background = option.rect.adjusted(0, paddingAbove(index.row()), 0, -paddingBelow(index));
   background.setLeft(inset);
-  background.setRight(HistoryView::size.width() - inset - 1);
+  background.setRight(HistoryRowView::rowWidth - inset - 1);
   return {modelOf(index).clip(index.row()),
           index.row(),
           background,

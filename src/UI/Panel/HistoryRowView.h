@@ -3,22 +3,52 @@
 #include <QCache>
 #include <QFont>
 #include <QPalette>
+#include <QString>
 #include <QStyledItemDelegate>
 #include <memory>
 #include <unordered_set>
 
+#include "Base/DateFormat.h"
+#include "Models/AppSettings.h"
+#include "Models/ClipItem.h"
 #include "UI/Looks/Colors.h"
 #include "UI/Panel/ClipPreview.h"
-#include "UI/Panel/RowTexts.h"
 #include "UI/Panel/ThumbnailCache.h"
 
 namespace stowboard {
+
+/// The words of a history row, in the language of the settings. Main thread.
+class RowTexts {
+ public:
+  /// The rows that have a shortcut: one for each digit from 1.
+  static constexpr int shortcutCount = 9;
+
+  explicit RowTexts(const AppSettings& settings);
+
+  /// Whether rows made with these settings would read the same.
+  bool matches(const AppSettings& settings) const;
+
+  /// The moment of capture.
+  QString date(const ClipItem& clip) const;
+  /// The symbols before the digit of a shortcut, for instance ⌘⌥.
+  QString shortcutSymbols() const;
+  /// The whole row, for a screen reader. `row` counts from 0.
+  QString description(const ClipItem& clip, int row) const;
+
+ private:
+  AppLanguage language_;
+  DirectPasteModifierPair pair_;
+  DateFormat dateFormat_;
+};
 
 /// Draws the rows of a HistoryListModel: thumbnail or type icon, preview, moment of capture, and
 /// the badge with the shortcut. Keeps what it measures, so the height of a row that has been
 /// measured is a look-up. Main thread.
 class HistoryRowView : public QStyledItemDelegate {
  public:
+  /// Of the list, in device-independent pixels.
+  static constexpr int rowWidth = 480;
+
   /// Both must outlive it.
   HistoryRowView(const RowTexts& texts, ThumbnailCache& thumbnails);
 

@@ -7,12 +7,9 @@
 #include <unordered_set>
 #include <utility>
 
-#include "UI/Controls/SymbolButton.h"
-#include "UI/Looks/Colors.h"
+#include "UI/Controls/SymbolView.h"
 #include "UI/Looks/Fonts.h"
-#include "UI/Looks/Icons.h"
 #include "UI/Panel/EmptyStateView.h"
-#include "UI/Panel/HistoryListView.h"
 #include "UI/Panel/SearchField.h"
 #include "Utils/L10n.h"
 
@@ -29,15 +26,14 @@ constexpr int lineEditMargin = 2;
 }  // namespace
 
 HistoryView::HistoryView(std::shared_ptr<AppState> appState, HistoryViewModel& viewModel,
-                         QWidget* parent)
-    : QWidget(parent),
-      appState_(std::move(appState)),
+                         const Pasteboard& pasteboard)
+    : appState_(std::move(appState)),
       viewModel_(viewModel),
       texts_(appState_->settings()),
       rowView_(texts_, thumbnails_),
       model_([this](const ClipItem& clip, int row) { return texts_.description(clip, row); }),
       preparation_(rowView_, thumbnails_),
-      searchField_(new SearchField(this)),
+      searchField_(new SearchField(pasteboard)),
       clearButton_(new SymbolButton(Symbol::clearField, this)),
       list_(new HistoryListView(this)),
       emptyState_(new EmptyStateView(this)) {
@@ -80,7 +76,6 @@ void HistoryView::layOut() {
 void HistoryView::connectParts() {
   searchField_->onQueryChange = [this](const std::string& query) { viewModel_.setQuery(query); };
   searchField_->onCommand = [this](const PanelCommand& command) { perform(command); };
-  searchField_->clipboardText = [this] { return clipboardText ? clipboardText() : std::nullopt; };
   connect(clearButton_, &QAbstractButton::clicked, this, [this] { viewModel_.setQuery(""); });
   list_->onPress = [this](int row) {
     viewModel_.moveSelection(row - viewModel_.selectedIndex().value_or(0));

@@ -6,19 +6,17 @@
 #include <memory>
 
 #include "Core/AppState.h"
-#include "UI/Controls/TextField.h"
-#include "UI/Panel/HistoryListModel.h"
+#include "Platform/Pasteboard.h"
+#include "UI/Panel/HistoryListView.h"
 #include "UI/Panel/HistoryPreparation.h"
 #include "UI/Panel/HistoryRowView.h"
 #include "UI/Panel/HistoryViewModel.h"
 #include "UI/Panel/PanelCommand.h"
-#include "UI/Panel/RowTexts.h"
 #include "UI/Panel/ThumbnailCache.h"
 
 namespace stowboard {
 
 class EmptyStateView;
-class HistoryListView;
 class SearchField;
 class SymbolButton;
 
@@ -28,11 +26,11 @@ class SymbolButton;
 class HistoryView : public QWidget {
  public:
   /// In device-independent pixels; it is never another one.
-  static constexpr QSize size{480, 300};
+  static constexpr QSize size{HistoryRowView::rowWidth, 300};
 
-  /// The view model must outlive it.
+  /// The view model and the pasteboard, which the search field pastes from, must outlive it.
   HistoryView(std::shared_ptr<AppState> appState, HistoryViewModel& viewModel,
-              QWidget* parent = nullptr);
+              const Pasteboard& pasteboard);
   ~HistoryView() override;
 
   /// To be called each time that it comes on screen: shows the current state with the list at its
@@ -50,8 +48,6 @@ class HistoryView : public QWidget {
 
   /// Opens the settings window. Absent at first.
   std::function<void()> onOpenSettings;
-  /// The text that is on the clipboard, for pasting into the search field. Absent at first.
-  ClipboardText clipboardText;
 
  protected:
   void changeEvent(QEvent* event) override;

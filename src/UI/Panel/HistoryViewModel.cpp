@@ -7,11 +7,12 @@
 namespace stowboard {
 
 HistoryViewModel::HistoryViewModel(std::shared_ptr<AppState> appState,
-                                   PasteSimulating* pasteSimulator, MainQueue mainQueue)
+                                   PasteSimulating* pasteSimulator, RunLoop& runLoop)
     : appState_(std::move(appState)), pasteSimulator_(pasteSimulator) {
+  const auto later = [&runLoop](auto task) { runLoop.post(std::move(task)); };
   appState_->clipsPublisher()
       .dropFirst()
-      .receiveOn(mainQueue)
+      .receiveOn(later)
       .sink([this](const AppState::Clips&) {
         resetSelectionIfNeeded();
         changes_.announce();
@@ -19,7 +20,7 @@ HistoryViewModel::HistoryViewModel(std::shared_ptr<AppState> appState,
       .storeIn(cancellables_);
   appState_->settingsPublisher()
       .dropFirst()
-      .receiveOn(mainQueue)
+      .receiveOn(later)
       .sink([this](const AppSettings&) { changes_.announce(); })
       .storeIn(cancellables_);
 }

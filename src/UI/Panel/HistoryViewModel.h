@@ -19,10 +19,10 @@ namespace stowboard {
 /// Whenever the main thread is idle, a row is selected exactly when a clip is visible.
 class HistoryViewModel {
  public:
-  /// Without a paste simulator, which must outlive the view model, choosing a clip only closes the
-  /// panel.
+  /// The run loop and the paste simulator must outlive the view model. Without a simulator,
+  /// choosing a clip only closes the panel.
   HistoryViewModel(std::shared_ptr<AppState> appState, PasteSimulating* pasteSimulator,
-                   MainQueue mainQueue);
+                   RunLoop& runLoop);
   HistoryViewModel(const HistoryViewModel&) = delete;
   HistoryViewModel& operator=(const HistoryViewModel&) = delete;
 

@@ -10,7 +10,7 @@
 
 namespace stowboard {
 
-SearchField::SearchField(QWidget* parent) : TextField(parent) {
+SearchField::SearchField(const Pasteboard& pasteboard) : TextField(pasteboard) {
   setFrame(false);
   setMaxLength(maxQueryLength);
   QPalette clear;

@@ -15,7 +15,7 @@ class SearchField : public TextField {
   /// Longer pastes are cut.
   static constexpr int maxQueryLength = 1024;
 
-  explicit SearchField(QWidget* parent);
+  explicit SearchField(const Pasteboard& pasteboard);
 
   void showTexts(AppLanguage language);
 

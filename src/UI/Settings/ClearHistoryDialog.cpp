@@ -3,29 +3,13 @@
 #include <QAccessible>
 #include <QDialogButtonBox>
 #include <QGridLayout>
-#include <QPainter>
 
-#include "UI/Controls/FormButton.h"
-#include "UI/Looks/Colors.h"
+#include "UI/Controls/Form.h"
+#include "UI/Controls/SymbolView.h"
 #include "UI/Looks/Fonts.h"
-#include "UI/Looks/Icons.h"
 #include "Utils/L10n.h"
 
 namespace stowboard {
-
-class ClearHistoryDialog::WarningSymbol : public QWidget {
- public:
-  WarningSymbol() { setFixedSize(size, size); }
-
- protected:
-  void paintEvent(QPaintEvent*) override {
-    QPainter painter(this);
-    Icons::paint(painter, rect(), Symbol::warning, size, Colors(palette()).orange());
-  }
-
- private:
-  static constexpr int size = 40;
-};
 
 ClearHistoryDialog::ClearHistoryDialog(QWidget* parent)
     : QDialog(parent),
@@ -33,10 +17,7 @@ ClearHistoryDialog::ClearHistoryDialog(QWidget* parent)
       message_(new QLabel),
       confirm_(new FormButton),
       cancel_(new FormButton) {
-  // Only the families, so that the size goes on following the desktop's.
-  QFont ownFont;
-  ownFont.setFamilies(Fonts::body(font()).families());
-  setFont(ownFont);
+  Fonts::useFamilies(*this);
   QFont bold;
   bold.setBold(true);
   title_->setFont(bold);
@@ -51,7 +32,7 @@ ClearHistoryDialog::ClearHistoryDialog(QWidget* parent)
   grid->setContentsMargins(20, 20, 20, 16);
   grid->setHorizontalSpacing(16);
   grid->setVerticalSpacing(6);
-  grid->addWidget(new WarningSymbol, 0, 0, 2, 1, Qt::AlignTop);
+  grid->addWidget(new SymbolView(Symbol::warning, 40, &Colors::orange), 0, 0, 2, 1, Qt::AlignTop);
   grid->addWidget(title_, 0, 1, Qt::AlignBottom);
   grid->addWidget(message_, 1, 1, Qt::AlignTop);
   grid->setRowMinimumHeight(2, 10);

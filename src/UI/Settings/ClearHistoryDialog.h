@@ -21,8 +21,6 @@ class ClearHistoryDialog : public QDialog {
   void showEvent(QShowEvent* event) override;
 
  private:
-  class WarningSymbol;
-
   QLabel* title_;
   QLabel* message_;
   QPushButton* confirm_;

@@ -1,6 +1,12 @@
 #pragma once
 
-#include "UI/Controls/FormSection.h"
+#include <functional>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "Platform/Pasteboard.h"
+#include "UI/Controls/Form.h"
 #include "UI/Settings/SettingsViewModel.h"
 
 namespace stowboard {
@@ -8,16 +14,30 @@ namespace stowboard {
 /// A part of the settings form that shows and changes its share of the view model. Main thread.
 class SettingsSection : public FormSection {
  public:
-  /// The view model must outlive the section.
+  /// A text in the language that it is given, UTF-8.
+  using Localized = std::function<std::string_view(AppLanguage)>;
+
+  /// Every section, in the order of the form. The view model and the pasteboard, which fields paste
+  /// from, must outlive them.
+  static std::vector<SettingsSection*> makeAll(SettingsViewModel& viewModel,
+                                               const Pasteboard& pasteboard);
+
   explicit SettingsSection(SettingsViewModel& viewModel) : viewModel_(viewModel) {}
 
-  /// Brings texts and controls up to date, and leaves a control alone that is being edited.
-  virtual void refresh() = 0;
-
- protected:
   AppLanguage language() const { return viewModel_.language(); }
 
+  void showTitle(Localized title);
+  void addLabelledRow(Localized label, const std::vector<QWidget*>& trailing,
+                      int gap = FormRow::usualGap);
+  /// The update brings a control up to date, and leaves it alone where it is being edited.
+  void onRefresh(std::function<void()> update) { updates_.push_back(std::move(update)); }
+
+  /// Brings texts and controls up to date.
+  void refresh();
+
+ private:
   SettingsViewModel& viewModel_;
+  std::vector<std::function<void()>> updates_;
 };
 
 }  // namespace stowboard

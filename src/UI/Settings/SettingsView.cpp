@@ -5,14 +5,9 @@
 #include <QVBoxLayout>
 #include <QWindow>
 #include <chrono>
-#include <utility>
 
 #include "UI/Looks/Fonts.h"
-#include "UI/Settings/ClearHistorySettings.h"
-#include "UI/Settings/GeneralSettings.h"
-#include "UI/Settings/HistorySettings.h"
-#include "UI/Settings/PermissionSettings.h"
-#include "UI/Settings/ShortcutSettings.h"
+#include "UI/Settings/SettingsSection.h"
 
 namespace stowboard {
 
@@ -24,27 +19,23 @@ constexpr int sectionGap = 18;
 
 }  // namespace
 
-SettingsView::SettingsView(SettingsViewModel& viewModel, ClipboardText clipboardText)
-    : viewModel_(viewModel), scrollArea_(new QScrollArea(this)) {
+SettingsView::SettingsView(SettingsViewModel& viewModel, const Pasteboard& pasteboard)
+    : viewModel_(viewModel),
+      scrollArea_(new QScrollArea(this)),
+      sections_(SettingsSection::makeAll(viewModel, pasteboard)) {
   setFixedSize(formSize);
-  // Only the families, so that the size goes on following the desktop's.
-  QFont ownFont;
-  ownFont.setFamilies(Fonts::body(font()).families());
-  setFont(ownFont);
-  auto* column = new QVBoxLayout(this);
-  column->setContentsMargins(0, 0, 0, 0);
-  column->addWidget(scrollArea_);
-  addSections(std::move(clipboardText));
+  Fonts::useFamilies(*this);
+  layOut();
   keepFocusInSight();
   watchPermission();
   changes_ = viewModel_.changes().subscribe([this] { refresh(); });
   refresh();
 }
 
-void SettingsView::addSections(ClipboardText clipboardText) {
-  sections_ = {new GeneralSettings(viewModel_), new ShortcutSettings(viewModel_),
-               new HistorySettings(viewModel_, std::move(clipboardText)),
-               new PermissionSettings(viewModel_), new ClearHistorySettings(viewModel_)};
+void SettingsView::layOut() {
+  auto* whole = new QVBoxLayout(this);
+  whole->setContentsMargins(0, 0, 0, 0);
+  whole->addWidget(scrollArea_);
   auto* form = new QWidget;
   auto* column = new QVBoxLayout(form);
   column->setContentsMargins(margin, margin, margin, margin);

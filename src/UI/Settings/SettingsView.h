@@ -4,7 +4,7 @@
 #include <QWidget>
 #include <vector>
 
-#include "UI/Controls/TextField.h"
+#include "Platform/Pasteboard.h"
 #include "UI/Settings/SettingsViewModel.h"
 
 class QScrollArea;
@@ -18,15 +18,15 @@ class SettingsSection;
 /// may have changed it. Main thread.
 class SettingsView : public QWidget {
  public:
-  /// The view model must outlive the view. `clipboardText` is what its fields paste from.
-  explicit SettingsView(SettingsViewModel& viewModel, ClipboardText clipboardText = nullptr);
+  /// Both must outlive the view; its fields paste from the pasteboard.
+  SettingsView(SettingsViewModel& viewModel, const Pasteboard& pasteboard);
 
  protected:
   void showEvent(QShowEvent* event) override;
   void hideEvent(QHideEvent* event) override;
 
  private:
-  void addSections(ClipboardText clipboardText);
+  void layOut();
   void keepFocusInSight();
   void watchPermission();
   void refresh();
@@ -34,7 +34,7 @@ class SettingsView : public QWidget {
 
   SettingsViewModel& viewModel_;
   QScrollArea* scrollArea_;
-  std::vector<SettingsSection*> sections_;
+  const std::vector<SettingsSection*> sections_;
   QTimer permissionTimer_;
   Subscription changes_;
 };

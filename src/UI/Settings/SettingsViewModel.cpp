@@ -22,7 +22,7 @@ ModifierKeyOption firstIn(std::uint32_t mask, const std::array<ModifierKeyOption
 
 SettingsViewModel::SettingsViewModel(std::shared_ptr<AppState> appState,
                                      PermissionHelper& permission, LoginItemServicing& loginItem,
-                                     MainQueue mainQueue)
+                                     RunLoop& runLoop)
     : permissionGranted_(permission.isGranted()),
       launchAtLogin_(loginItem.isEnabled()),
       appState_(std::move(appState)),
@@ -30,7 +30,7 @@ SettingsViewModel::SettingsViewModel(std::shared_ptr<AppState> appState,
       loginItem_(loginItem) {
   appState_->settingsPublisher()
       .dropFirst()
-      .receiveOn(std::move(mainQueue))
+      .receiveOn([&runLoop](auto task) { runLoop.post(std::move(task)); })
       .sink([this](const AppSettings&) { changes_.announce(); })
       .storeIn(cancellables_);
 }

@@ -18,9 +18,9 @@ namespace stowboard {
 /// settings of its own; whoever applies or saves them observes the state. Main thread.
 class SettingsViewModel {
  public:
-  /// The permission helper and the login item must outlive the view model.
+  /// All must outlive the view model.
   SettingsViewModel(std::shared_ptr<AppState> appState, PermissionHelper& permission,
-                    LoginItemServicing& loginItem, MainQueue mainQueue);
+                    LoginItemServicing& loginItem, RunLoop& runLoop);
   SettingsViewModel(const SettingsViewModel&) = delete;
   SettingsViewModel& operator=(const SettingsViewModel&) = delete;
 

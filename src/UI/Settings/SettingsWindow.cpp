@@ -14,9 +14,10 @@
 namespace stowboard {
 
 SettingsWindow::SettingsWindow(std::unique_ptr<SettingsViewModel> viewModel,
-                               ClipboardText clipboardText)
+                               const Platform& platform)
     : viewModel_(std::move(viewModel)),
-      view_(std::make_unique<SettingsView>(*viewModel_, std::move(clipboardText))) {
+      view_(std::make_unique<SettingsView>(*viewModel_, *platform.pasteboard)),
+      focus_(*platform.workspace, *platform.bundle) {
   setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                  Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint |
                  Qt::WindowCloseButtonHint);
@@ -54,7 +55,7 @@ void SettingsWindow::centerOnScreen() {
 }
 
 void SettingsWindow::askForFront() {
-  if (std::exchange(isToComeToFront_, false) && bringToFront) bringToFront(winId());
+  if (std::exchange(isToComeToFront_, false)) focus_.take(winId());
 }
 
 bool SettingsWindow::eventFilter(QObject* watched, QEvent* event) {

@@ -1,12 +1,11 @@
 #pragma once
 
 #include <QWidget>
-#include <cstdint>
-#include <functional>
 #include <memory>
 #include <string_view>
 
-#include "UI/Controls/TextField.h"
+#include "Platform/Platform.h"
+#include "UI/Controls/WindowFocus.h"
 #include "UI/Settings/SettingsViewModel.h"
 
 namespace stowboard {
@@ -17,9 +16,8 @@ class SettingsView;
 /// place. Main thread.
 class SettingsWindow : public QWidget {
  public:
-  /// `clipboardText` is what its fields paste from.
-  explicit SettingsWindow(std::unique_ptr<SettingsViewModel> viewModel,
-                          ClipboardText clipboardText = nullptr);
+  /// The platform must outlive it.
+  SettingsWindow(std::unique_ptr<SettingsViewModel> viewModel, const Platform& platform);
   ~SettingsWindow() override;
 
   /// UTF-8.
@@ -28,10 +26,6 @@ class SettingsWindow : public QWidget {
   /// Shows it in front of all windows and gives it the focus; the first time in the middle of the
   /// screen that the pointer is on.
   void show();
-
-  /// Asks the window manager to bring a window of this program to the front, which it may not do by
-  /// itself; called when the window is on screen. Absent at first.
-  std::function<void(std::uint64_t window)> bringToFront;
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;
@@ -43,6 +37,7 @@ class SettingsWindow : public QWidget {
 
   const std::unique_ptr<SettingsViewModel> viewModel_;
   const std::unique_ptr<SettingsView> view_;
+  WindowFocus focus_;
   bool isPlaced_ = false;
   bool isToComeToFront_ = false;
 };

@@ -14,15 +14,12 @@ using ::testing::IsEmpty;
 
 class HistoryViewModelTest : public ::testing::Test {
  protected:
-  void make(std::vector<std::string> texts, PasteSimulating* simulator) {
-    AppState::Clips clips;
-    for (std::string& text : texts) clips.push_back(textClip(std::move(text)));
-    state_ = std::make_shared<AppState>(std::move(clips), AppSettings());
-    model_ = std::make_unique<HistoryViewModel>(state_, simulator,
-                                                [this](auto task) { loop_.post(std::move(task)); });
+  void make(const std::vector<std::string>& texts, PasteSimulating* simulator) {
+    state_ = std::make_shared<AppState>(textClips(texts), AppSettings());
+    model_ = std::make_unique<HistoryViewModel>(state_, simulator, loop_);
     changes_ = model_->changes().subscribe([this] { ++announced_; });
   }
-  void make(std::vector<std::string> texts) { make(std::move(texts), &simulator_); }
+  void make(const std::vector<std::string>& texts) { make(texts, &simulator_); }
 
   FakeRunLoop loop_;
   FakePasteSimulator simulator_;

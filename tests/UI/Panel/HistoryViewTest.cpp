@@ -17,43 +17,39 @@
 #include "Platform/QtTurns.h"
 #include "fakes/Clips.h"
 #include "fakes/FakePasteSimulator.h"
+#include "fakes/FakePasteboard.h"
+#include "fakes/FakeRunLoop.h"
 
 namespace stowboard {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
 using ::testing::SizeIs;
 
 class HistoryViewTest : public ::testing::Test {
  protected:
-  explicit HistoryViewTest(int count = 30) {
+  HistoryViewTest() {
     AppSettings settings;
     settings.maxRecords = 1000;
-    AppState::Clips clips;
-    for (int number = 1; number <= count; ++number)
-      clips.push_back(textClip("clip " + std::to_string(number)));
-    state_ = std::make_shared<AppState>(std::move(clips), settings);
-    const auto later = [](auto task) {
-      QMetaObject::invokeMethod(qApp, std::move(task), Qt::QueuedConnection);
-    };
-    model_ = std::make_unique<HistoryViewModel>(state_, &simulator_, later);
-    view_ = std::make_unique<HistoryView>(state_, *model_);
+    std::vector<std::string> texts;
+    for (int number = 1; number <= 30; ++number) texts.push_back("clip " + std::to_string(number));
+    state_ = std::make_shared<AppState>(textClips(texts), settings);
+    model_ = std::make_unique<HistoryViewModel>(state_, &simulator_, loop_);
+    view_ = std::make_unique<HistoryView>(state_, *model_, pasteboard_);
     model_->reset();
     view_->show();
     view_->activateWindow();
     view_->viewDidAppear();
+    EXPECT_TRUE(turnQtUntil([this] { return view_->isActiveWindow(); }));
     turn();
   }
 
   // A change of the state reaches the view model on a later turn, and the view on one after it.
   void turn() {
-    int turns = 0;
-    for (int hop = 0; hop < 2; ++hop) {
-      QMetaObject::invokeMethod(
-          qApp, [&] { ++turns; }, Qt::QueuedConnection);
-      EXPECT_TRUE(turnQtUntil([&] { return turns > hop; }));
-    }
+    loop_.runUntilIdle();
+    QCoreApplication::sendPostedEvents();
   }
   QLineEdit& field() { return *view_->findChild<QLineEdit*>(); }
   QListView& list() { return *view_->findChild<QListView*>(); }
@@ -71,10 +67,24 @@ class HistoryViewTest : public ::testing::Test {
                       Qt::LeftButton, {});
     QApplication::sendEvent(list().viewport(), &event);
   }
-  std::string accessibleName(QAccessibleInterface* part) {
-    return part->text(QAccessible::Name).toStdString();
+  std::string nameOf(QWidget& part) {
+    return QAccessible::queryAccessibleInterface(&part)->text(QAccessible::Name).toStdString();
+  }
+  std::string nameOfRow(int row) {
+    auto* table = QAccessible::queryAccessibleInterface(&list())->tableInterface();
+    return table->cellAt(row, 0)->text(QAccessible::Name).toStdString();
+  }
+  /// Sets the interface to Chinese.
+  void useChinese(DirectPasteModifierPair pair = DirectPasteModifierPair::commandOption) {
+    auto settings = state_->settings();
+    settings.language = AppLanguage::simplifiedChinese;
+    settings.directPasteModifiers = carbonMask(pair);
+    state_->updateSettings(settings);
+    turn();
   }
 
+  FakeRunLoop loop_;
+  FakePasteboard pasteboard_;
   FakePasteSimulator simulator_;
   std::shared_ptr<AppState> state_;
   std::unique_ptr<HistoryViewModel> model_;
@@ -140,13 +150,11 @@ TEST_F(HistoryViewTest, KeysBelongToAnInputMethodWhileItComposes) {
 }
 
 TEST_F(HistoryViewTest, PastesIntoTheSearchWhatIsOnTheClipboard) {
-  std::optional<Text> text;
-  view_->clipboardText = [&] { return text; };
   type("cl");
   const auto paste = [&] { press(Qt::Key_V, Qt::ControlModifier); };
   paste();
   EXPECT_EQ(field().text(), "cl");
-  text = Text("ip 7");
+  pasteboard_.copyText("ip 7");
   paste();
   EXPECT_THAT(model_->visibleClips(), SizeIs(1));
   type("0");
@@ -158,14 +166,11 @@ TEST_F(HistoryViewTest, PastesIntoTheSearchWhatIsOnTheClipboard) {
   paste();
   EXPECT_EQ(field().text(), "ip 7cl");
   field().selectAll();
-  text = Text("é" + std::string(5000, 'x'));
+  pasteboard_.copyText("é" + std::string(5000, 'x'));
   press(Qt::Key_Meta, Qt::NoModifier);
   press(Qt::Key_V, Qt::MetaModifier);
   EXPECT_EQ(field().text(), "é" + QString(1023, 'x'));
-  auto settings = state_->settings();
-  settings.language = AppLanguage::simplifiedChinese;
-  state_->updateSettings(settings);
-  turn();
+  useChinese();
   field().selectAll();
   QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(20, 5), field().mapToGlobal(QPoint()));
   QApplication::sendEvent(&field(), &event);
@@ -213,13 +218,11 @@ TEST_F(HistoryViewTest, ShowsWhyTheListIsEmpty) {
   EXPECT_EQ(field().text(), "");
   EXPECT_FALSE(clearButton().isVisible());
   field().insert("  \n" + QString(5000, u'q'));
-  EXPECT_THAT(shown(), ::testing::MatchesRegex("No results for \"  \nq+\" / No .*…q+\""));
+  EXPECT_THAT(shown(), MatchesRegex("No results for \"  \nq+\" / No .*…q+\""));
   EXPECT_LT(view_->findChildren<QLabel*>().back()->width(), HistoryView::size.width());
   state_->clearAll();
   model_->reset();
-  auto settings = state_->settings();
-  settings.language = AppLanguage::simplifiedChinese;
-  state_->updateSettings(settings);
+  useChinese();
   EXPECT_EQ(shown(), "暂无剪贴板历史 / 暂无剪贴板历史");
   EXPECT_EQ(field().placeholderText(), "搜索历史记录…");
 }
@@ -232,25 +235,16 @@ TEST_F(HistoryViewTest, KeepsNothingUnseenThatHasLeftTheHistory) {
 }
 
 TEST_F(HistoryViewTest, ScreenReadersHearNamesInTheLanguageOfTheSettings) {
-  const auto rowName = [&](int row) {
-    auto* table = QAccessible::queryAccessibleInterface(&list());
-    return accessibleName(table->tableInterface()->cellAt(row, 0));
-  };
-  EXPECT_EQ(accessibleName(QAccessible::queryAccessibleInterface(&field())), "Search history");
-  EXPECT_EQ(accessibleName(QAccessible::queryAccessibleInterface(&clearButton())), "Clear search");
-  EXPECT_EQ(accessibleName(QAccessible::queryAccessibleInterface(&list())), "Clipboard history");
-  EXPECT_THAT(rowName(0), ::testing::MatchesRegex("clip 1, [A-Z][a-z]+ [0-9]+, [0-9:]+, shortcut ⌘ "
-                                                  "Command \\+ ⌥ Option \\+ 1"));
-  EXPECT_THAT(rowName(9), ::testing::MatchesRegex("clip 10, [A-Z][a-z]+ [0-9]+, [0-9:]+"));
-  auto settings = state_->settings();
-  settings.language = AppLanguage::simplifiedChinese;
-  settings.directPasteModifiers = ModifierMask::command | ModifierMask::shift;
-  state_->updateSettings(settings);
-  turn();
-  EXPECT_THAT(rowName(1),
-              ::testing::MatchesRegex("clip 2，.*月.*日 [0-9:]+，快捷键 ⌘ Command \\+ ⇧ "
-                                      "Shift \\+ 2"));
-  EXPECT_EQ(accessibleName(QAccessible::queryAccessibleInterface(&list())), "剪贴板历史记录");
+  EXPECT_EQ(nameOf(field()), "Search history");
+  EXPECT_EQ(nameOf(clearButton()), "Clear search");
+  EXPECT_EQ(nameOf(list()), "Clipboard history");
+  EXPECT_THAT(nameOfRow(0), MatchesRegex("clip 1, [A-Z][a-z]+ [0-9]+, [0-9:]+, shortcut ⌘ "
+                                         "Command \\+ ⌥ Option \\+ 1"));
+  EXPECT_THAT(nameOfRow(9), MatchesRegex("clip 10, [A-Z][a-z]+ [0-9]+, [0-9:]+"));
+  useChinese(DirectPasteModifierPair::commandShift);
+  EXPECT_THAT(nameOfRow(1), MatchesRegex("clip 2，.*月.*日 [0-9:]+，快捷键 ⌘ Command \\+ ⇧ "
+                                         "Shift \\+ 2"));
+  EXPECT_EQ(nameOf(list()), "剪贴板历史记录");
 }
 
 }  // namespace

@@ -6,27 +6,33 @@
 #include "UI/Settings/SettingsViewModel.h"
 #include "fakes/Clips.h"
 #include "fakes/FakeAccessibilityTrust.h"
-#include "fakes/FakeLoginItems.h"
-#include "fakes/FakeRunLoop.h"
+#include "fakes/FakePlatform.h"
 
 namespace stowboard {
 
 /// A settings view model on a desktop of fakes, with a history of three clips.
 struct SettingsFixture {
   explicit SettingsFixture(const AppSettings& settings = {})
-      : appState(std::make_shared<AppState>(
-            AppState::Clips{textClip("three"), textClip("two"), textClip("one")}, settings)) {}
+      : appState(std::make_shared<AppState>(textClips({"three", "two", "one"}), settings)) {}
 
   const AppSettings& settings() const { return appState->settings(); }
+  template <typename Value>
+  void change(Value AppSettings::*field, Value value) {
+    AppSettings changed = settings();
+    changed.*field = value;
+    appState->updateSettings(changed);
+    runLoop.runUntilIdle();
+  }
 
-  FakeRunLoop runLoop;
+  FakePlatform fake;
+  FakeRunLoop& runLoop = fake.runLoop();
+  FakeLoginItems& loginItems = static_cast<FakeLoginItems&>(*fake.platform.loginItems);
   FakeAccessibilityTrust trust;
-  FakeLoginItems loginItems;
   LoginItemService loginItem{loginItems};
   PermissionHelper permission{trust};
   std::shared_ptr<AppState> appState;
-  std::unique_ptr<SettingsViewModel> viewModel = std::make_unique<SettingsViewModel>(
-      appState, permission, loginItem, [this](auto task) { runLoop.post(std::move(task)); });
+  std::unique_ptr<SettingsViewModel> viewModel =
+      std::make_unique<SettingsViewModel>(appState, permission, loginItem, runLoop);
 };
 
 }  // namespace stowboard

@@ -88,24 +88,6 @@ TEST(SettingsViewModel, ChangesOneFieldAndLeavesTheOthers) {
   EXPECT_THAT(previews(fixture.appState->clips()), ElementsAre("three")) << "trimmed to 1";
 }
 
-TEST(SettingsViewModel, ShowsWhatTheSystemSaysAboutLaunchingAtLogin) {
-  SettingsFixture fixture;
-  auto& viewModel = *fixture.viewModel;
-  fixture.loginItems.failure = "Read-only file system";
-  viewModel.setLaunchAtLogin(true);
-  EXPECT_FALSE(viewModel.launchAtLogin());
-  EXPECT_EQ(viewModel.loginItemError(), "Failed to update login item: Read-only file system");
-  fixture.loginItems.failure.reset();
-  viewModel.setLaunchAtLogin(true);
-  EXPECT_TRUE(viewModel.launchAtLogin());
-  EXPECT_FALSE(viewModel.loginItemError());
-  // The system may take it and yet wait for the user's approval.
-  fixture.loginItems.current = LoginItems::Status::requiresApproval;
-  fixture.loginItems.failure = "Refused";
-  viewModel.setLaunchAtLogin(false);
-  EXPECT_FALSE(viewModel.launchAtLogin());
-}
-
 TEST(SettingsViewModel, AnnouncesItsOwnChangesAtOnceAndThoseOfTheSettingsLater) {
   SettingsFixture fixture;
   int announcements = 0;
@@ -126,16 +108,6 @@ TEST(SettingsViewModel, AnnouncesItsOwnChangesAtOnceAndThoseOfTheSettingsLater) 
   fixture.viewModel.reset();
   fixture.runLoop.runUntilIdle();
   EXPECT_EQ(announcements, 2);
-}
-
-TEST(SettingsViewModel, ClearsTheHistoryAndEndsTheConfirmation) {
-  SettingsFixture fixture;
-  for (int round = 0; round < 2; ++round) {  // the second time there is nothing to clear
-    fixture.viewModel->setShowClearConfirmation(true);
-    fixture.viewModel->clearHistory();
-    EXPECT_TRUE(fixture.appState->clips().empty());
-    EXPECT_FALSE(fixture.viewModel->showClearConfirmation());
-  }
 }
 
 }  // namespace

@@ -11,8 +11,7 @@
 #include <vector>
 
 #include "Platform/QtTurns.h"
-#include "UI/Controls/FormButton.h"
-#include "UI/Controls/FormNote.h"
+#include "UI/Controls/Form.h"
 #include "UI/Controls/IntegerField.h"
 #include "UI/Controls/KeyCap.h"
 #include "UI/Controls/Picker.h"
@@ -44,10 +43,16 @@ bool isWheelTaken(QWidget* widget) {
   return event.isAccepted();
 }
 
+AppSettings withRecords(std::int64_t count) {
+  AppSettings settings;
+  settings.maxRecords = count;
+  return settings;
+}
+
 /// The settings window on the screen, with the focus.
 struct Form : SettingsFixture {
   explicit Form(const AppSettings& settings = {}) : SettingsFixture(settings) {
-    window = std::make_unique<SettingsWindow>(std::move(viewModel));
+    window = std::make_unique<SettingsWindow>(std::move(viewModel), fake.platform);
     window->show();
     window->activateWindow();
     EXPECT_TRUE(turnQtUntil([this] { return window->isActiveWindow(); }));
@@ -78,10 +83,6 @@ struct Form : SettingsFixture {
     field->selectAll();
     for (const QChar character : text) press(field, 0, Qt::NoModifier, character);
   }
-  void changeElsewhere(const AppSettings& changed) {
-    appState->updateSettings(changed);
-    runLoop.runUntilIdle();
-  }
 
   std::unique_ptr<SettingsWindow> window;
 };
@@ -110,6 +111,10 @@ TEST(SettingsView, EveryPickerOffersItsChoicesAndWritesAtOnce) {
   form.find<Switch>()->click();
   EXPECT_TRUE(form.find<Switch>()->isChecked()) << "springs back";
   EXPECT_THAT(form.visibleTexts(), Contains("Failed to update login item: Read-only file system"));
+  form.loginItems.failure.reset();
+  form.find<Switch>()->click();
+  EXPECT_EQ(form.loginItems.current, LoginItems::Status::notRegistered);
+  EXPECT_THAT(form.visibleTexts(), Not(Contains(::testing::HasSubstr("login item"))));
 }
 
 TEST(SettingsView, LongShortcutsAndLargeFontsFit) {
@@ -146,9 +151,7 @@ TEST(SettingsView, TheRecordFieldTakesWholeNumbersOfItsLocale) {
                                          {"en_US", "5x", 50, "50"},
                                          {"en_US", "2.5", 50, "50"},
                                          {"en_US", "99999999999999999999", 1000, "1,000"}}) {
-    AppSettings settings;
-    settings.maxRecords = 50;
-    Form form(settings);
+    Form form(withRecords(50));
     auto* field = form.find<IntegerField>();
     field->setLocale(QLocale(row.locale));
     field->setText(row.typed);
@@ -161,13 +164,11 @@ TEST(SettingsView, TheRecordFieldTakesWholeNumbersOfItsLocale) {
 TEST(SettingsView, AFieldThatIsBeingEditedIsLeftAlone) {
   Form form;
   auto* field = form.find<IntegerField>();
-  AppSettings changed;
-  changed.maxRecords = 20;
-  changed.language = AppLanguage::simplifiedChinese;
   form.type("77");
-  form.changeElsewhere(changed);
+  form.change(&AppSettings::maxRecords, std::int64_t{20});
+  form.change(&AppSettings::language, AppLanguage::simplifiedChinese);
   EXPECT_EQ(field->text(), "77");
-  EXPECT_THAT(form.visibleTexts(), Contains(L10n::maxRecords(changed.language)));
+  EXPECT_THAT(form.visibleTexts(), Contains(L10n::maxRecords(AppLanguage::simplifiedChinese)));
   press(field, Qt::Key_Escape);
   EXPECT_EQ(field->text(), "20") << "taken back";
   EXPECT_TRUE(form.window->isVisible());
@@ -191,9 +192,7 @@ TEST(SettingsView, TheStepperStaysInItsRange) {
                                          {500, 500, 100},
                                          {3, 10, 3}}) {
     for (const int key : {Qt::Key_Up, Qt::Key_Down}) {
-      AppSettings settings;
-      settings.maxRecords = row.from;
-      Form form(settings);
+      Form form(withRecords(row.from));
       press(form.find<Stepper>(), key);
       const std::int64_t expected = key == Qt::Key_Up ? row.up : row.down;
       EXPECT_EQ(form.settings().maxRecords, expected) << row.from;
@@ -206,9 +205,8 @@ TEST(SettingsView, TheStepperStaysInItsRange) {
 }
 
 TEST(SettingsView, TheWheelIsLeftToTheFormUnlessTheControlHasTheFocus) {
-  AppSettings initial;
-  initial.maxRecords = 50;
-  Form form(initial);
+  Form form(withRecords(50));
+  const AppSettings initial = form.settings();
   for (QWidget* control :
        {static_cast<QWidget*>(form.find<Picker>(0)), static_cast<QWidget*>(form.find<Stepper>())}) {
     EXPECT_FALSE(isWheelTaken(control));
@@ -216,7 +214,8 @@ TEST(SettingsView, TheWheelIsLeftToTheFormUnlessTheControlHasTheFocus) {
     control->setFocus();
     EXPECT_TRUE(isWheelTaken(control));
     EXPECT_NE(form.settings(), initial);
-    form.changeElsewhere(initial);
+    form.appState->updateSettings(initial);
+    form.runLoop.runUntilIdle();
   }
 }
 
@@ -247,9 +246,7 @@ TEST(SettingsView, FollowsThePermissionWhileItIsWantedAndMissing) {
   EXPECT_THAT(form.visibleTexts(), Contains("Granted"));
   EXPECT_THAT(form.visibleTexts(), Not(Contains(L10n::permissionPrompt(AppLanguage::english))));
 
-  AppSettings copyOnly;
-  copyOnly.pasteMode = PasteMode::copyOnly;
-  form.changeElsewhere(copyOnly);
+  form.change(&AppSettings::pasteMode, PasteMode::copyOnly);
   EXPECT_THAT(form.visibleTexts(), Not(Contains(title)));
 }
 
@@ -260,10 +257,9 @@ TEST(SettingsView, AsksBeforeItClears) {
   auto* clear = form.find<FormButton>(1);
   clear->click();
   ASSERT_TRUE(dialog()->isVisible());
-  AppSettings chinese;
-  chinese.language = AppLanguage::simplifiedChinese;
-  form.changeElsewhere(chinese);
-  EXPECT_EQ(buttons()[0]->text().toStdString(), L10n::clearHistoryConfirm(chinese.language));
+  form.change(&AppSettings::language, AppLanguage::simplifiedChinese);
+  EXPECT_EQ(buttons()[0]->text().toStdString(),
+            L10n::clearHistoryConfirm(AppLanguage::simplifiedChinese));
   press(dialog(), Qt::Key_Escape);
   EXPECT_FALSE(dialog()->isVisible());
   clear->click();

@@ -1,10 +1,24 @@
-#include "UI/Controls/SymbolButton.h"
+#include "UI/Controls/SymbolView.h"
 
 #include <QPainter>
 
-#include "UI/Looks/Colors.h"
-
 namespace stowboard {
+
+SymbolView::SymbolView(Symbol symbol, int size, Colors::Getter color)
+    : symbol_(symbol), color_(color) {
+  setFixedSize(size, size);
+}
+
+void SymbolView::show(Symbol symbol, Colors::Getter color) {
+  symbol_ = symbol;
+  color_ = color;
+  update();
+}
+
+void SymbolView::paintEvent(QPaintEvent* /*event*/) {
+  QPainter painter(this);
+  Icons::paint(painter, rect(), symbol_, width(), (Colors(palette()).*color_)());
+}
 
 SymbolButton::SymbolButton(Symbol symbol, QWidget* parent)
     : QAbstractButton(parent), symbol_(symbol) {

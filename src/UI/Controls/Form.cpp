@@ -1,14 +1,22 @@
-#include "UI/Controls/FormSection.h"
+#include "UI/Controls/Form.h"
 
 #include <QPainter>
-#include <QPainterPath>
-#include <vector>
-
-#include "UI/Looks/Colors.h"
+#include <QVBoxLayout>
 
 namespace stowboard {
 
 namespace {
+
+constexpr int padding = 12;
+constexpr int verticalPadding = 6;
+constexpr int leastHeight = 38;
+
+QHBoxLayout* makeLayout(QWidget* row, int gap) {
+  auto* line = new QHBoxLayout(row);
+  line->setContentsMargins(padding, verticalPadding, padding, verticalPadding);
+  line->setSpacing(gap);
+  return line;
+}
 
 constexpr int titleIndent = 12;
 constexpr int titleGap = 6;
@@ -24,6 +32,47 @@ QColor groundColor(const QPalette& palette) {
 }
 
 }  // namespace
+
+FormNote::FormNote(Colors::Getter color) {
+  QFont small;
+  small.setPixelSize(11);
+  setFont(small);
+  setTextFormat(Qt::PlainText);
+  setWordWrap(true);
+  tint(*this, QPalette::WindowText, color);
+}
+
+FormRow::FormRow(const std::vector<QWidget*>& trailing, int gap) : label_(new QLabel(this)) {
+  setMinimumHeight(leastHeight);
+  auto* line = makeLayout(this, gap);
+  line->addWidget(label_, 1);
+  for (QWidget* widget : trailing) line->addWidget(widget, 0, Qt::AlignVCenter);
+}
+
+QWidget* FormRow::filledWith(QWidget* content, Qt::Alignment alignment) {
+  auto* row = new QWidget;
+  makeLayout(row, 0)->addWidget(content, 0, alignment);
+  return row;
+}
+
+void FormRow::setLabel(std::string_view label) {
+  label_->setText(QString::fromUtf8(label));
+  if (label_->buddy()) return;
+  for (int index = 1; index < layout()->count(); ++index) {
+    QWidget* widget = layout()->itemAt(index)->widget();
+    if (widget->focusPolicy() != Qt::NoFocus) return label_->setBuddy(widget);
+  }
+}
+
+void FormRow::setUnseenLabel(QWidget* widget, std::string_view label) {
+  QLabel*& unseen = unseenLabels_[widget];
+  if (!unseen) {
+    unseen = new QLabel(this);
+    unseen->hide();
+    unseen->setBuddy(widget);
+  }
+  unseen->setText(QString::fromUtf8(label));
+}
 
 /// What the rows of a section lie on.
 class FormSection::Ground : public QWidget {
@@ -59,8 +108,7 @@ class FormSection::Ground : public QWidget {
   }
 };
 
-FormSection::FormSection(QWidget* parent)
-    : QWidget(parent), title_(new QLabel(this)), ground_(new Ground(this)) {
+FormSection::FormSection() : title_(new QLabel(this)), ground_(new Ground(this)) {
   QFont semibold;
   semibold.setWeight(QFont::DemiBold);
   title_->setFont(semibold);

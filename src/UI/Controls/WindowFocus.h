@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "Platform/Bundle.h"
+#include "Platform/Workspace.h"
+
+namespace stowboard {
+
+/// Moves the focus between windows on behalf of the user, who has asked for it by a hot key or a
+/// click: the toolkit has not seen that, and its own requests carry the time of the last act in one
+/// of our windows, for which window managers refuse the focus. Main thread.
+class WindowFocus {
+ public:
+  /// Both must outlive it.
+  WindowFocus(Workspace& workspace, const Bundle& bundle);
+
+  /// Brings a window of this program to the front, by the window system's own number.
+  void take(std::uint64_t ownWindow);
+  /// Notes whose window has it.
+  void remember();
+  /// Gives it to the window that had it then, once; window managers choose by rules of their own.
+  void giveBack();
+
+ private:
+  Workspace& workspace_;
+  const Bundle& bundle_;
+  std::optional<RunningApplication> before_;
+};
+
+}  // namespace stowboard
