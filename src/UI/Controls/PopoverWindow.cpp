@@ -1,8 +1,8 @@
 #include "UI/Controls/PopoverWindow.h"
 
 #include <QAccessibleWidget>
-#include <QApplication>
 #include <QEvent>
+#include <QGuiApplication>
 #include <QPainter>
 #include <QScreen>
 #include <QWindow>
@@ -99,8 +99,6 @@ QRect PopoverWindow::panelRect() const {
   return {QPoint(margin, margin), panelSize()};
 }
 
-bool PopoverWindow::hasPopup() const { return QApplication::activePopupWidget() != nullptr; }
-
 void PopoverWindow::prepare(bool isCompositing) {
   setShadowed(isCompositing);
   if (windowHandle() == nullptr) {
@@ -148,22 +146,10 @@ void PopoverWindow::placeBy(const QRect& anchor) {
 
 bool PopoverWindow::event(QEvent* event) {
   const bool isHandled = QWidget::event(event);
-  const auto tell = [](const std::function<void()>& callback) {
-    if (callback) callback();
-  };
-  switch (event->type()) {
-    case QEvent::Show:
-      isAppearing_ = true;
-      break;
-    case QEvent::WindowDeactivate:
-      tell(onDidResignActive);
-      break;
-    case QEvent::Hide:
-      tell(onDidClose);
-      break;
-    default:
-      break;
-  }
+  const auto type = event->type();
+  if (type == QEvent::Show) isAppearing_ = true;
+  if (type == QEvent::WindowDeactivate && onDidResignActive) onDidResignActive();
+  if (type == QEvent::Hide && onDidClose) onDidClose();
   return isHandled;
 }
 

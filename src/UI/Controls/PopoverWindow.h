@@ -32,8 +32,6 @@ class PopoverWindow final : public QWidget {
   int shadowMargin() const;
   /// The part of the window that the user sees as the panel, in the window's coordinates.
   QRect panelRect() const;
-  /// Whether a menu of the panel's is open, whose window is another one.
-  bool hasPopup() const;
 
   /// Once an opening, when it is on screen and the window manager knows it.
   std::function<void()> onDidAppear;

@@ -1,11 +1,11 @@
 #include "UI/Looks/Icons.h"
 
 #include <QIcon>
-#include <QImage>
 #include <QPainter>
 #include <QPixmapCache>
 #include <QSvgRenderer>
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace stowboard {
@@ -19,33 +19,17 @@ struct Names {
   const char* own;
 };
 
-constexpr Names namesOf(Symbol symbol) {
-  switch (symbol) {
-    case Symbol::magnifyingGlass:
-      return {"edit-find-symbolic", "magnifyingglass"};
-    case Symbol::clearField:
-      return {"edit-clear-symbolic", "clearfield"};
-    case Symbol::clipboard:
-      return {"edit-paste-symbolic", "clipboard"};
-    case Symbol::plainText:
-      return {"text-x-generic-symbolic", "plaintext"};
-    case Symbol::richText:
-      return {"x-office-document-symbolic", "richtext"};
-    case Symbol::photo:
-      return {"image-x-generic-symbolic", "photo"};
-    case Symbol::checkmark:
-      return {"emblem-ok-symbolic", "checkmark"};
-    case Symbol::warning:
-      return {"dialog-warning-symbolic", "warning"};
-  }
-  return {"", ""};
-}
-
-QImage canvas(int pixels) {
-  QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
-  image.fill(Qt::transparent);
-  return image;
-}
+// In the order of Symbol.
+constexpr std::array<Names, 8> names{{
+    {"edit-find-symbolic", "magnifyingglass"},
+    {"edit-clear-symbolic", "clearfield"},
+    {"edit-paste-symbolic", "clipboard"},
+    {"text-x-generic-symbolic", "plaintext"},
+    {"x-office-document-symbolic", "richtext"},
+    {"image-x-generic-symbolic", "photo"},
+    {"emblem-ok-symbolic", "checkmark"},
+    {"dialog-warning-symbolic", "warning"},
+}};
 
 bool isEmpty(const QImage& mask) {
   for (int y = 0; y < mask.height(); ++y) {
@@ -61,7 +45,7 @@ QImage themeMask(const QString& name, int pixels) {
   const QIcon icon = QIcon::fromTheme(name);
   // For a missing name the theme may give a shorter one's icon, which is in full colour.
   if (icon.isNull() || icon.name() != name) return {};
-  QImage mask = canvas(pixels);
+  QImage mask = emptySquare(pixels);
   QPainter painter(&mask);
   icon.paint(&painter, mask.rect());
   painter.end();
@@ -69,7 +53,7 @@ QImage themeMask(const QString& name, int pixels) {
 }
 
 QImage ownMask(const char* name, int pixels) {
-  QImage mask = canvas(pixels);
+  QImage mask = emptySquare(pixels);
   QPainter painter(&mask);
   QSvgRenderer(QStringLiteral(":/icons/%1.svg").arg(QLatin1String(name)))
       .render(&painter, QRectF(mask.rect()));
@@ -87,13 +71,19 @@ QPixmap tinted(QImage mask, const QColor& color, qreal devicePixelRatio) {
 }
 
 QPixmap drawn(Symbol symbol, int pixels, const QColor& color, qreal devicePixelRatio) {
-  const Names names = namesOf(symbol);
-  QImage mask = themeMask(QLatin1String(names.theme), pixels);
-  if (mask.isNull()) mask = ownMask(names.own, pixels);
+  const auto [theme, own] = names[static_cast<std::size_t>(symbol)];
+  QImage mask = themeMask(QLatin1String(theme), pixels);
+  if (mask.isNull()) mask = ownMask(own, pixels);
   return tinted(std::move(mask), color, devicePixelRatio);
 }
 
 }  // namespace
+
+QImage emptySquare(int pixels) {
+  QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
+  image.fill(Qt::transparent);
+  return image;
+}
 
 QPixmap Icons::pixmap(Symbol symbol, int size, const QColor& color, qreal devicePixelRatio) {
   const int pixels = std::max(1, static_cast<int>(std::lround(size * devicePixelRatio)));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QColor>
+#include <QImage>
 #include <QPixmap>
 #include <QRectF>
 
@@ -19,6 +20,9 @@ enum class Symbol {
   checkmark,  ///< A filled disc with a check mark.
   warning,    ///< A filled triangle with an exclamation mark.
 };
+
+/// An image of this width and height that nothing is drawn on.
+QImage emptySquare(int pixels);
 
 /// Draws symbols from the desktop's icon theme, and from the program's own drawings where the theme
 /// has none, so none is ever missing. Main thread.

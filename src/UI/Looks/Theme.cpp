@@ -45,11 +45,6 @@ Shades shades(bool isDark, Contrast contrast) {
           0x9a9a9e, 0xb4b4b8,  0x2f6fd6, Qt::white, 0x1a5fc4};
 }
 
-QColor translucent(QColor color, qreal alpha) {
-  color.setAlphaF(static_cast<float>(alpha));
-  return color;
-}
-
 // Desktops tell of high contrast by the names of their themes, or by a palette without any shades.
 bool isHighContrast(const QPalette& desktop) {
   if (Colors(desktop).isHighContrast()) return true;
@@ -92,7 +87,9 @@ QPalette Theme::palette(bool isDark, Contrast contrast) {
   palette.setColor(QPalette::LinkVisited, shade.link);
   palette.setColor(QPalette::ToolTipBase, shade.base);
   palette.setColor(QPalette::ToolTipText, shade.text);
-  palette.setColor(QPalette::PlaceholderText, translucent(shade.text, 0.55));
+  QColor placeholder = shade.text;
+  placeholder.setAlphaF(0.55F);
+  palette.setColor(QPalette::PlaceholderText, placeholder);
   for (const auto role : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText}) {
     palette.setColor(QPalette::Disabled, role, shade.disabledText);
   }

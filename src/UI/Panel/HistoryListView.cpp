@@ -44,14 +44,11 @@ HistoryListView::HistoryListView(QWidget* parent) : QListView(parent) {
 void HistoryListView::setScrollBarColor(const QColor& color) {
   verticalScrollBar()->setStyleSheet(
       QStringLiteral("QScrollBar:vertical { background: transparent; width: 8px; margin: 2px 0; }"
-                     "QScrollBar::handle:vertical { background: rgba(%1, %2, %3, %4);"
+                     "QScrollBar::handle:vertical { background: %1;"
                      " border-radius: 2px; margin: 0 2px; min-height: 24px; }"
                      "QScrollBar::add-line, QScrollBar::sub-line { height: 0; }"
                      "QScrollBar::add-page, QScrollBar::sub-page { background: none; }")
-          .arg(color.red())
-          .arg(color.green())
-          .arg(color.blue())
-          .arg(color.alpha()));
+          .arg(color.name(QColor::HexArgb)));
 }
 
 void HistoryListView::showSelection(int row) {

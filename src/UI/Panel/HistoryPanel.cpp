@@ -1,5 +1,6 @@
 #include "UI/Panel/HistoryPanel.h"
 
+#include <QApplication>
 #include <QCursor>
 #include <chrono>
 #include <utility>
@@ -97,7 +98,8 @@ void HistoryPanel::bringToFront() {
 // Input methods show what there is to choose from in windows of their own, which cannot be told
 // from others; another program's window would take the focus all the same, and so close the panel.
 void HistoryPanel::didClickOutside() {
-  if (window_->hasPopup() || view_->isComposing()) return;
+  // A menu of the panel's is a window of its own.
+  if (QApplication::activePopupWidget() || view_->isComposing()) return;
   sinceClickOutside_.start();
   dismiss();
 }

@@ -110,15 +110,9 @@ void HistoryView::updateTexts() {
 
 void HistoryView::changeEvent(QEvent* event) {
   QWidget::changeEvent(event);
-  switch (event->type()) {
-    case QEvent::FontChange:
-    case QEvent::PaletteChange:
-    case QEvent::StyleChange:
-      updateLooks();
-      break;
-    default:
-      break;
-  }
+  const auto type = event->type();
+  if (type == QEvent::FontChange || type == QEvent::PaletteChange || type == QEvent::StyleChange)
+    updateLooks();
 }
 
 void HistoryView::showEvent(QShowEvent* event) {

@@ -1,6 +1,7 @@
 #include "UI/Panel/PanelCommand.h"
 
 #include <QKeyEvent>
+#include <utility>
 
 namespace stowboard {
 
@@ -32,23 +33,16 @@ std::optional<PanelCommand> commandKey(const QKeyEvent& event) {
 
 std::optional<PanelCommand> plainKey(const QKeyEvent& event) {
   using Action = PanelCommand::Action;
-  switch (event.key()) {
-    case Qt::Key_Up:
-      return PanelCommand{Action::selectPrevious};
-    case Qt::Key_Down:
-      return PanelCommand{Action::selectNext};
-    case Qt::Key_PageUp:
-      return PanelCommand{Action::selectPageUp};
-    case Qt::Key_PageDown:
-      return PanelCommand{Action::selectPageDown};
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-      return PanelCommand{Action::activateSelected};
-    case Qt::Key_Escape:
-      return PanelCommand{Action::close};
-    default:
-      return std::nullopt;
-  }
+  static constexpr std::pair<int, Action> actions[] = {{Qt::Key_Up, Action::selectPrevious},
+                                                       {Qt::Key_Down, Action::selectNext},
+                                                       {Qt::Key_PageUp, Action::selectPageUp},
+                                                       {Qt::Key_PageDown, Action::selectPageDown},
+                                                       {Qt::Key_Return, Action::activateSelected},
+                                                       {Qt::Key_Enter, Action::activateSelected},
+                                                       {Qt::Key_Escape, Action::close}};
+  for (const auto& [key, action] : actions)
+    if (event.key() == key) return PanelCommand{action};
+  return std::nullopt;
 }
 
 }  // namespace

@@ -12,6 +12,8 @@
 #include <optional>
 #include <utility>
 
+#include "UI/Looks/Icons.h"
+
 namespace stowboard {
 
 namespace {
@@ -37,14 +39,8 @@ QImage decoded(const Bytes& data, int pixels) {
   return reader.read();
 }
 
-QImage transparent(int pixels) {
-  QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
-  image.fill(Qt::transparent);
-  return image;
-}
-
 QImage framed(const QImage& picture, int pixels) {
-  QImage frame = transparent(pixels);
+  QImage frame = emptySquare(pixels);
   QPainter painter(&frame);
   painter.drawImage((pixels - picture.width()) / 2, (pixels - picture.height()) / 2, picture);
   return frame;
@@ -53,7 +49,7 @@ QImage framed(const QImage& picture, int pixels) {
 QImage roundedThumbnail(const Bytes& data, int pixels, double radius) {
   const QImage picture = decoded(data, pixels);
   if (picture.isNull()) return {};
-  QImage rounded = transparent(pixels);
+  QImage rounded = emptySquare(pixels);
   QPainter painter(&rounded);
   painter.setRenderHint(QPainter::Antialiasing);
   painter.setPen(Qt::NoPen);

@@ -61,31 +61,28 @@ DirectPasteModifierPair SettingsViewModel::directPastePair() const {
   return directPasteModifierPairFrom(settings().directPasteModifiers);
 }
 
-void SettingsViewModel::update(const std::function<void(AppSettings&)>& change) {
+template <typename Value>
+void SettingsViewModel::set(Value AppSettings::*field, Value value) {
   AppSettings changed = settings();
-  change(changed);
+  changed.*field = value;
   appState_->updateSettings(std::move(changed));
 }
 
-void SettingsViewModel::setLanguage(AppLanguage language) {
-  update([language](AppSettings& settings) { settings.language = language; });
-}
+void SettingsViewModel::setLanguage(AppLanguage language) { set(&AppSettings::language, language); }
 
 void SettingsViewModel::setDirectPastePair(DirectPasteModifierPair pair) {
-  update([pair](AppSettings& settings) { settings.directPasteModifiers = carbonMask(pair); });
+  set(&AppSettings::directPasteModifiers, carbonMask(pair));
 }
 
 void SettingsViewModel::setMaxRecordsInt(std::int64_t count) {
-  update([count](AppSettings& settings) {
-    settings.maxRecords = std::clamp<std::int64_t>(count, 1, 1000);
-  });
+  set(&AppSettings::maxRecords, std::clamp<std::int64_t>(count, 1, 1000));
 }
 
 void SettingsViewModel::updateHotKeyComponents(ModifierKeyOption mod1, ModifierKeyOption mod2,
                                                KeyOption key) {
   std::uint32_t mask = carbonMask(mod1) | carbonMask(mod2);
   if (mask == 0) mask = ModifierMask::command;
-  update([&](AppSettings& settings) { settings.hotKey = HotKeyConfig{key.keyCode, mask}; });
+  set(&AppSettings::hotKey, HotKeyConfig{key.keyCode, mask});
 }
 
 void SettingsViewModel::setLaunchAtLogin(bool isEnabled) {

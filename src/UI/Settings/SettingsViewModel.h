@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -70,7 +69,8 @@ class SettingsViewModel {
   ChangeAnnouncer& changes() { return changes_; }
 
  private:
-  void update(const std::function<void(AppSettings&)>& change);
+  template <typename Value>
+  void set(Value AppSettings::*field, Value value);
 
   bool showClearConfirmation_ = false;
   bool permissionGranted_;
