@@ -96,22 +96,6 @@ TEST_F(AppCoordinatorTest, ARefusedPanelHotKeyCostsNothingElse) {
   EXPECT_EQ(registrations(), 9u);
 }
 
-TEST_F(AppCoordinatorTest, TheHotKeyShowsAndHidesThePanelAndAPasteHidesIt) {
-  state_->append(textClip("a"));
-  coordinator_->start();
-  fake_.workspace().bringToFront("editor");
-  for (const auto& close : {HotKeyConfig::defaultConfig, digit(1, commandOption)}) {
-    press(HotKeyConfig::defaultConfig);
-    EXPECT_TRUE(state_->isPanelVisible());
-    coordinator_->presentHistory();
-    EXPECT_TRUE(state_->isPanelVisible()) << "a second launch never hides it";
-    press(close);
-    EXPECT_FALSE(state_->isPanelVisible());
-    EXPECT_EQ(fake_.workspace().activations.back().bundleIdentifier, "editor");
-  }
-  EXPECT_EQ(pasted(), Text("a"));
-}
-
 TEST_F(AppCoordinatorTest, LeavesNothingBehindThatCallsIt) {
   coordinator_->start();
   fake_.hotKeys().press(digit(1, commandOption));

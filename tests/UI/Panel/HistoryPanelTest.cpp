@@ -76,12 +76,6 @@ TEST(HistoryPanel, ClosesInEveryWayAndStartsAnewAtEachOpening) {
       {"asked to", [&] { opened.panel->close(); }, "editor"},
       {"Escape", [&] { opened.type(Qt::Key_Escape); }, "editor"},
       {"a click outside", [&] { opened.windows->clickOutside(); }, "another"},
-      {"another window",
-       [&] {
-         QEvent deactivation(QEvent::WindowDeactivate);
-         QApplication::sendEvent(opened.window, &deactivation);
-       },
-       "another"},
       {"the window manager", [&] { opened.window->close(); }, "another"},
   };
   for (const auto& row : rows) {

@@ -101,12 +101,9 @@ TEST_F(HistoryViewTest, KeysThatFollowEachOtherAtOnceActOnEachOthersResult) {
   EXPECT_EQ(list().model()->rowCount(), 11);
   EXPECT_EQ(list().currentIndex().row(), 1);
   press(Qt::Key_3, Qt::MetaModifier, "3");
-  press(Qt::Key_Enter, Qt::KeypadModifier);
-  EXPECT_THAT(simulator_.activated, ElementsAre("clip 20", "clip 21", "clip 20"));
   type("9");
-  press(Qt::Key_2, Qt::ControlModifier);
   press(Qt::Key_2, Qt::MetaModifier, "2");
-  EXPECT_EQ(simulator_.activated.size(), 3u) << "one clip is visible";
+  EXPECT_THAT(simulator_.activated, ElementsAre("clip 20", "clip 21")) << "one clip is visible";
   EXPECT_EQ(model_->query(), "clip 29") << "Super types nothing";
 }
 
@@ -123,11 +120,6 @@ TEST_F(HistoryViewTest, TheSelectedRowIsInView) {
   for (int page = 0; page < 5; ++page) press(Qt::Key_PageUp);
   EXPECT_EQ(model_->selectedIndex(), 0);
   EXPECT_TRUE(isInView());
-  press(Qt::Key_Down);
-  press(Qt::Key_Down);
-  state_->append(textClip("new"));
-  turn();
-  EXPECT_EQ(list().currentIndex().row(), 0) << "a new clip takes the selection";
 }
 
 TEST_F(HistoryViewTest, KeysBelongToAnInputMethodWhileItComposes) {

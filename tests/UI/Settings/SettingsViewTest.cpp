@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 
 #include <QApplication>
-#include <QDialog>
 #include <QLineEdit>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -14,7 +13,6 @@
 #include "Platform/QtTurns.h"
 #include "UI/Controls/Form.h"
 #include "UI/Controls/IntegerField.h"
-#include "UI/Controls/KeyCap.h"
 #include "UI/Controls/Picker.h"
 #include "UI/Controls/Stepper.h"
 #include "UI/Controls/Switch.h"
@@ -101,9 +99,6 @@ TEST(SettingsView, EveryPickerOffersItsChoicesAndWritesAtOnce) {
   expected.hotKey = {50, ModifierMask::control};
   expected.directPasteModifiers = ModifierMask::control | ModifierMask::shift;
   EXPECT_EQ(form.settings(), expected);
-  form.runLoop.runUntilIdle();
-  EXPECT_EQ(form.find<KeyCap>(0)->text(), "⌃ Control + `");
-  EXPECT_EQ(form.find<KeyCap>(1)->text(), "⌃ Control + ⇧ Shift + 1~9");
 
   form.find<Switch>()->click();
   EXPECT_EQ(form.loginItems.current, LoginItems::Status::enabled);
@@ -248,28 +243,6 @@ TEST(SettingsView, FollowsThePermissionWhileItIsWantedAndMissing) {
 
   form.change(&AppSettings::pasteMode, PasteMode::copyOnly);
   EXPECT_THAT(form.visibleTexts(), Not(Contains(title)));
-}
-
-TEST(SettingsView, AsksBeforeItClears) {
-  Form form;
-  const auto dialog = [&] { return form.find<QDialog>(); };
-  const auto buttons = [&] { return dialog()->findChildren<QPushButton*>(); };
-  auto* clear = form.find<FormButton>(1);
-  clear->click();
-  ASSERT_TRUE(dialog()->isVisible());
-  form.change(&AppSettings::language, AppLanguage::simplifiedChinese);
-  EXPECT_EQ(buttons()[0]->text().toStdString(),
-            L10n::clearHistoryConfirm(AppLanguage::simplifiedChinese));
-  press(dialog(), Qt::Key_Escape);
-  EXPECT_FALSE(dialog()->isVisible());
-  clear->click();
-  press(dialog(), Qt::Key_Return);
-  EXPECT_FALSE(dialog()->isVisible());
-  EXPECT_EQ(form.appState->clips().size(), 3u) << "neither Escape nor the default clears";
-  clear->click();
-  buttons()[0]->click();
-  EXPECT_FALSE(dialog()->isVisible());
-  EXPECT_TRUE(form.appState->clips().empty());
 }
 
 }  // namespace
