@@ -5,8 +5,6 @@
 #include <QStringList>
 #include <QTextLayout>
 #include <algorithm>
-#include <optional>
-#include <utility>
 
 #include "Base/Unicode/Graphemes.h"
 #include "Base/Unicode/Utf8.h"
