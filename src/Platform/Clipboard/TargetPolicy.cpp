@@ -83,15 +83,4 @@ TextEncoding encodingOfTarget(std::string_view textTarget) {
 
 bool isTiffTarget(std::string_view imageTarget) { return normalised(imageTarget) == tiffName; }
 
-bool beginsLikeImage(std::string_view bytes) {
-  using namespace std::string_view_literals;
-  constexpr auto signatures =
-      std::to_array<std::string_view>({"\x89PNG\r\n\x1a\n"sv, "II*\0"sv, "MM\0*"sv,
-                                       "\xff\xd8\xff"sv, "GIF87a"sv, "GIF89a"sv, "BM"sv});
-  const bool isWebp = bytes.starts_with("RIFF") && bytes.substr(0, 12).ends_with("WEBP");
-  return isWebp || std::ranges::any_of(signatures, [bytes](std::string_view signature) {
-           return bytes.starts_with(signature);
-         });
-}
-
 }  // namespace stowboard

@@ -38,7 +38,4 @@ TextEncoding encodingOfTarget(std::string_view textTarget);
 /// True for an image target that is to be published as TIFF; the others go by as PNG.
 bool isTiffTarget(std::string_view imageTarget);
 
-/// True when the bytes begin like an image of a kind that the decoder knows.
-bool beginsLikeImage(std::string_view bytes);
-
 }  // namespace stowboard

@@ -12,6 +12,8 @@
 #include <string_view>
 #include <utility>
 
+#include "Platform/ImageSignature.h"
+
 namespace stowboard {
 
 namespace {
@@ -19,27 +21,10 @@ namespace {
 constexpr auto workingFormat = QImage::Format_ARGB32_Premultiplied;
 constexpr int bytesPerPixel = 4;
 
-/// Qt's name of the format that the bytes begin like; null when it is none of ours.
-const char* recognisedFormat(std::string_view bytes) {
-  using namespace std::string_view_literals;
-  struct Magic {
-    std::string_view bytes;
-    const char* format;
-  };
-  static constexpr Magic magics[] = {{"\x89PNG\r\n\x1a\n"sv, "png"},
-                                     {"\xff\xd8\xff"sv, "jpeg"},
-                                     {"GIF87a"sv, "gif"},
-                                     {"GIF89a"sv, "gif"},
-                                     {"II*\0"sv, "tiff"},
-                                     {"MM\0*"sv, "tiff"},
-                                     {"II+\0"sv, "tiff"},
-                                     {"MM\0+"sv, "tiff"},
-                                     {"BM"sv, "bmp"}};
-  for (const auto& magic : magics) {
-    if (bytes.starts_with(magic.bytes)) return magic.format;
-  }
-  const bool isWebP = bytes.starts_with("RIFF") && bytes.substr(0, 12).ends_with("WEBP");
-  return isWebP ? "webp" : nullptr;
+/// Qt's name of an image's MIME type.
+QByteArray formatOfType(std::string_view type) {
+  type.remove_prefix(std::string_view("image/").size());
+  return {type.data(), static_cast<qsizetype>(type.size())};
 }
 
 /// Reads straight from the shared buffer, which has to live as long as this does.
@@ -49,11 +34,11 @@ class Reader {
       : content_(
             QByteArray::fromRawData(encoded.view().data(), static_cast<qsizetype>(encoded.size()))),
         buffer_(&content_) {
-    const char* format = recognisedFormat(encoded.view());
-    if (!format || !buffer_.open(QIODevice::ReadOnly)) return;
+    const auto type = imageTypeOf(encoded.view());
+    if (type.empty() || !buffer_.open(QIODevice::ReadOnly)) return;
     reader_.setDevice(&buffer_);
     reader_.setAutoDetectImageFormat(false);
-    reader_.setFormat(format);
+    reader_.setFormat(formatOfType(type));
     reader_.setAutoTransform(true);
     const QSize stored = reader_.size();
     if (stored.isEmpty()) return;
@@ -143,18 +128,15 @@ QImage flattenedOntoWhite(const RgbaBitmap& bitmap) {
 
 struct Representation {
   std::string_view type;
-  const char* format;
   bool hasTransparency;
 };
-constexpr Representation representations[] = {{"image/png", "png", true},
-                                              {"image/tiff", "tiff", true},
-                                              {"image/jpeg", "jpeg", false},
-                                              {"image/bmp", "bmp", false}};
+constexpr Representation representations[] = {
+    {"image/png", true}, {"image/tiff", true}, {"image/jpeg", false}, {"image/bmp", false}};
 
-std::optional<Bytes> encode(const QImage& image, const char* format, int quality) {
+std::optional<Bytes> encode(const QImage& image, std::string_view type, int quality) {
   QBuffer buffer;
   if (!buffer.open(QIODevice::WriteOnly)) return std::nullopt;
-  QImageWriter writer(&buffer, format);
+  QImageWriter writer(&buffer, formatOfType(type));
   writer.setQuality(quality);
   writer.setOptimizedWrite(true);
   if (!writer.write(image)) return std::nullopt;
@@ -234,8 +216,7 @@ class QtImageCodec::DecodedImage final : public Image {
     if (!found->hasTransparency) image = withoutTransparency(std::move(image));
     constexpr int jpegQuality = 95;
     constexpr int usual = -1;
-    const bool isJpeg = found->format == std::string_view("jpeg");
-    return encode(image, found->format, isJpeg ? jpegQuality : usual);
+    return encode(image, type, type == "image/jpeg" ? jpegQuality : usual);
   }
 
   /// Whether a fitted drawing needs no decoding; absent: any.
@@ -252,7 +233,7 @@ class QtImageCodec::DecodedImage final : public Image {
   }
 
   bool isOwnFormat(const Representation& each) const {
-    return recognisedFormat(encoded_.view()) == std::string_view(each.format);
+    return imageTypeOf(encoded_.view()) == each.type;
   }
 
   // At least a pixel: an image too narrow for a drawing that fits is an image all the same.
@@ -292,7 +273,8 @@ std::optional<Bytes> QtImageCodec::encodeJpeg(const RgbaBitmap& bitmap, double q
   constexpr int dotsPerMeter = 2835;
   flat.setDotsPerMeterX(dotsPerMeter);
   flat.setDotsPerMeterY(dotsPerMeter);
-  return encode(flat, "jpeg", static_cast<int>(std::lround(std::clamp(quality, 0.0, 1.0) * 100)));
+  return encode(flat, "image/jpeg",
+                static_cast<int>(std::lround(std::clamp(quality, 0.0, 1.0) * 100)));
 }
 
 QtImageCodec::Shared QtImageCodec::decoded(const Bytes& encoded, std::optional<int> maxDimension) {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "Platform/ImageSignature.h"
+
 namespace stowboard {
 
 namespace {
@@ -146,7 +148,7 @@ TextEncoding SelectionFetch::encodingOfAnswer() const {
 
 bool SelectionFetch::acceptImage() {
   auto bytes = transfer_->takeContent();
-  if (!beginsLikeImage(bytes)) return false;
+  if (imageTypeOf(bytes).empty()) return false;
   content_.image = std::move(bytes);
   content_.imageTarget = candidates()[candidate_];
   content_.isTiff = isTiffTarget(content_.imageTarget);
