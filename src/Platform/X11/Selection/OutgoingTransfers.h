@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "Base/Bytes.h"
-#include "Platform/X11/Selection/SelectionTransfer.h"
+#include "Platform/X11/Selection/IncomingTransfer.h"
 #include "Platform/X11/X11Connection.h"
 
 namespace stowboard {

@@ -79,10 +79,10 @@ void SelectionFetch::proceed() {
 
 void SelectionFetch::endTransfer() {
   switch (transfer_->state()) {
-    case SelectionTransfer::State::timedOut:
+    case IncomingTransfer::State::timedOut:
       // An owner that hangs would only hang on the next target too.
       return fail("its owner stopped answering");
-    case SelectionTransfer::State::tooLarge:
+    case IncomingTransfer::State::tooLarge:
       return fail("it exceeds the size that is accepted");
     default:
       return step_ == Step::targets ? readTargets() : receive();
@@ -91,7 +91,7 @@ void SelectionFetch::endTransfer() {
 
 void SelectionFetch::readTargets() {
   const auto kind = transfer_->kind();
-  const bool isList = transfer_->state() == SelectionTransfer::State::done && kind.format == 32;
+  const bool isList = transfer_->state() == IncomingTransfer::State::done && kind.format == 32;
   if (isList) {
     plan_ = planForTargets(connection_.atomNames(atomsOf(transfer_->takeContent())));
     content_.types = plan_.types;
@@ -107,7 +107,7 @@ void SelectionFetch::readTargets() {
 }
 
 void SelectionFetch::receive() {
-  const bool isAnswered = transfer_->state() == SelectionTransfer::State::done;
+  const bool isAnswered = transfer_->state() == IncomingTransfer::State::done;
   if (isAnswered && transfer_->kind().format == 8 && accept()) {
     step_ = static_cast<Step>(static_cast<int>(step_) + 1);
     candidate_ = 0;

@@ -10,7 +10,7 @@
 
 #include "Platform/Clipboard/FetchedContent.h"
 #include "Platform/Clipboard/TargetPolicy.h"
-#include "Platform/X11/Selection/SelectionTransfer.h"
+#include "Platform/X11/Selection/IncomingTransfer.h"
 
 namespace stowboard {
 
@@ -93,7 +93,7 @@ class SelectionFetch {
   Step step_ = Step::targets;
   std::size_t candidate_ = 0;
   TargetPlan plan_;
-  std::optional<SelectionTransfer> transfer_;
+  std::optional<IncomingTransfer> transfer_;
   std::size_t received_ = 0;
   FetchedContent content_;
   // Text that broke its encoding, for the case that no better one comes.

@@ -7,8 +7,8 @@
 #include <memory>
 #include <optional>
 
+#include "Platform/X11/Selection/IncomingTransfer.h"
 #include "Platform/X11/Selection/SelectionFetch.h"
-#include "Platform/X11/Selection/SelectionTransfer.h"
 #include "Platform/X11/X11Connection.h"
 
 namespace stowboard {

@@ -32,7 +32,7 @@ using SteadyTime = std::chrono::steady_clock::time_point;
 
 /// One conversion of the CLIPBOARD into one target (ICCCM 2.4), incremental if the owner wants
 /// (2.7.2). Driven by the events of its window; never waits for the owner.
-class SelectionTransfer {
+class IncomingTransfer {
  public:
   enum class State {
     /// No answer yet.
@@ -47,9 +47,9 @@ class SelectionTransfer {
   };
 
   /// Sends the request. `time` is the server time of the event that it goes back to.
-  SelectionTransfer(X11Connection& connection, xcb_window_t window, xcb_atom_t target,
-                    xcb_timestamp_t time, std::size_t byteLimit, const SelectionLimits& limits,
-                    SteadyTime now);
+  IncomingTransfer(X11Connection& connection, xcb_window_t window, xcb_atom_t target,
+                   xcb_timestamp_t time, std::size_t byteLimit, const SelectionLimits& limits,
+                   SteadyTime now);
 
   State state() const { return state_; }
   bool isPending() const { return state_ == State::requested || state_ == State::incremental; }

@@ -1,10 +1,10 @@
-#include "Platform/X11/Selection/SelectionTransfer.h"
+#include "Platform/X11/Selection/IncomingTransfer.h"
 
 namespace stowboard {
 
-SelectionTransfer::SelectionTransfer(X11Connection& connection, xcb_window_t window,
-                                     xcb_atom_t target, xcb_timestamp_t time, std::size_t byteLimit,
-                                     const SelectionLimits& limits, SteadyTime now)
+IncomingTransfer::IncomingTransfer(X11Connection& connection, xcb_window_t window,
+                                   xcb_atom_t target, xcb_timestamp_t time, std::size_t byteLimit,
+                                   const SelectionLimits& limits, SteadyTime now)
     : connection_(connection),
       window_(window),
       target_(target),
@@ -17,7 +17,7 @@ SelectionTransfer::SelectionTransfer(X11Connection& connection, xcb_window_t win
       xcb_convert_selection(connection.xcb(), window, clipboard, target, target, time).sequence;
 }
 
-void SelectionTransfer::handle(const xcb_selection_notify_event_t& event, SteadyTime now) {
+void IncomingTransfer::handle(const xcb_selection_notify_event_t& event, SteadyTime now) {
   if (state_ != State::requested || event.target != target_) return;
   if (event.property == target_) {
     receiveAnswer(now);
@@ -26,15 +26,15 @@ void SelectionTransfer::handle(const xcb_selection_notify_event_t& event, Steady
   }
 }
 
-void SelectionTransfer::handle(const xcb_property_notify_event_t& event, SteadyTime now) {
+void IncomingTransfer::handle(const xcb_property_notify_event_t& event, SteadyTime now) {
   if (state_ == State::incremental && event.atom == target_) receiveChunk(now);
 }
 
-void SelectionTransfer::expire(SteadyTime now) {
+void IncomingTransfer::expire(SteadyTime now) {
   if (isPending() && now >= deadline_) state_ = State::timedOut;
 }
 
-void SelectionTransfer::receiveAnswer(SteadyTime now) {
+void IncomingTransfer::receiveAnswer(SteadyTime now) {
   bool fits = true;
   // Deleting the property is also what starts an incremental transfer.
   const auto kind =
@@ -51,7 +51,7 @@ void SelectionTransfer::receiveAnswer(SteadyTime now) {
   state_ = !kind ? State::refused : fits ? State::done : State::tooLarge;
 }
 
-void SelectionTransfer::receiveChunk(SteadyTime now) {
+void IncomingTransfer::receiveChunk(SteadyTime now) {
   const auto sizeBefore = buffer_.size();
   bool fits = true;
   const auto kind =
