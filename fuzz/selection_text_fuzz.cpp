@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "Base/Unicode/Utf8.h"
-#include "Platform/Clipboard/TextDecoding.h"
+#include "Platform/Clipboard/TextEncoding.h"
 #include "Platform/Clipboard/TransferBuffer.h"
 
 namespace {

@@ -22,7 +22,6 @@ class InertPasteboard : public Pasteboard {
   void setString(const Text&, std::string_view) override {}
   void setData(const Bytes&, std::string_view) override {}
   void writeImage(std::shared_ptr<const Image>) override {}
-  void handOver(std::function<void()> done) override { done(); }
   bool announcesMoves() const override { return true; }
 };
 

@@ -30,6 +30,8 @@ struct PasteboardType {
 /// thread's.
 class Pasteboard {
  public:
+  /// Gives content of ours to the desktop's own keeper of clipboards, where there is one, so that
+  /// it outlives this program. Waits for that, about a second at most.
   virtual ~Pasteboard() = default;
 
   /// Raised with every change of content, other programs' and our own; it never goes back.
@@ -62,11 +64,6 @@ class Pasteboard {
   /// Adds every representation that the image supplies; other programs have the one that they ask
   /// for encoded then.
   virtual void writeImage(std::shared_ptr<const Image> image) = 0;
-
-  /// For quitting: gives content of ours to the desktop's own keeper of clipboards, where there is
-  /// one, so that it outlives this program; then calls `done`, on the main thread and within about
-  /// a second. Other programs' copies are not noticed any more.
-  virtual void handOver(std::function<void()> done) = 0;
 
   /// True when onMoved is called for every move of the change count, so that nobody needs to poll.
   virtual bool announcesMoves() const = 0;

@@ -72,12 +72,6 @@ class FakePasteboard : public Pasteboard {
       setData(image->representation(type).value_or(Bytes()), type);
     }
   }
-  void handOver(std::function<void()> done) override {
-    handOvers += 1;
-    done();
-  }
-
-  int handOvers = 0;
 
  private:
   std::int64_t changeCount_ = 0;

@@ -62,13 +62,26 @@ const Bytes* ClipboardOffer::shared(std::string_view target) const {
 }
 
 bool ClipboardOffer::isAtHand(std::string_view target) const {
-  return isUtf8Target(target) || shared(target) != nullptr || kept_.contains(target);
+  return isUtf8Target(target) || shared(target) != nullptr || prepared_.contains(target);
 }
 
 std::optional<ClipboardOffer::Conversion> ClipboardOffer::conversion(
     std::string_view target) const {
-  const auto kept = kept_.find(target);
-  return kept == kept_.end() ? convert(target) : kept->second;
+  const auto prepared = prepared_.find(target);
+  return prepared == prepared_.end() ? convert(target) : prepared->second;
+}
+
+void ClipboardOffer::prepare(const std::string& target, const Background& background,
+                             std::function<void()> done) {
+  if (!underWay_.insert(target).second) return;
+  const auto self = shared_from_this();
+  const auto outcome = std::make_shared<std::optional<Conversion>>();
+  background([self, target, outcome] { *outcome = self->convert(target); },
+             [self, target, outcome, done = std::move(done)] {
+               self->prepared_.emplace(target, std::move(*outcome));
+               self->underWay_.erase(target);
+               done();
+             });
 }
 
 std::optional<ClipboardOffer::Conversion> ClipboardOffer::convert(std::string_view target) const {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Clipboard/TargetPolicy.h"
+#include "Platform/Clipboard/TextEncoding.h"
 
 namespace stowboard {
 
@@ -29,8 +29,6 @@ struct FetchedContent {
   bool isWhole = false;
   /// Which copy it is, in the order of the copies.
   std::uint64_t copyNumber = 0;
-  /// The last of our own writes that the copy came after.
-  std::uint64_t writeNumber = 0;
 
   bool hasData() const { return text || richText || image; }
 };

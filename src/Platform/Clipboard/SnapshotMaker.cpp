@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "Platform/Clipboard/TextDecoding.h"
+#include "Platform/Clipboard/TextEncoding.h"
 
 namespace stowboard {
 
@@ -19,33 +19,67 @@ Text sharedWith(const std::optional<Text>& previous, const Text& text) {
   return isSame ? *previous : text;
 }
 
-}  // namespace
+// Below this, handing a text to another thread takes longer than preparing it.
+constexpr std::size_t smallSize = 64 * 1024;
 
-std::shared_ptr<const ClipboardSnapshot> SnapshotMaker::make(FetchedContent content) {
-  auto snapshot = std::make_shared<ClipboardSnapshot>();
-  snapshot->types = std::move(content.types);
-  if (auto& text = content.text) {
-    snapshot->text =
-        sharedWith(previous_->text, decodedText(std::move(text->bytes), text->encoding));
-  }
-  if (auto& richText = content.richText) {
-    snapshot->richText = sharedWith(previous_->richText, std::move(*richText));
-    snapshot->named.emplace_back(std::move(content.richTextTarget), *snapshot->richText);
-  }
-  if (auto& image = content.image) {
-    auto ClipboardSnapshot::*const format =
-        content.isTiff ? &ClipboardSnapshot::tiff : &ClipboardSnapshot::png;
-    (*snapshot).*format = sharedWith((*previous_).*format, std::move(*image));
-    snapshot->named.emplace_back(std::move(content.imageTarget), *((*snapshot).*format));
-    decodeImage(*snapshot);
-  }
-  previous_ = snapshot;
-  return snapshot;
+bool isSmall(const FetchedContent& content) {
+  const std::size_t text = content.text ? content.text->bytes.size() : 0;
+  const std::size_t richText = content.richText ? content.richText->size() : 0;
+  return !content.image && text + richText <= smallSize;
 }
 
-void SnapshotMaker::decodeImage(ClipboardSnapshot& snapshot) {
-  const Bytes& encoded = snapshot.tiff ? *snapshot.tiff : *snapshot.png;
-  snapshot.image = codec_.decodeToFit(encoded, thumbnailDimension_);
+}  // namespace
+
+/// Makes one snapshot after the other.
+class SnapshotMaker::Workshop {
+ public:
+  Workshop(ImageCodec& codec, int thumbnailDimension)
+      : codec_(codec), thumbnailDimension_(thumbnailDimension) {}
+
+  std::shared_ptr<const ClipboardSnapshot> make(FetchedContent content) {
+    auto snapshot = std::make_shared<ClipboardSnapshot>();
+    snapshot->types = std::move(content.types);
+    if (auto& text = content.text) {
+      snapshot->text =
+          sharedWith(previous_->text, decodedText(std::move(text->bytes), text->encoding));
+    }
+    if (auto& richText = content.richText) {
+      snapshot->richText = sharedWith(previous_->richText, std::move(*richText));
+      snapshot->named.emplace_back(std::move(content.richTextTarget), *snapshot->richText);
+    }
+    if (auto& image = content.image) {
+      auto ClipboardSnapshot::*const format =
+          content.isTiff ? &ClipboardSnapshot::tiff : &ClipboardSnapshot::png;
+      const auto file = sharedWith((*previous_).*format, std::move(*image));
+      (*snapshot).*format = file;
+      snapshot->named.emplace_back(std::move(content.imageTarget), file);
+      snapshot->image = codec_.decodeToFit(file, thumbnailDimension_);
+    }
+    previous_ = snapshot;
+    return snapshot;
+  }
+
+ private:
+  ImageCodec& codec_;
+  const int thumbnailDimension_;
+  std::shared_ptr<const ClipboardSnapshot> previous_ = std::make_shared<ClipboardSnapshot>();
+};
+
+SnapshotMaker::SnapshotMaker(ImageCodec& codec, int thumbnailDimension, Background background)
+    : background_(std::move(background)),
+      workshop_(std::make_shared<Workshop>(codec, thumbnailDimension)) {}
+
+void SnapshotMaker::make(FetchedContent content, Receiver receiver) {
+  // Never past a content that is still being made: the order of the copies holds.
+  if (pending_ == 0 && isSmall(content)) return receiver(workshop_->make(std::move(content)));
+  pending_ += 1;
+  const auto held = std::make_shared<FetchedContent>(std::move(content));
+  const auto made = std::make_shared<std::shared_ptr<const ClipboardSnapshot>>();
+  background_([workshop = workshop_, held, made] { *made = workshop->make(std::move(*held)); },
+              [this, made, receiver = std::move(receiver)] {
+                pending_ -= 1;
+                receiver(*made);
+              });
 }
 
 }  // namespace stowboard

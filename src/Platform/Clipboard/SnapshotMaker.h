@@ -1,30 +1,39 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
+#include "Platform/Clipboard/Background.h"
 #include "Platform/Clipboard/ClipboardSnapshot.h"
 #include "Platform/Clipboard/FetchedContent.h"
 #include "Platform/Image.h"
 
 namespace stowboard {
 
-/// Makes snapshots out of fetched contents: decodes what is large to decode before anybody on the
-/// main thread asks. One thread at a time.
+/// Makes snapshots out of fetched contents, so that what is large to decode is decoded before
+/// anybody on the main thread asks. Belongs to the thread that fetches; that stays free for the
+/// next owner, since large contents are made in the background.
+///
+/// Where a format's bytes are those of the snapshot before, the new one shares its storage, so that
+/// comparing the two takes no time.
 class SnapshotMaker {
  public:
-  SnapshotMaker(ImageCodec& codec, int thumbnailDimension)
-      : codec_(codec), thumbnailDimension_(thumbnailDimension) {}
+  using Receiver = std::function<void(std::shared_ptr<const ClipboardSnapshot>)>;
 
-  /// Where a format's bytes are those of the snapshot before, the new one shares its storage, so
-  /// that comparing the two takes no time.
-  std::shared_ptr<const ClipboardSnapshot> make(FetchedContent content);
+  /// The codec must outlive the background's work.
+  SnapshotMaker(ImageCodec& codec, int thumbnailDimension, Background background);
+
+  /// Calls the receiver on this thread, in the order of the contents: at once where nothing is in
+  /// the background and the content is small.
+  void make(FetchedContent content, Receiver receiver);
 
  private:
-  void decodeImage(ClipboardSnapshot& snapshot);
+  class Workshop;
 
-  ImageCodec& codec_;
-  const int thumbnailDimension_;
-  std::shared_ptr<const ClipboardSnapshot> previous_ = std::make_shared<ClipboardSnapshot>();
+  const Background background_;
+  // The background's while anything is pending there, else this thread's.
+  const std::shared_ptr<Workshop> workshop_;
+  int pending_ = 0;
 };
 
 }  // namespace stowboard

@@ -5,24 +5,17 @@
 #include <string_view>
 #include <vector>
 
-namespace stowboard {
+#include "Platform/Clipboard/TextEncoding.h"
 
-/// How the bytes of a text target are to be understood.
-enum class TextEncoding {
-  utf8,
-  /// No charset was named: UTF-8 when the bytes are, else Latin-1.
-  unstated,
-  latin1,
-  compoundText,
-};
+namespace stowboard {
 
 /// What to ask of an owner that offers certain targets. Each list holds target names as the owner
 /// spelt them, the most trusted first; one success of a list is enough.
 struct TargetPlan {
   /// The owner asks that its content be left alone.
   bool isSecret = false;
-  /// As Pasteboard::types() tells them.
-  std::vector<std::string> types;
+  /// As Pasteboard::types() tells them; absent when the owner does not.
+  std::optional<std::vector<std::string>> types = {};
   std::vector<std::string> texts;
   std::vector<std::string> richTexts;
   std::vector<std::string> images;

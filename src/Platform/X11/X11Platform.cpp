@@ -44,7 +44,7 @@ X11KeyEventPoster::Surroundings surroundings(const X11Workspace* workspace,
 void addX11Adapters(Platform& platform, int thumbnailDimension) {
   const ApplicationIdentifying& applications = *platform.applications;
   RunLoop& runLoop = *platform.runLoop;
-  X11Pasteboard::Options options;
+  SelectionOptions options;
   options.thumbnailDimension = thumbnailDimension;
   auto workspace = X11Workspace::create(runLoop, applications);
   auto pasteboard = X11Pasteboard::create(runLoop, *platform.imageCodec, options);

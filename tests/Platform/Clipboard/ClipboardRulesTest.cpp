@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "Platform/Clipboard/TargetPolicy.h"
-#include "Platform/Clipboard/TextDecoding.h"
+#include "Platform/Clipboard/TextEncoding.h"
 #include "Platform/Clipboard/TransferBuffer.h"
 
 namespace stowboard {
@@ -23,8 +23,8 @@ TEST(TargetPolicy, TrustsTargetsInTheirOrderWhateverTheirSpelling) {
 TEST(TargetPolicy, OtherImageFormatsCountOnlyWithoutTiffAndPng) {
   const auto plan = planForTargets({"image/gif", "image/svg+xml", "image/jpeg", "UTF8_STRING"});
   EXPECT_THAT(plan.images, ElementsAre("image/jpeg", "image/gif"));
-  EXPECT_THAT(plan.types, ElementsAre("image/png", "text/plain", "image/gif", "image/svg+xml",
-                                      "image/jpeg", "UTF8_STRING"));
+  EXPECT_THAT(*plan.types, ElementsAre("image/png", "text/plain", "image/gif", "image/svg+xml",
+                                       "image/jpeg", "UTF8_STRING"));
   EXPECT_THAT(planForTargets({"x-kde-passwordManagerHint", "TARGETS"}).images, IsEmpty());
 }
 

@@ -4,7 +4,7 @@ namespace stowboard {
 
 IncomingTransfer::IncomingTransfer(X11Connection& connection, xcb_window_t window,
                                    xcb_atom_t target, xcb_timestamp_t time, std::size_t byteLimit,
-                                   const SelectionLimits& limits, SteadyTime now)
+                                   const TransferLimits& limits, SteadyTime now)
     : connection_(connection),
       window_(window),
       target_(target),

@@ -6,32 +6,16 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 #include "Platform/Clipboard/TransferBuffer.h"
+#include "Platform/Clipboard/TransferLimits.h"
 #include "Platform/X11/X11Connection.h"
 
 namespace stowboard {
 
-/// The bounds within which an owner has to hand its content over.
-struct SelectionLimits {
-  /// From a request to any answer.
-  std::chrono::milliseconds replyTimeout{5000};
-  /// From one chunk of an incremental transfer to the next.
-  std::chrono::milliseconds chunkTimeout{5000};
-  /// For all formats of one content together.
-  std::chrono::milliseconds totalTimeout{60000};
-  /// Of all formats of one content together.
-  std::size_t maxBytes = std::size_t{512} << 20;
-  /// How long the window of a request that was given up stays, so that an owner which answers late
-  /// does not write into a window that is gone: that error ends many a program.
-  std::chrono::milliseconds quarantine{30000};
-};
-
-using SteadyTime = std::chrono::steady_clock::time_point;
-
 /// One conversion of the CLIPBOARD into one target (ICCCM 2.4), incremental if the owner wants
-/// (2.7.2). Driven by the events of its window; never waits for the owner.
+/// (2.7.2). Driven by the events of its window; never waits for the owner. Belongs to the selection
+/// thread.
 class IncomingTransfer {
  public:
   enum class State {
@@ -48,7 +32,7 @@ class IncomingTransfer {
 
   /// Sends the request. `time` is the server time of the event that it goes back to.
   IncomingTransfer(X11Connection& connection, xcb_window_t window, xcb_atom_t target,
-                   xcb_timestamp_t time, std::size_t byteLimit, const SelectionLimits& limits,
+                   xcb_timestamp_t time, std::size_t byteLimit, const TransferLimits& limits,
                    SteadyTime now);
 
   State state() const { return state_; }

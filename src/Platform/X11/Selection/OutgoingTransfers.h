@@ -9,14 +9,15 @@
 #include <utility>
 
 #include "Base/Bytes.h"
-#include "Platform/X11/Selection/IncomingTransfer.h"
+#include "Platform/Clipboard/TransferLimits.h"
 #include "Platform/X11/X11Connection.h"
 
 namespace stowboard {
 
 /// Hands content over to those who asked for it: small content at once, larger content in chunks,
 /// the next one whenever the requester has deleted the one before (ICCCM 2.7.2). Any number at
-/// once, each at its requester's own pace; all read from the one content.
+/// once, each at its requester's own pace; all read from the one content. Belongs to the selection
+/// thread.
 class OutgoingTransfers {
  public:
   /// `patience`: how long a requester may take from one chunk to the next.

@@ -13,6 +13,13 @@ bool isLater(std::uint32_t left, std::uint32_t right) {
 
 }  // namespace
 
+bool hasOwner(X11Connection& connection, xcb_atom_t selection) {
+  const auto cookie = xcb_get_selection_owner(connection.xcb(), selection);
+  const XcbPointer<xcb_get_selection_owner_reply_t> reply(
+      xcb_get_selection_owner_reply(connection.xcb(), cookie, nullptr));
+  return reply && reply->owner != XCB_NONE;
+}
+
 void SelectionClaim::begin(Manner manner) {
   // Appending nothing changes nothing, yet it is announced, and with the server's time. The
   // property has the selection's name, so that several claims do not mix.
@@ -56,19 +63,12 @@ void SelectionClaim::takeWhenReady() {
 bool SelectionClaim::take() {
   // Nobody may get in between the question and the deed.
   xcb_grab_server(connection_.xcb());
-  const bool isFree = !hasOwner();
+  const bool isFree = !hasOwner(connection_, selection_);
   if (isFree) {
     sequence_ = xcb_set_selection_owner(connection_.xcb(), window_, selection_, time_).sequence;
   }
   xcb_ungrab_server(connection_.xcb());
   return isFree;
-}
-
-bool SelectionClaim::hasOwner() {
-  const auto cookie = xcb_get_selection_owner(connection_.xcb(), selection_);
-  const XcbPointer<xcb_get_selection_owner_reply_t> reply(
-      xcb_get_selection_owner_reply(connection_.xcb(), cookie, nullptr));
-  return reply && reply->owner != XCB_NONE;
 }
 
 bool SelectionClaim::isOvertakenBy(const xcb_xfixes_selection_notify_event_t& event,

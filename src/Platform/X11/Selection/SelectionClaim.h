@@ -11,9 +11,12 @@
 
 namespace stowboard {
 
+/// Asks the server, and waits for its answer.
+bool hasOwner(X11Connection& connection, xcb_atom_t selection);
+
 /// Our ownership of one selection, from the wish for it to its end. It counts from the moment that
 /// the server names when it is wished for (ICCCM 2.1), whenever the content follows: a program that
-/// takes the selection in between is the later one.
+/// takes the selection in between is the later one. Belongs to the selection thread.
 class SelectionClaim {
  public:
   enum class Manner {
@@ -61,7 +64,6 @@ class SelectionClaim {
 
   void takeWhenReady();
   bool take();
-  bool hasOwner();
 
   X11Connection& connection_;
   const xcb_window_t window_;

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "Platform/ImageSignature.h"
-
 namespace stowboard {
 
 namespace {
@@ -21,7 +19,7 @@ std::vector<xcb_atom_t> atomsOf(const std::string& bytes) {
 
 }  // namespace
 
-SelectionFetch::SelectionFetch(X11Connection& connection, const SelectionLimits& limits,
+SelectionFetch::SelectionFetch(X11Connection& connection, const TransferLimits& limits,
                                xcb_window_t owner, xcb_timestamp_t time, SteadyTime now,
                                std::uint64_t copyNumber)
     : connection_(connection),
@@ -29,10 +27,10 @@ SelectionFetch::SelectionFetch(X11Connection& connection, const SelectionLimits&
       owner_(owner),
       time_(time),
       deadline_(now + limits.totalTimeout),
+      copyNumber_(copyNumber),
       window_(connection.createWindow(XCB_EVENT_MASK_PROPERTY_CHANGE)),
       now_(now) {
-  content_.copyNumber = copyNumber;
-  request(connection.atom("TARGETS"));
+  request(connection.atom("TARGETS"), maxTargetBytes);
 }
 
 void SelectionFetch::handle(const xcb_selection_notify_event_t& event, SteadyTime now) {
@@ -68,9 +66,10 @@ void SelectionFetch::fail(std::string_view reason) {
 }
 
 FetchedContent SelectionFetch::takeContent() {
-  if (!content_.text && brokenText_) content_.text = {*std::move(brokenText_), TextEncoding::utf8};
-  content_.isWhole = state_ == State::complete;
-  return std::move(content_);
+  auto content = content_ ? content_->take() : FetchedContent{};
+  content.isWhole = state_ == State::complete;
+  content.copyNumber = copyNumber_;
+  return content;
 }
 
 void SelectionFetch::proceed() {
@@ -85,99 +84,50 @@ void SelectionFetch::endTransfer() {
     case IncomingTransfer::State::tooLarge:
       return fail("it exceeds the size that is accepted");
     default:
-      return step_ == Step::targets ? readTargets() : receive();
+      return content_ ? receive() : readTargets();
   }
 }
 
 void SelectionFetch::readTargets() {
   const auto kind = transfer_->kind();
   const bool isList = transfer_->state() == IncomingTransfer::State::done && kind.format == 32;
-  if (isList) {
-    plan_ = planForTargets(connection_.atomNames(atomsOf(transfer_->takeContent())));
-    content_.types = plan_.types;
-  } else {
-    plan_ = planWithoutTargets();
-  }
-  if (plan_.isSecret) {
+  const auto plan = isList
+                        ? planForTargets(connection_.atomNames(atomsOf(transfer_->takeContent())))
+                        : planWithoutTargets();
+  if (plan.isSecret) {
     state_ = State::secret;
     return;
   }
-  step_ = Step::text;
+  content_.emplace(plan);
   requestNext();
 }
 
 void SelectionFetch::receive() {
   const bool isAnswered = transfer_->state() == IncomingTransfer::State::done;
-  if (isAnswered && transfer_->kind().format == 8 && accept()) {
-    step_ = static_cast<Step>(static_cast<int>(step_) + 1);
-    candidate_ = 0;
+  const auto kind = transfer_->kind();
+  if (isAnswered && kind.format == 8) {
+    const bool saysUtf8 = kind.type == connection_.atom("UTF8_STRING");
+    const bool isUtf8 = transfer_->isUtf8();
+    content_->accept(transfer_->takeContent(), isUtf8, saysUtf8);
   } else {
-    candidate_ += 1;
+    content_->refuse();
   }
   requestNext();
 }
 
-bool SelectionFetch::accept() {
-  if (step_ == Step::text) return acceptText();
-  if (step_ == Step::image) return acceptImage();
-  content_.richText = transfer_->takeContent();
-  content_.richTextTarget = candidates()[candidate_];
-  received_ += content_.richText->size();
-  return true;
-}
-
-bool SelectionFetch::acceptText() {
-  const auto encoding = encodingOfAnswer();
-  const bool isUsable = encoding != TextEncoding::utf8 || transfer_->isUtf8();
-  auto bytes = transfer_->takeContent();
-  received_ += bytes.size();
-  if (isUsable) {
-    content_.text = {std::move(bytes), encoding};
-  } else if (!brokenText_) {
-    brokenText_ = std::move(bytes);
-  }
-  return isUsable;
-}
-
-TextEncoding SelectionFetch::encodingOfAnswer() const {
-  // Some owners answer STRING with UTF-8, and say so in the type.
-  const bool saysUtf8 = transfer_->kind().type == connection_.atom("UTF8_STRING");
-  if (saysUtf8 && transfer_->isUtf8()) return TextEncoding::utf8;
-  return encodingOfTarget(candidates()[candidate_]);
-}
-
-bool SelectionFetch::acceptImage() {
-  auto bytes = transfer_->takeContent();
-  if (imageTypeOf(bytes).empty()) return false;
-  content_.image = std::move(bytes);
-  content_.imageTarget = candidates()[candidate_];
-  content_.isTiff = isTiffTarget(content_.imageTarget);
-  return true;
-}
-
-const std::vector<std::string>& SelectionFetch::candidates() const {
-  if (step_ == Step::text) return plan_.texts;
-  return step_ == Step::richText ? plan_.richTexts : plan_.images;
-}
-
 void SelectionFetch::requestNext() {
-  while (step_ != Step::end && candidate_ == candidates().size()) {
-    step_ = static_cast<Step>(static_cast<int>(step_) + 1);
-    candidate_ = 0;
-  }
-  if (step_ == Step::end) {
+  const auto* const target = content_->wanted();
+  if (!target) {
     state_ = State::complete;
   } else if (isSuperseded()) {
     overtake();
   } else {
-    request(connection_.atom(candidates()[candidate_]));
+    request(connection_.atom(*target),
+            limits_.maxBytes - std::min(limits_.maxBytes, content_->size()));
   }
 }
 
-void SelectionFetch::request(xcb_atom_t target) {
-  const auto room = step_ == Step::targets
-                        ? maxTargetBytes
-                        : limits_.maxBytes - std::min(limits_.maxBytes, received_);
+void SelectionFetch::request(xcb_atom_t target, std::size_t room) {
   transfer_.emplace(connection_, window_, target, time_, room, limits_, now_);
 }
 

@@ -3,21 +3,15 @@
 #include <algorithm>
 #include <cstdint>
 #include <optional>
-#include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
-#include "Platform/Clipboard/FetchedContent.h"
-#include "Platform/Clipboard/TargetPolicy.h"
+#include "Platform/Clipboard/ContentBuilder.h"
 #include "Platform/X11/Selection/IncomingTransfer.h"
 
 namespace stowboard {
 
-/// Fetches the content of one new owner: asks for its targets, then, one after the other, for the
-/// best text, rich text and image on offer. The small ones come first, so that an owner which ends
-/// halfway costs as little as possible. A format that proves unusable gives way to the next of its
-/// kind.
+/// Fetches the content of one new owner: asks for its targets, then, one after the other, for those
+/// that a content is built of. Belongs to the selection thread.
 class SelectionFetch {
  public:
   enum class State {
@@ -30,8 +24,8 @@ class SelectionFetch {
   };
 
   /// Starts at once. `time` is the server time of the change of owner.
-  SelectionFetch(X11Connection& connection, const SelectionLimits& limits, xcb_window_t owner,
-                 xcb_timestamp_t time, SteadyTime now, std::uint64_t copyNumber = 0);
+  SelectionFetch(X11Connection& connection, const TransferLimits& limits, xcb_window_t owner,
+                 xcb_timestamp_t time, SteadyTime now, std::uint64_t copyNumber);
 
   State state() const { return state_; }
   bool isPending() const { return state_ == State::pending; }
@@ -64,40 +58,29 @@ class SelectionFetch {
   FetchedContent takeContent();
 
  private:
-  enum class Step { targets, text, richText, image, end };
-
   void fail(std::string_view reason);
   void proceed();
   void endTransfer();
   void readTargets();
   void receive();
-  bool accept();
-  bool acceptText();
-  TextEncoding encodingOfAnswer() const;
-  bool acceptImage();
   void requestNext();
-  void request(xcb_atom_t target);
-  const std::vector<std::string>& candidates() const;
+  void request(xcb_atom_t target, std::size_t room);
 
   X11Connection& connection_;
-  const SelectionLimits limits_;
+  const TransferLimits limits_;
   const xcb_window_t owner_;
   const xcb_timestamp_t time_;
   const SteadyTime deadline_;
+  const std::uint64_t copyNumber_;
   const xcb_window_t window_;
   State state_ = State::pending;
   std::string_view failure_;
   xcb_window_t successor_ = XCB_NONE;
   SteadyTime now_;
 
-  Step step_ = Step::targets;
-  std::size_t candidate_ = 0;
-  TargetPlan plan_;
+  // Absent until the targets are known.
+  std::optional<ContentBuilder> content_;
   std::optional<IncomingTransfer> transfer_;
-  std::size_t received_ = 0;
-  FetchedContent content_;
-  // Text that broke its encoding, for the case that no better one comes.
-  std::optional<std::string> brokenText_;
 };
 
 }  // namespace stowboard

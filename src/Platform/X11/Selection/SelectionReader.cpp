@@ -14,11 +14,6 @@ constexpr std::size_t maxFetches = 16;
 
 SteadyTime now() { return std::chrono::steady_clock::now(); }
 
-template <typename Event>
-const Event& as(const xcb_generic_event_t& event) {
-  return reinterpret_cast<const Event&>(event);
-}
-
 }  // namespace
 
 SelectionReader::SelectionReader(X11Connection& connection, const SelectionLimits& limits,
@@ -34,34 +29,30 @@ SelectionReader::SelectionReader(X11Connection& connection, const SelectionLimit
   connection.atom("INCR");
 }
 
-void SelectionReader::handle(const xcb_generic_event_t& event) {
-  const int type = event.response_type & 0x7F;
-  if (type == connection_.xfixesEventBase() + XCB_XFIXES_SELECTION_NOTIFY) {
-    handleOwner(as<xcb_xfixes_selection_notify_event_t>(event), event.full_sequence);
-  } else if (type == XCB_SELECTION_NOTIFY) {
-    const auto& answer = as<xcb_selection_notify_event_t>(event);
-    if (auto* fetch = fetchFor(answer.requestor)) fetch->handle(answer, now());
-  } else if (type == XCB_PROPERTY_NOTIFY) {
-    const auto& change = as<xcb_property_notify_event_t>(event);
-    const bool isNew = change.state == XCB_PROPERTY_NEW_VALUE;
-    if (auto* fetch = isNew ? fetchFor(change.window) : nullptr) fetch->handle(change, now());
-  }
+void SelectionReader::handle(const xcb_selection_notify_event_t& event) {
+  if (auto* fetch = fetchFor(event.requestor)) fetch->handle(event, now());
   settle();
 }
 
-void SelectionReader::handleOwner(const xcb_xfixes_selection_notify_event_t& event,
-                                  std::uint32_t sequence) {
+void SelectionReader::handle(const xcb_property_notify_event_t& event) {
+  if (auto* fetch = fetchFor(event.window)) fetch->handle(event, now());
+  settle();
+}
+
+void SelectionReader::handle(const xcb_xfixes_selection_notify_event_t& event,
+                             std::uint32_t sequence) {
   const bool isLoss =
       event.subtype != XCB_XFIXES_SELECTION_EVENT_SET_SELECTION_OWNER || event.owner == XCB_NONE;
   if (isLoss) {
     // All answers that the owner gave before its end have come in before this event.
     if (!fetches_.empty()) fetches_.back()->loseOwner();
-    return;
+    return settle();
   }
   for (auto& fetch : fetches_) fetch->supersede(sequence, event.owner);
   fetches_.push_back(std::make_unique<SelectionFetch>(connection_, limits_, event.owner,
                                                       event.timestamp, now(), ++copyCount_));
   if (fetches_.size() > maxFetches) fetches_.front()->overtake();
+  settle();
 }
 
 void SelectionReader::abandon() {

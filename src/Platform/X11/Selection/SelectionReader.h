@@ -7,18 +7,23 @@
 #include <memory>
 #include <optional>
 
-#include "Platform/X11/Selection/IncomingTransfer.h"
 #include "Platform/X11/Selection/SelectionFetch.h"
 #include "Platform/X11/X11Connection.h"
 
 namespace stowboard {
+
+struct SelectionLimits : TransferLimits {
+  /// How long the window of a request that was given up stays, so that an owner which answers late
+  /// does not write into a window that is gone: that error ends many a program.
+  std::chrono::milliseconds quarantine{30000};
+};
 
 /// Watches the CLIPBOARD and fetches the content of each new owner. Owners do not wait for each
 /// other: a new one is asked at once, whatever the one before is still doing. What that one was
 /// already asked for counts until the newer content is there; content is handed over in the order
 /// of the copies.
 ///
-/// Lives on the thread that drives its connection; never waits for another program.
+/// Belongs to the selection thread; never waits for another program.
 class SelectionReader {
  public:
   using Receiver = std::function<void(FetchedContent)>;
@@ -26,8 +31,11 @@ class SelectionReader {
   /// Watches from this moment on: copies made after the return are seen.
   SelectionReader(X11Connection& connection, const SelectionLimits& limits, Receiver receiver);
 
-  /// Changes of owner that come from this program are for the caller to leave out.
-  void handle(const xcb_generic_event_t& event);
+  /// A change of owner that does not come from this program.
+  void handle(const xcb_xfixes_selection_notify_event_t& event, std::uint32_t sequence);
+  void handle(const xcb_selection_notify_event_t& event);
+  /// A new value of a property.
+  void handle(const xcb_property_notify_event_t& event);
   /// Drops what is under way: nothing of it is handed over.
   void abandon();
   /// How many copies there have been; see FetchedContent::copyNumber.
@@ -42,7 +50,6 @@ class SelectionReader {
     SteadyTime end;
   };
 
-  void handleOwner(const xcb_xfixes_selection_notify_event_t& event, std::uint32_t sequence);
   SelectionFetch* fetchFor(xcb_window_t window);
   void settle();
   void finish(SelectionFetch& fetch);

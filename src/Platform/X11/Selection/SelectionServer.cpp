@@ -12,11 +12,6 @@ constexpr std::uint32_t maxEntries = 256;
 
 constexpr xcb_atom_t none = XCB_ATOM_NONE;
 
-template <typename Event>
-const Event& as(const xcb_generic_event_t& event) {
-  return reinterpret_cast<const Event&>(event);
-}
-
 template <typename Element>
 Bytes bytesOf(const std::vector<Element>& elements) {
   static_assert(sizeof(Element) == 4);
@@ -33,29 +28,7 @@ SelectionServer::SelectionServer(X11Connection& connection,
       background_(std::move(background)),
       transfers_(connection, patience) {}
 
-void SelectionServer::handle(const xcb_generic_event_t& event) {
-  switch (event.response_type & 0x7F) {
-    case XCB_SELECTION_REQUEST:
-      return handleRequest(as<xcb_selection_request_event_t>(event));
-    case XCB_PROPERTY_NOTIFY:
-      if (as<xcb_property_notify_event_t>(event).state == XCB_PROPERTY_DELETE) {
-        transfers_.handleDeletion(as<xcb_property_notify_event_t>(event), event.full_sequence);
-      }
-      return;
-    case XCB_DESTROY_NOTIFY:
-      return transfers_.drop(as<xcb_destroy_notify_event_t>(event).window);
-    case 0:
-      // A window that was gone before its end was announced.
-      if (as<xcb_generic_error_t>(event).error_code == XCB_WINDOW) {
-        transfers_.drop(as<xcb_generic_error_t>(event).resource_id);
-      }
-      return;
-    default:
-      return;
-  }
-}
-
-void SelectionServer::handleRequest(xcb_selection_request_event_t event) {
+void SelectionServer::handle(xcb_selection_request_event_t event) {
   if (isOurs(event.requestor)) return;
   const bool isMultiple = event.target == connection_.atom("MULTIPLE");
   // Programs older than the ICCCM leave the property out and look into the target's (2.2).
@@ -114,28 +87,10 @@ bool SelectionServer::prepare(Request& request) {
       if (!names.empty()) entry.name = names.front();
     }
     if (!request.offer->offers(entry.name) || request.offer->isAtHand(entry.name)) continue;
-    encode(request.offer, entry.name);
+    request.offer->prepare(entry.name, background_, [this] { answerPrepared(); });
     isReady = false;
   }
   return isReady;
-}
-
-void SelectionServer::encode(const std::shared_ptr<ClipboardOffer>& offer,
-                             const std::string& target) {
-  const bool isUnderWay = std::ranges::any_of(encodings_, [&](const Encoding& each) {
-    return each.offer == offer && each.target == target;
-  });
-  if (isUnderWay) return;
-  encodings_.push_back({offer, target});
-  const auto outcome = std::make_shared<std::optional<ClipboardOffer::Conversion>>();
-  background_([offer, target, outcome] { *outcome = offer->convert(target); },
-              [this, offer, target, outcome] {
-                offer->keep(target, std::move(*outcome));
-                std::erase_if(encodings_, [&](const Encoding& each) {
-                  return each.offer == offer && each.target == target;
-                });
-                answerPrepared();
-              });
 }
 
 void SelectionServer::answerPrepared() {

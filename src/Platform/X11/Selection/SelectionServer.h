@@ -2,12 +2,10 @@
 
 #include <xcb/xcb.h>
 
-#include <functional>
 #include <list>
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "Platform/X11/Selection/OutgoingTransfers.h"
@@ -18,18 +16,21 @@ namespace stowboard {
 
 /// Answers the requests for the selections that are ours (ICCCM 2.2 and 2.6): TARGETS, TIMESTAMP,
 /// MULTIPLE, SAVE_TARGETS and the targets of the content. A request is answered from the content
-/// that was there when it came, however long that takes. Never waits for a requester.
+/// that was there when it came, however long that takes. Never waits for a requester. Belongs to
+/// the selection thread.
 class SelectionServer {
  public:
-  /// Runs `work` on another thread and then `finish` on this one.
-  using Background = std::function<void(std::function<void()> work, std::function<void()> finish)>;
-
-  /// The claims outlive the server.
+  /// The claims outlive the server. Images are encoded in the background.
   SelectionServer(X11Connection& connection, std::vector<const SelectionClaim*> claims,
                   std::chrono::milliseconds patience, Background background);
 
-  /// Events that have nothing to do with requests are ignored.
-  void handle(const xcb_generic_event_t& event);
+  void handle(xcb_selection_request_event_t event);
+  /// A requester's property was deleted.
+  void handleDeletion(const xcb_property_notify_event_t& event, std::uint32_t sequence) {
+    transfers_.handleDeletion(event, sequence);
+  }
+  /// The window is gone.
+  void forget(xcb_window_t requester) { transfers_.drop(requester); }
   std::optional<SteadyTime> deadline() const { return transfers_.deadline(); }
   void expire() { transfers_.expire(); }
 
@@ -48,13 +49,11 @@ class SelectionServer {
     bool isMultiple = false;
   };
 
-  void handleRequest(xcb_selection_request_event_t event);
   const SelectionClaim* claimFor(const xcb_selection_request_event_t& event) const;
   bool isOurs(xcb_window_t window) const;
   std::optional<std::vector<Entry>> readEntries(const xcb_selection_request_event_t& event) const;
 
   bool prepare(Request& request);
-  void encode(const std::shared_ptr<ClipboardOffer>& offer, const std::string& target);
   void answerPrepared();
   void answer(Request& request);
   bool answerEntry(const Request& request, const Entry& entry);
@@ -67,11 +66,6 @@ class SelectionServer {
   OutgoingTransfers transfers_;
   // Requests for something that is being encoded.
   std::list<Request> waiting_;
-  struct Encoding {
-    std::shared_ptr<ClipboardOffer> offer;
-    std::string target;
-  };
-  std::vector<Encoding> encodings_;
 };
 
 }  // namespace stowboard

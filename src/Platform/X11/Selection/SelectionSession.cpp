@@ -1,16 +1,10 @@
 #include "Platform/X11/Selection/SelectionSession.h"
 
-#include <algorithm>
 #include <utility>
-#include <vector>
-
-#include "Base/Log.h"
 
 namespace stowboard {
 
 namespace {
-
-SteadyTime now() { return std::chrono::steady_clock::now(); }
 
 template <typename Event>
 const Event& as(const xcb_generic_event_t& event) {
@@ -19,23 +13,23 @@ const Event& as(const xcb_generic_event_t& event) {
 
 }  // namespace
 
-SelectionSession::SelectionSession(X11Connection& connection, const SelectionLimits& limits,
-                                   const ServingTimes& times, SelectionReader::Receiver receiver,
-                                   SelectionServer::Background background)
+SelectionSession::SelectionSession(X11Connection& connection, ImageCodec& codec,
+                                   const SelectionOptions& options, const Backgrounds& backgrounds,
+                                   Receiver receiver)
     : connection_(connection),
-      times_(times),
-      reader_(connection, limits,
+      maker_(codec, options.thumbnailDimension, backgrounds.preparation),
+      reader_(connection, options.limits,
               [this, receiver = std::move(receiver)](FetchedContent content) {
-                content.writeNumber = writeNumber_;
-                receiver(std::move(content));
+                receive(std::move(content), receiver);
               }),
       window_(connection.createWindow(XCB_EVENT_MASK_PROPERTY_CHANGE)),
       // The answer also tells that the window is there for other connections.
       writeProperty_(connection.atom("STOWBOARD_WRITE")),
       clipboard_(connection, window_, connection.atom("CLIPBOARD")),
       primary_(connection, window_, XCB_ATOM_PRIMARY),
-      server_(connection, {&clipboard_, &primary_}, times.requesterTimeout, std::move(background)) {
-}
+      server_(connection, {&clipboard_, &primary_}, options.requesterTimeout, backgrounds.encoding),
+      takeover_(connection, clipboard_, options.settling),
+      handOver_(connection, window_, clipboard_, options.handOver) {}
 
 void SelectionSession::handle(const xcb_generic_event_t& event) {
   dispatch(event);
@@ -43,30 +37,45 @@ void SelectionSession::handle(const xcb_generic_event_t& event) {
 }
 
 void SelectionSession::dispatch(const xcb_generic_event_t& event) {
+  const auto sequence = event.full_sequence;
   const int type = event.response_type & 0x7F;
   if (type == connection_.xfixesEventBase() + XCB_XFIXES_SELECTION_NOTIFY) {
-    return handleOwner(as<xcb_xfixes_selection_notify_event_t>(event), event.full_sequence);
+    return handleOwner(as<xcb_xfixes_selection_notify_event_t>(event), sequence);
   }
-  if (type == XCB_SELECTION_CLEAR) {
-    return primary_.handle(as<xcb_selection_clear_event_t>(event), event.full_sequence);
+  switch (type) {
+    case XCB_SELECTION_CLEAR:
+      return primary_.handle(as<xcb_selection_clear_event_t>(event), sequence);
+    case XCB_SELECTION_REQUEST:
+      return server_.handle(as<xcb_selection_request_event_t>(event));
+    case XCB_SELECTION_NOTIFY: {
+      const auto& answer = as<xcb_selection_notify_event_t>(event);
+      return answer.requestor == window_ ? handOver_.end() : reader_.handle(answer);
+    }
+    case XCB_PROPERTY_NOTIFY:
+      return handleProperty(as<xcb_property_notify_event_t>(event), sequence);
+    case XCB_DESTROY_NOTIFY:
+      return server_.forget(as<xcb_destroy_notify_event_t>(event).window);
+    case 0:
+      // A window that was gone before its end was announced.
+      if (as<xcb_generic_error_t>(event).error_code == XCB_WINDOW) {
+        server_.forget(as<xcb_generic_error_t>(event).resource_id);
+      }
+      return;
+    default:
+      return;
   }
-  if (type == XCB_PROPERTY_NOTIFY && as<xcb_property_notify_event_t>(event).window == window_) {
-    return handleProperty(as<xcb_property_notify_event_t>(event), event.full_sequence);
-  }
-  if (type == XCB_SELECTION_NOTIFY &&
-      as<xcb_selection_notify_event_t>(event).requestor == window_) {
-    return endHandOver();
-  }
-  server_.handle(event);
-  reader_.handle(event);
 }
 
 void SelectionSession::handleProperty(const xcb_property_notify_event_t& event,
                                       std::uint32_t sequence) {
+  if (event.window != window_) {
+    return event.state == XCB_PROPERTY_DELETE ? server_.handleDeletion(event, sequence)
+                                              : reader_.handle(event);
+  }
   if (event.atom == writeProperty_) beginWrite(event.time);
   clipboard_.handle(event, sequence);
   primary_.handle(event, sequence);
-  proceedHandOver();
+  handOver_.proceed(isWriting());
 }
 
 void SelectionSession::handleOwner(const xcb_xfixes_selection_notify_event_t& event,
@@ -76,58 +85,45 @@ void SelectionSession::handleOwner(const xcb_xfixes_selection_notify_event_t& ev
   // Another program's copy, which our ownership has ended.
   if (isClaimed && !clipboard_.isOvertakenBy(event, sequence)) return;
   clipboard_.release();
-  takeover_ = Takeover::none;
-  if (isLeaving_) return;
-  if (event.owner == XCB_NONE) {
-    handleLoss(event);
-  } else {
-    forgetCopy();
-  }
-  reader_.handle(reinterpret_cast<const xcb_generic_event_t&>(event));
-}
-
-void SelectionSession::handleLoss(const xcb_xfixes_selection_notify_event_t& event) {
+  if (handOver_.hasBegun()) return takeover_.forget();
   // A program that gives the clipboard up on purpose wants it to be empty.
   const bool isOnPurpose = event.subtype == XCB_XFIXES_SELECTION_EVENT_SET_SELECTION_OWNER;
-  if (isOnPurpose) return forgetCopy();
-  takeover_ = Takeover::settling;
-  settlingEnd_ = now() + times_.settling;
+  if (event.owner == XCB_NONE && !isOnPurpose) {
+    takeover_.begin();
+  } else {
+    takeover_.forget();
+  }
+  reader_.handle(event, sequence);
 }
 
-void SelectionSession::forgetCopy() {
-  keptCopy_ = 0;
-  kept_.reset();
+void SelectionSession::receive(FetchedContent content, const Receiver& receiver) {
+  const bool isWhole = content.isWhole;
+  maker_.make(std::move(content), [this, isWhole, receiver, copy = content.copyNumber,
+                                   write = writeNumber_](auto snapshot) {
+    if (isWhole && copy == reader_.copyCount()) takeover_.keep(snapshot);
+    receiver(std::move(snapshot), write);
+  });
 }
 
 std::optional<SteadyTime> SelectionSession::deadline() const {
-  std::optional<SteadyTime> earliest = reader_.deadline();
-  const auto consider = [&earliest](std::optional<SteadyTime> time) {
-    if (time) earliest = std::min(earliest.value_or(*time), *time);
-  };
-  consider(server_.deadline());
-  if (takeover_ == Takeover::settling) consider(settlingEnd_);
-  consider(handOverEnd_);
+  std::optional<SteadyTime> earliest;
+  for (const auto& each :
+       {reader_.deadline(), server_.deadline(), takeover_.deadline(), handOver_.deadline()}) {
+    if (each && (!earliest || *each < *earliest)) earliest = each;
+  }
   return earliest;
 }
 
 void SelectionSession::expire() {
-  const auto time = now();
-  if (const auto due = reader_.deadline(); due && *due <= time) reader_.expire();
+  reader_.expire();
   server_.expire();
-  if (takeover_ == Takeover::settling && settlingEnd_ <= time) {
-    takeover_ = Takeover::due;
-    takeOverWhenReady();
-  }
-  if (handOverEnd_ && *handOverEnd_ <= time) {
-    Log::clipboard.info("The clipboard manager took too long to save the clipboard");
-    endHandOver();
-  }
+  takeover_.expire();
+  handOver_.expire();
 }
 
 void SelectionSession::beginWrite(xcb_timestamp_t time) {
   writeNumber_ += 1;
-  takeover_ = Takeover::none;
-  forgetCopy();
+  takeover_.forget();
   reader_.abandon();
   clipboard_.beginAt(time);
   if (early_ && earlyNumber_ == writeNumber_) clipboard_.provide(std::exchange(early_, nullptr));
@@ -160,64 +156,10 @@ void SelectionSession::settlePublished() {
   for (const auto& done : std::exchange(onPublished_, {})) done();
 }
 
-void SelectionSession::keep(std::uint64_t copyNumber, std::shared_ptr<ClipboardOffer> offer) {
-  if (copyNumber != reader_.copyCount()) return;
-  keptCopy_ = copyNumber;
-  kept_ = std::move(offer);
-  takeOverWhenReady();
-}
-
-void SelectionSession::takeOverWhenReady() {
-  if (takeover_ != Takeover::due || !kept_) return;
-  takeover_ = Takeover::none;
-  auto offer = std::exchange(kept_, nullptr);
-  if (clipboardManager() != XCB_NONE) return;
-  Log::clipboard.info("Keeping the clipboard of a program that has ended");
-  clipboard_.begin(SelectionClaim::Manner::whileUnowned);
-  clipboard_.provide(std::move(offer));
-}
-
-xcb_window_t SelectionSession::clipboardManager() {
-  const auto cookie =
-      xcb_get_selection_owner(connection_.xcb(), connection_.atom("CLIPBOARD_MANAGER"));
-  const XcbPointer<xcb_get_selection_owner_reply_t> reply(
-      xcb_get_selection_owner_reply(connection_.xcb(), cookie, nullptr));
-  return reply ? reply->owner : XCB_NONE;
-}
-
-void SelectionSession::handOver(std::function<void()> done) {
-  onHandedOver_.push_back(std::move(done));
-  isLeaving_ = true;
+void SelectionSession::handOver() {
   reader_.abandon();
-  if (!handOverEnd_) handOverEnd_ = now() + times_.handOver;
-  proceedHandOver();
-}
-
-void SelectionSession::proceedHandOver() {
-  if (!handOverEnd_ || isSavingRequested_) return;
-  if (clipboardManager() == XCB_NONE) return endHandOver();
-  // Comes back once the clipboard is ours.
-  if (isWriting()) return;
-  if (!clipboard_.offer()) return endHandOver();
-  requestSaving();
-}
-
-// The freedesktop.org clipboard manager standard.
-void SelectionSession::requestSaving() {
-  isSavingRequested_ = true;
-  const auto saveTargets = connection_.atom("SAVE_TARGETS");
-  std::vector<xcb_atom_t> targets;
-  for (const auto& name : clipboard_.offer()->targets()) targets.push_back(connection_.atom(name));
-  xcb_change_property(connection_.xcb(), XCB_PROP_MODE_REPLACE, window_, saveTargets, XCB_ATOM_ATOM,
-                      32, static_cast<std::uint32_t>(targets.size()), targets.data());
-  xcb_convert_selection(connection_.xcb(), window_, connection_.atom("CLIPBOARD_MANAGER"),
-                        saveTargets, saveTargets, clipboard_.time());
-}
-
-void SelectionSession::endHandOver() {
-  handOverEnd_.reset();
-  isSavingRequested_ = false;
-  for (const auto& done : std::exchange(onHandedOver_, {})) done();
+  handOver_.begin();
+  handOver_.proceed(isWriting());
 }
 
 }  // namespace stowboard

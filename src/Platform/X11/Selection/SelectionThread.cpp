@@ -27,48 +27,46 @@ int millisecondsUntil(std::optional<SteadyTime> deadline) {
 
 }  // namespace
 
-std::unique_ptr<SelectionThread> SelectionThread::create(const std::string& display,
-                                                         const SelectionLimits& limits,
-                                                         const ServingTimes& times,
-                                                         SelectionReader::Receiver receiver,
+std::unique_ptr<SelectionThread> SelectionThread::create(ImageCodec& codec,
+                                                         const SelectionOptions& options,
+                                                         SelectionSession::Receiver receiver,
                                                          std::function<void()> onConnectionLost) {
-  auto connection = X11Connection::open(display);
-  auto writeConnection = X11Connection::open(display);
+  auto connection = X11Connection::open(options.display);
+  auto writeConnection = X11Connection::open(options.display);
   if (!connection || !writeConnection) return nullptr;
   return std::unique_ptr<SelectionThread>(
-      new SelectionThread(std::move(connection), std::move(writeConnection), limits, times,
+      new SelectionThread(std::move(connection), std::move(writeConnection), codec, options,
                           std::move(receiver), std::move(onConnectionLost)));
 }
 
 SelectionThread::SelectionThread(std::unique_ptr<X11Connection> connection,
-                                 std::unique_ptr<X11Connection> writeConnection,
-                                 const SelectionLimits& limits, const ServingTimes& times,
-                                 SelectionReader::Receiver receiver,
+                                 std::unique_ptr<X11Connection> writeConnection, ImageCodec& codec,
+                                 const SelectionOptions& options,
+                                 SelectionSession::Receiver receiver,
                                  std::function<void()> onConnectionLost)
     : connection_(std::move(connection)),
       writeConnection_(std::move(writeConnection)),
-      session_(*connection_, limits, times, std::move(receiver),
-               [this](std::function<void()> work, std::function<void()> finish) {
-                 encode(std::move(work), std::move(finish));
-               }),
+      // Nobody looks at what would be prepared at the end; a clipboard manager may still ask for
+      // something that has to be encoded.
+      session_(*connection_, codec, options,
+               {background(preparation_, isEnding_), background(encoding_, hasEnded_)},
+               std::move(receiver)),
       onConnectionLost_(std::move(onConnectionLost)),
-      wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
-
-SelectionThread::~SelectionThread() {
-  end();
-  close(wakeUp_);
-}
-
-void SelectionThread::start() {
+      wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
   thread_ = startSignalFreeThread("selection", [this] {
     run();
     hasEnded_ = true;
   });
 }
 
+SelectionThread::~SelectionThread() {
+  end();
+  close(wakeUp_);
+}
+
 void SelectionThread::end() {
   if (!thread_.joinable()) return;
-  post([](SelectionSession& session) { session.handOver([] {}); });
+  post([](SelectionSession& session) { session.handOver(); });
   isEnding_ = true;
   wake();
   thread_.join();
@@ -148,12 +146,14 @@ void SelectionThread::sleep() {
   if ((sources[1].revents & POLLIN) != 0) eventfd_read(wakeUp_, &ignored);
 }
 
-void SelectionThread::encode(std::function<void()> work, std::function<void()> finish) {
-  encoding_.async([this, work = std::move(work), finish = std::move(finish)] {
-    if (hasEnded_) return;
-    work();
-    post([finish](SelectionSession&) { finish(); });
-  });
+Background SelectionThread::background(SerialQueue& queue, const std::atomic<bool>& isOver) {
+  return [this, &queue, &isOver](auto work, auto finish) {
+    queue.async([this, &isOver, work = std::move(work), finish = std::move(finish)] {
+      if (isOver) return;
+      work();
+      post([finish](SelectionSession&) { finish(); });
+    });
+  };
 }
 
 }  // namespace stowboard

@@ -4,7 +4,6 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <string>
 #include <thread>
 #include <vector>
 
@@ -15,37 +14,35 @@
 namespace stowboard {
 
 /// The thread that speaks with the other programs about the selections, over a connection of its
-/// own. It sleeps until the server sends something, a command or a deadline comes.
+/// own. It sleeps until the server sends something, a command or a deadline comes. What it does
+/// then is the SelectionSession's; this is how other threads start it, and reach it.
 class SelectionThread {
  public:
   using Command = std::function<void(SelectionSession&)>;
 
-  /// Null when there is no X server, or one without XFixes. Copies made after the return are seen,
-  /// once it has started. `receiver` and `onConnectionLost` are called on the thread; the latter at
-  /// most once, as the last thing that it does.
-  static std::unique_ptr<SelectionThread> create(const std::string& display,
-                                                 const SelectionLimits& limits,
-                                                 const ServingTimes& times,
-                                                 SelectionReader::Receiver receiver,
+  /// Starts it. Null when there is no X server, or one without XFixes. Copies made after the return
+  /// are seen. `receiver` and `onConnectionLost` are called on the thread; the latter at most once,
+  /// as the last thing that it does.
+  static std::unique_ptr<SelectionThread> create(ImageCodec& codec, const SelectionOptions& options,
+                                                 SelectionSession::Receiver receiver,
                                                  std::function<void()> onConnectionLost);
   ~SelectionThread();
   SelectionThread(const SelectionThread&) = delete;
   SelectionThread& operator=(const SelectionThread&) = delete;
 
-  /// Before start(), and after end(), commands only pile up.
-  void start();
   /// Begins a write; see SelectionSession::writeWindow(). Does not wait for the server. One thread
   /// at a time.
   void beginWrite();
-  /// Runs the command on the thread, after those posted before. From any thread.
+  /// Runs the command on the thread, after those posted before; not any more after end(). From any
+  /// thread.
   void post(Command command);
   /// Hands the clipboard over where that makes sense, within the time for it, and ends the thread.
   void end();
 
  private:
   SelectionThread(std::unique_ptr<X11Connection> connection,
-                  std::unique_ptr<X11Connection> writeConnection, const SelectionLimits& limits,
-                  const ServingTimes& times, SelectionReader::Receiver receiver,
+                  std::unique_ptr<X11Connection> writeConnection, ImageCodec& codec,
+                  const SelectionOptions& options, SelectionSession::Receiver receiver,
                   std::function<void()> onConnectionLost);
 
   void run();
@@ -55,7 +52,7 @@ class SelectionThread {
   bool expireDeadlines();
   void sleep();
   void wake() const;
-  void encode(std::function<void()> work, std::function<void()> finish);
+  Background background(SerialQueue& queue, const std::atomic<bool>& isOver);
 
   std::unique_ptr<X11Connection> connection_;
   // Carries next to nothing, so that beginWrite() never finds it full.
@@ -68,7 +65,8 @@ class SelectionThread {
   std::mutex mutex_;
   std::vector<Command> commands_;
   std::thread thread_;
-  // Ends first: its tasks post commands.
+  // End first: their tasks post commands.
+  SerialQueue preparation_{"clipboard"};
   SerialQueue encoding_{"encoding"};
 };
 

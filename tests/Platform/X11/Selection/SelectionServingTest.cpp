@@ -61,10 +61,8 @@ class SelectionServingTest : public testing::Test {
  protected:
   SelectionServingTest() { open({}); }
 
-  void open(const ServingTimes& times) {
+  void open(const SelectionOptions& options) {
     pasteboard_.reset();
-    X11Pasteboard::Options options;
-    options.serving = times;
     pasteboard_ = X11Pasteboard::create(loop_, codec_, options);
     ASSERT_TRUE(pasteboard_) << "these tests need an X server";
     pasteboard_->onMoved = [this] { ++moves_; };
@@ -272,9 +270,7 @@ TEST_F(SelectionServingTest, ManyRequestersAreServedAtOnceWhateverOthersDo) {
 }
 
 TEST_F(SelectionServingTest, ARequesterThatStopsReadingIsGivenUp) {
-  ServingTimes times;
-  times.requesterTimeout = milliseconds(50);
-  open(times);
+  open({.requesterTimeout = milliseconds(50)});
   std::atomic<bool> gaveUp = false;
   const Log::Observation observation([&](const Log::Line& line) {
     if (line.message.find("stopped reading") != std::string::npos) gaveUp = true;
@@ -415,11 +411,13 @@ TEST_F(SelectionServingTest, ContentOutlivesItsProgramWithoutAMove) {
 class DrivenSession {
  public:
   DrivenSession() {
-    limits_.replyTimeout = milliseconds(100);
-    limits_.quarantine = times_.settling = milliseconds(0);
-    session_ = std::make_unique<SelectionSession>(
-        *connection_, limits_, times_, [this](FetchedContent content) { receive(content); },
-        [](const auto& work, const auto& finish) { work(), finish(); });
+    const Background atOnce = [](const auto& work, const auto& finish) { work(), finish(); };
+    SelectionOptions options;
+    options.limits.replyTimeout = milliseconds(100);
+    options.limits.quarantine = options.settling = milliseconds(0);
+    session_ = std::make_unique<SelectionSession>(*connection_, codec_, options,
+                                                  SelectionSession::Backgrounds{atOnce, atOnce},
+                                                  [](const auto&, auto) {});
   }
 
   /// Until everything that has happened so far is dealt with.
@@ -437,16 +435,7 @@ class DrivenSession {
   }
 
  private:
-  void receive(FetchedContent& content) {
-    if (!content.isWhole) return;
-    const auto number = content.copyNumber;
-    session_->keep(number, std::make_shared<ClipboardOffer>(maker_.make(std::move(content))));
-  }
-
   QtImageCodec codec_;
-  SnapshotMaker maker_{codec_, 300};
-  SelectionLimits limits_;
-  ServingTimes times_;
   std::unique_ptr<X11Connection> connection_ = X11Connection::open({});
   std::unique_ptr<SelectionSession> session_;
 };
@@ -535,26 +524,22 @@ TEST_F(SelectionServingTest, WhatIsOursGoesToTheClipboardManagerInTheEnd) {
   ScriptedManager manager;
   // The end comes in the very turn of the write.
   write(text);
-  bool isDone = false;
-  pasteboard_->handOver([&] { isDone = true; });
-  ASSERT_TRUE(loop_.runUntil([&] { return isDone; }));
+  pasteboard_.reset();
   ASSERT_TRUE(manager.text);
   EXPECT_TRUE(manager.text->bytes == text);
   EXPECT_THAT(manager.targets, Contains("UTF8_STRING"));
-  pasteboard_.reset();
   EXPECT_EQ(moves_, 0);
 }
 
 TEST_F(SelectionServingTest, TheEndWaitsForNoManagerThatIsSilentOrNotConcerned) {
-  ServingTimes times;
-  times.handOver = milliseconds(100);
-  open(times);
-  bool isDone = false;
-  pasteboard_->handOver([&] { isDone = true; });
-  ASSERT_TRUE(loop_.runUntil([&] { return isDone; }));
-  open(times);
-  publish("ours");
+  // Without a manager, and then without content of ours.
+  pasteboard_.reset();
   ScriptedManager silent(false);
+  open({});
+  pasteboard_.reset();
+  EXPECT_FALSE(silent.wasAsked);
+  open({.handOver = milliseconds(100)});
+  publish("ours");
   pasteboard_.reset();
   EXPECT_TRUE(silent.wasAsked);
 }

@@ -1,0 +1,116 @@
+#include "Platform/Clipboard/SnapshotPasteboard.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace stowboard {
+
+namespace {
+
+void addType(ClipboardSnapshot& content, std::string_view type) {
+  if (std::ranges::count(*content.types, type) == 0) content.types->emplace_back(type);
+}
+
+}  // namespace
+
+std::optional<Bytes> SnapshotPasteboard::data(std::string_view type) const {
+  if (type == PasteboardType::tiff && current_->tiff) return current_->tiff;
+  if (type == PasteboardType::png && current_->png) return current_->png;
+  if (type == PasteboardType::rtf) return current_->richText;
+  if (type == PasteboardType::string && current_->text) return current_->text->bytes();
+  for (const auto& [name, content] : current_->named) {
+    if (name == type) return content;
+  }
+  return isOurs_ && current_->image ? current_->image->representation(type) : std::nullopt;
+}
+
+std::optional<Text> SnapshotPasteboard::string(std::string_view type) const {
+  return type == PasteboardType::string ? current_->text : std::nullopt;
+}
+
+SnapshotPasteboard::Receiver SnapshotPasteboard::receiver() {
+  return [this, &runLoop = runLoop_, life = std::weak_ptr(life_)](auto snapshot, auto number) {
+    runLoop.post([this, life, snapshot = std::move(snapshot), number] {
+      if (!life.expired()) adopt(snapshot, number);
+    });
+  };
+}
+
+void SnapshotPasteboard::adopt(std::shared_ptr<const ClipboardSnapshot> snapshot,
+                               std::uint64_t writeNumber) {
+  // We have written since, and that counts.
+  if (writeNumber < writeNumber_) return;
+  current_ = std::move(snapshot);
+  isOurs_ = false;
+  changeCount_ += 1;
+  // A copy, since the handler may replace itself or destroy this pasteboard.
+  if (const auto handler = onMoved) handler();
+}
+
+void SnapshotPasteboard::clearContents() {
+  changeCount_ += 1;
+  writeNumber_ += 1;
+  isOurs_ = true;
+  draft_ = std::make_shared<ClipboardSnapshot>();
+  draft_->types.emplace();
+  current_ = draft_;
+  beginWrite();
+  scheduleCommit();
+}
+
+ClipboardSnapshot* SnapshotPasteboard::draft() {
+  if (!isOurs_) return nullptr;
+  if (!draft_) {
+    draft_ = std::make_shared<ClipboardSnapshot>(*current_);
+    current_ = draft_;
+    scheduleCommit();
+  }
+  return draft_.get();
+}
+
+void SnapshotPasteboard::setString(const Text& text, std::string_view type) {
+  if (type != PasteboardType::string) return setData(text.bytes(), type);
+  auto* const content = draft();
+  if (!content) return;
+  content->text = text;
+  addType(*content, type);
+}
+
+void SnapshotPasteboard::setData(const Bytes& data, std::string_view type) {
+  if (type == PasteboardType::string) return setString(Text(std::string(data.view())), type);
+  auto* const content = draft();
+  if (!content) return;
+  if (type == PasteboardType::rtf) {
+    content->richText = data;
+  } else {
+    std::erase_if(content->named, [type](const auto& each) { return each.first == type; });
+    content->named.emplace_back(type, data);
+  }
+  addType(*content, type);
+}
+
+void SnapshotPasteboard::writeImage(std::shared_ptr<const Image> image) {
+  auto* const content = draft();
+  if (!content) return;
+  // In the order of types().
+  for (const auto type : {PasteboardType::tiff, PasteboardType::png}) {
+    if (std::ranges::count(image->representationTypes(), type) > 0) addType(*content, type);
+  }
+  for (const auto& type : image->representationTypes()) addType(*content, type);
+  content->image = std::move(image);
+}
+
+void SnapshotPasteboard::scheduleCommit() {
+  if (std::exchange(isCommitScheduled_, true)) return;
+  runLoop_.post([this, life = std::weak_ptr(life_)] {
+    if (!life.expired()) commit();
+  });
+}
+
+void SnapshotPasteboard::commit() {
+  isCommitScheduled_ = false;
+  if (!draft_) return;
+  publish(writeNumber_, std::make_shared<ClipboardOffer>(std::exchange(draft_, nullptr)));
+}
+
+}  // namespace stowboard

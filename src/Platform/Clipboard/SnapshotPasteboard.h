@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include "Platform/Clipboard/ClipboardOffer.h"
+#include "Platform/Clipboard/ClipboardSnapshot.h"
+#include "Platform/Pasteboard.h"
+#include "Platform/RunLoop.h"
+
+namespace stowboard {
+
+/// The main thread's side of a clipboard that another thread reads and serves: the current content,
+/// and the one that is being written. Belongs to the main thread.
+///
+/// What is written goes out at the end of the turn, and counts from clearContents() on. Each
+/// content that comes in carries the number of the last write that it came after, so that it does
+/// not replace a later one.
+class SnapshotPasteboard : public Pasteboard {
+ public:
+  std::int64_t changeCount() const override { return changeCount_; }
+  std::optional<std::vector<std::string>> types() const override { return current_->types; }
+  std::optional<Bytes> data(std::string_view type) const override;
+  std::optional<Text> string(std::string_view type) const override;
+  bool announcesMoves() const override { return true; }
+
+  void clearContents() override;
+  void setString(const Text& text, std::string_view type) override;
+  void setData(const Bytes& data, std::string_view type) override;
+  void writeImage(std::shared_ptr<const Image> image) override;
+
+ protected:
+  using Receiver = std::function<void(std::shared_ptr<const ClipboardSnapshot>, std::uint64_t)>;
+
+  /// The run loop must outlive the pasteboard.
+  explicit SnapshotPasteboard(RunLoop& runLoop) : runLoop_(runLoop) {}
+
+  /// Where another thread puts what it has read, with the number of the write that it came after.
+  Receiver receiver();
+
+  /// A write begins: the clipboard is meant to be ours from now on. Must not wait.
+  virtual void beginWrite() = 0;
+  /// The content of a write, counted from 1; once more when something was added in a later turn.
+  virtual void publish(std::uint64_t writeNumber, std::shared_ptr<ClipboardOffer> offer) = 0;
+  /// Publishes what was written, if anything was; at the end of the turn, or sooner.
+  virtual void commit();
+  void scheduleCommit();
+
+ private:
+  void adopt(std::shared_ptr<const ClipboardSnapshot> snapshot, std::uint64_t writeNumber);
+  ClipboardSnapshot* draft();
+
+  RunLoop& runLoop_;
+  std::int64_t changeCount_ = 0;
+  std::shared_ptr<const ClipboardSnapshot> current_ = std::make_shared<ClipboardSnapshot>();
+  // Counts the calls of clearContents().
+  std::uint64_t writeNumber_ = 0;
+  bool isOurs_ = false;
+  // The current content while it is being written.
+  std::shared_ptr<ClipboardSnapshot> draft_;
+  bool isCommitScheduled_ = false;
+  // By which a task of the main loop tells whether there still is a pasteboard.
+  const std::shared_ptr<const bool> life_ = std::make_shared<bool>(true);
+};
+
+}  // namespace stowboard
