@@ -11,10 +11,8 @@
 
 #include "Base/Log.h"
 #include "Platform/Qt/QtImageCodec.h"
-#include "Platform/X11/QueueingRunLoop.h"
-#include "Platform/X11/Selection/ScriptedOwner.h"
 #include "Platform/X11/Selection/ScriptedRequester.h"
-#include "Platform/X11/Selection/X11Pasteboard.h"
+#include "Platform/X11/Selection/SelectionRig.h"
 
 namespace stowboard {
 namespace {
@@ -25,18 +23,6 @@ using testing::ElementsAre;
 using testing::IsSupersetOf;
 
 constexpr auto plain = PasteboardType::string;
-
-OwnerScript offering(std::vector<OfferedFormat> formats) {
-  OwnerScript script;
-  script.formats = std::move(formats);
-  return script;
-}
-
-std::string largeText(std::size_t size) {
-  std::string text;
-  while (text.size() < size) text += "line → " + std::to_string(text.size()) + "\n";
-  return text;
-}
 
 /// An image whose encoding the test lets through.
 struct GatedImage : Image {
@@ -57,17 +43,8 @@ struct GatedImage : Image {
   mutable std::atomic<int> encodings = 0;
 };
 
-class SelectionServingTest : public testing::Test {
+class SelectionServingTest : public testing::Test, protected SelectionRig<QtImageCodec> {
  protected:
-  SelectionServingTest() { open({}); }
-
-  void open(const SelectionOptions& options) {
-    pasteboard_.reset();
-    pasteboard_ = X11Pasteboard::create(loop_, codec_, options);
-    ASSERT_TRUE(pasteboard_) << "these tests need an X server";
-    pasteboard_->onMoved = [this] { ++moves_; };
-  }
-
   bool isServing(const std::string& selection, const std::string& text) {
     const auto answer = requester_.convert("UTF8_STRING", selection);
     return answer && answer->bytes == text;
@@ -78,9 +55,7 @@ class SelectionServingTest : public testing::Test {
   }
   /// Returns when other programs get what was written.
   void publish() {
-    bool hasTurned = false;
-    loop_.post([&] { hasTurned = true; });
-    ASSERT_TRUE(loop_.runUntil([&] { return hasTurned; }));
+    turn();
     const auto text = pasteboard_->string(plain);
     const std::string target = text ? "UTF8_STRING" : "TIMESTAMP";
     ASSERT_TRUE(loop_.runUntil([&] {
@@ -92,22 +67,7 @@ class SelectionServingTest : public testing::Test {
     write(text);
     publish();
   }
-  ScriptedOwner& copy(OwnerScript script) {
-    owners_.push_back(std::make_unique<ScriptedOwner>(std::move(script)));
-    return *owners_.back();
-  }
-  void awaitMoves(int count) {
-    ASSERT_TRUE(loop_.runUntil([&] { return moves_ >= count; })) << moves_ << " moves";
-  }
-  std::string currentText() const {
-    return std::string(pasteboard_->string(plain).value_or(Text("<none>")).view());
-  }
 
-  QtImageCodec codec_;
-  QueueingRunLoop loop_;
-  int moves_ = 0;
-  std::unique_ptr<X11Pasteboard> pasteboard_;
-  std::vector<std::unique_ptr<ScriptedOwner>> owners_;
   ScriptedRequester requester_;
 };
 
@@ -184,8 +144,8 @@ TEST_F(SelectionServingTest, ASlowEncodingHoldsUpNobodyElseAndIsDoneOnce) {
   pasteboard_->setString(Text("beside"), plain);
   publish();
   ScriptedRequester first, second;
-  first.ask("CLIPBOARD", "image/png", "ANSWER");
-  second.ask("CLIPBOARD", "image/png", "ANSWER");
+  first.ask("image/png");
+  second.ask("image/png");
   EXPECT_EQ(requester_.convert("UTF8_STRING"), (Answer{"UTF8_STRING", "beside"}));
   // What was asked for is what was there when it was.
   publish("newer");
@@ -200,21 +160,21 @@ TEST_F(SelectionServingTest, ASlowEncodingHoldsUpNobodyElseAndIsDoneOnce) {
 TEST_F(SelectionServingTest, MultipleAnswersWhatItCanAndMarksTheRest) {
   const auto text = largeText(1'000'000);
   publish(text);
-  const auto pairs = requester_.atoms(
-      {"UTF8_STRING", "A", "image/png", "B", "TIMESTAMP", "C", "MULTIPLE", "D", "text/plain", ""});
-  const auto put = [&](xcb_atom_t property) {
-    xcb_change_property(requester_.xcb(), XCB_PROP_MODE_REPLACE, requester_.window(), property,
-                        requester_.atom("ATOM_PAIR"), 32, static_cast<std::uint32_t>(pairs.size()),
-                        pairs.data());
-  };
-  put(requester_.atom("PAIRS"));
-  requester_.ask("CLIPBOARD", "MULTIPLE", "PAIRS");
+  std::vector<xcb_atom_t> pairs;
+  for (const char* name : {"UTF8_STRING", "A", "image/png", "B", "TIMESTAMP", "C", "MULTIPLE", "D",
+                           "text/plain", ""}) {
+    pairs.push_back(requester_.atom(name));
+  }
+  xcb_change_property(requester_.xcb(), XCB_PROP_MODE_REPLACE, requester_.window(),
+                      requester_.atom("PAIRS"), requester_.atom("ATOM_PAIR"), 32,
+                      static_cast<std::uint32_t>(pairs.size()), pairs.data());
+  requester_.ask("MULTIPLE", "PAIRS");
   ASSERT_EQ(requester_.awaitAnswer(), "PAIRS");
   EXPECT_THAT(requester_.names(requester_.take("PAIRS")->bytes),
               ElementsAre("UTF8_STRING", "A", "", "", "TIMESTAMP", "C", "", "", "", ""));
   EXPECT_EQ(requester_.take("C")->bytes.size(), 4u);
   EXPECT_EQ(requester_.read("A"), (Answer{"UTF8_STRING", text}));
-  requester_.ask("CLIPBOARD", "MULTIPLE", "");
+  requester_.ask("MULTIPLE", "");
   EXPECT_EQ(requester_.awaitAnswer(), std::nullopt);
 }
 
@@ -223,17 +183,17 @@ TEST_F(SelectionServingTest, RequestsFromBeforeOurOwnershipAreRefusedAndOldClien
   const auto time = requester_.convert("TIMESTAMP");
   ASSERT_EQ(time->type, "INTEGER");
   const auto since = *reinterpret_cast<const xcb_timestamp_t*>(time->bytes.data());
-  requester_.ask("CLIPBOARD", "UTF8_STRING", "ANSWER", since - 1);
+  requester_.ask("UTF8_STRING", "ANSWER", "CLIPBOARD", since - 1);
   EXPECT_EQ(requester_.awaitAnswer(), std::nullopt);
-  requester_.ask("CLIPBOARD", "UTF8_STRING", "ANSWER", since);
+  requester_.ask("UTF8_STRING", "ANSWER", "CLIPBOARD", since);
   EXPECT_EQ(requester_.awaitAnswer(), "ANSWER");
-  requester_.ask("CLIPBOARD", "UTF8_STRING", "");
+  requester_.ask("UTF8_STRING", "");
   EXPECT_EQ(requester_.awaitAnswer(), "UTF8_STRING");
   EXPECT_EQ(requester_.take("UTF8_STRING")->bytes, "text");
 }
 
 void beginTransfer(ScriptedRequester& requester) {
-  requester.ask("CLIPBOARD", "UTF8_STRING", "ANSWER");
+  requester.ask("UTF8_STRING");
   ASSERT_EQ(requester.awaitAnswer(), "ANSWER");
 }
 
@@ -253,8 +213,7 @@ TEST_F(SelectionServingTest, ManyRequestersAreServedAtOnceWhateverOthersDo) {
   std::atomic<int> served = 0;
   for (std::size_t i = 0; i < others.size(); ++i) {
     threads.emplace_back([&, i] {
-      const auto pieceSize = i % 3 == 0 ? 16384u : 1u << 20;
-      const auto answer = others[i].convert("UTF8_STRING", "CLIPBOARD", pieceSize);
+      const auto answer = others[i].convert("UTF8_STRING");
       if (answer && answer->bytes == text && answer->wasIncremental) ++served;
     });
   }
@@ -279,22 +238,21 @@ TEST_F(SelectionServingTest, ARequesterThatStopsReadingIsGivenUp) {
   pasteboard_->setData(Bytes(std::string(1'000'000, 'x')), "text/html");
   publish();
   ScriptedRequester stalled;
-  stalled.ask("CLIPBOARD", "text/html", "ANSWER");
+  stalled.ask("text/html");
   ASSERT_EQ(stalled.awaitAnswer(), "ANSWER");
   EXPECT_TRUE(loop_.runUntil([&] { return gaveUp.load(); }));
   EXPECT_TRUE(requester_.convert("TIMESTAMP"));
 }
 
 TEST_F(SelectionServingTest, ATransferUnderWayOutlivesItsContent) {
-  const auto text = largeText(3'000'000);
-  publish(text);
+  const auto large = largeText(3'000'000);
+  publish(large);
   ScriptedRequester early, later;
   for (auto* each : {&early, &later}) beginTransfer(*each);
   publish("newer");
-  EXPECT_EQ(early.read("ANSWER"), (Answer{"UTF8_STRING", text}));
-  copy(offering({{"UTF8_STRING", "foreign"}}));
-  awaitMoves(1);
-  EXPECT_EQ(later.read("ANSWER"), (Answer{"UTF8_STRING", text}));
+  EXPECT_EQ(early.read("ANSWER"), (Answer{"UTF8_STRING", large}));
+  copyAndAwait(text("foreign"));
+  EXPECT_EQ(later.read("ANSWER"), (Answer{"UTF8_STRING", large}));
 }
 
 TEST_F(SelectionServingTest, AWriteIsSeenWholeOrNotAtAllAndNeverComesBack) {
@@ -310,29 +268,20 @@ TEST_F(SelectionServingTest, AWriteIsSeenWholeOrNotAtAllAndNeverComesBack) {
   pasteboard_->setData(Bytes("<b>"), "text/html");
   publish();
   ASSERT_TRUE(loop_.runUntil([&] { return requester_.convert("text/html").has_value(); }));
-  copy(offering({{"UTF8_STRING", "foreign"}}));
-  awaitMoves(1);
+  copyAndAwait(text("foreign"));
   EXPECT_EQ(pasteboard_->changeCount(), count + 2);
-  EXPECT_EQ(currentText(), "foreign");
-  pasteboard_->setString(Text("stray"), plain);
-  EXPECT_EQ(currentText(), "foreign");
 }
 
 TEST_F(SelectionServingTest, AFetchUnderWayIsDroppedByAWrite) {
-  auto script = offering({{"UTF8_STRING", "before"}});
-  script.heldTargets = {"UTF8_STRING"};
-  auto& owner = copy(script);
-  ASSERT_TRUE(loop_.runUntil([&] { return owner.wasAskedFor("UTF8_STRING"); }));
+  auto& owner = copyHolding(text("before"), "UTF8_STRING");
   const auto before = requester_.ownerOf("CLIPBOARD");
   write("ours");
   ASSERT_TRUE(loop_.runUntil([&] { return requester_.ownerOf("CLIPBOARD") != before; }));
   owner.release();
-  ASSERT_TRUE(loop_.runUntil([&] { return owner.isIdle(); }));
+  awaitIdle(owner);
   EXPECT_EQ(owner.errors(), 0);
-  copy(offering({{"UTF8_STRING", "after"}}));
-  awaitMoves(1);
-  EXPECT_EQ(moves_, 1);
-  EXPECT_EQ(currentText(), "after");
+  copyAndAwait(text("after"));
+  EXPECT_THAT(seen_, ElementsAre("after"));
 }
 
 // Whoever is the last by the server's word, that is what both sides have to end with.
@@ -340,7 +289,7 @@ TEST_F(SelectionServingTest, WritesAndCopiesInAnyOrderEndAtTheTruth) {
   std::minstd_rand random(7);
   std::vector<std::unique_ptr<ScriptedOwner>> others;
   for (const char* name : {"one", "two"}) {
-    others.push_back(std::make_unique<ScriptedOwner>(offering({{"UTF8_STRING", name}})));
+    others.push_back(std::make_unique<ScriptedOwner>(text(name)));
   }
   int writes = 0;
   for (int round = 0; round < 150; ++round) {
@@ -348,8 +297,7 @@ TEST_F(SelectionServingTest, WritesAndCopiesInAnyOrderEndAtTheTruth) {
       const auto step = random() % 4;
       if (step < 2) others[step]->take();
       if (step == 2) write("write " + std::to_string(++writes));
-      if (step == 3)
-        loop_.runUntil([turned = false]() mutable { return std::exchange(turned, true); });
+      if (step == 3) turn();
     }
     ASSERT_TRUE(loop_.runUntil([&] { return isServing("CLIPBOARD", currentText()); }))
         << "round " << round << ": " << currentText() << " here, "
@@ -373,7 +321,7 @@ TEST_F(SelectionServingTest, PrimaryIsOfferedOnRequestUntilAnotherTakesIt) {
   pasteboard_->offerPrimary();
   ASSERT_TRUE(loop_.runUntil([&] { return requester_.ownerOf("PRIMARY") != other.window(); }));
   EXPECT_TRUE(isServing("PRIMARY", "newer"));
-  EXPECT_EQ(moves_, 0);
+  EXPECT_TRUE(seen_.empty());
 }
 
 TEST_F(SelectionServingTest, WhatIsPublishedIsServedFromThatMomentOn) {
@@ -392,8 +340,8 @@ TEST_F(SelectionServingTest, WhatIsPublishedIsServedFromThatMomentOn) {
 TEST_F(SelectionServingTest, ContentOutlivesItsProgramWithoutAMove) {
   const auto jpeg = codec_.encodeJpeg({8, 8, std::vector<std::uint8_t>(8 * 8 * 4, 0x80)}, 0.7);
   const std::string file(jpeg->view());
-  copy(offering({{"image/jpeg", file}, {"text/richtext", "{\\rtf1}"}, {"STRING", "caf\xe9"}}));
-  awaitMoves(1);
+  copyAndAwait(
+      offering({{"image/jpeg", file}, {"text/richtext", "{\\rtf1}"}, {"STRING", "caf\xe9"}}));
   const auto count = pasteboard_->changeCount();
   owners_.clear();
   ASSERT_TRUE(loop_.runUntil([&] { return requester_.ownerOf("CLIPBOARD") != XCB_NONE; }));
@@ -402,8 +350,7 @@ TEST_F(SelectionServingTest, ContentOutlivesItsProgramWithoutAMove) {
   EXPECT_EQ(requester_.convert("text/richtext"), (Answer{"text/richtext", "{\\rtf1}"}));
   EXPECT_EQ(requester_.convert("UTF8_STRING"), (Answer{"UTF8_STRING", "café"}));
   EXPECT_EQ(pasteboard_->changeCount(), count);
-  copy(offering({{"UTF8_STRING", "next"}}));
-  awaitMoves(2);
+  copyAndAwait(text("next"));
   EXPECT_EQ(currentText(), "next");
 }
 
@@ -442,29 +389,27 @@ class DrivenSession {
 
 TEST(SelectionTakeoverTest, OnlyWholeContentThatNobodyElseCaresForIsTakenOver) {
   enum class Then { ends, givesUp, isFollowed, endsBesideAManager };
-  auto mute = offering({{"UTF8_STRING", "never"}});
-  mute.heldTargets = {"UTF8_STRING"};
-  const auto text = offering({{"UTF8_STRING", "text"}});
+  const auto copied = text("text");
   const struct {
     const char* name;
     OwnerScript script;
     Then then;
     bool isTaken;
   } rows[] = {
-      {"an owner that ends", text, Then::ends, true},
-      {"an owner that gives the clipboard up", text, Then::givesUp, false},
-      {"an owner that is followed by another", text, Then::isFollowed, false},
-      {"a clipboard manager", text, Then::endsBesideAManager, false},
+      {"an owner that ends", copied, Then::ends, true},
+      {"an owner that gives the clipboard up", copied, Then::givesUp, false},
+      {"an owner that is followed by another", copied, Then::isFollowed, false},
+      {"a clipboard manager", copied, Then::endsBesideAManager, false},
       {"a secret", offering({{"UTF8_STRING", "pass"}, {"x-kde-passwordManagerHint", "x"}}),
        Then::ends, false},
-      {"content that did not come", mute, Then::ends, false},
+      {"content that did not come", holding(text("never"), "UTF8_STRING"), Then::ends, false},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     ScriptedRequester others;
     DrivenSession session;
     // A whole content before, which must not come up again.
-    auto earlier = std::make_unique<ScriptedOwner>(offering({{"UTF8_STRING", "earlier"}}));
+    auto earlier = std::make_unique<ScriptedOwner>(text("earlier"));
     session.settle();
     auto owner = std::make_unique<ScriptedOwner>(row.script);
     session.settle();
@@ -504,13 +449,7 @@ class ScriptedManager {
     targets = client_.names(client_.convert("TARGETS")->bytes);
     text = client_.convert("UTF8_STRING");
     client_.own("CLIPBOARD");
-    xcb_selection_notify_event_t notify{};
-    notify.response_type = XCB_SELECTION_NOTIFY;
-    notify.requestor = request->requestor;
-    notify.selection = request->selection;
-    notify.target = request->target;
-    notify.property = request->property;
-    xcb_send_event(client_.xcb(), 0, request->requestor, 0, reinterpret_cast<const char*>(&notify));
+    notify(client_.xcb(), *request, request->property);
     xcb_flush(client_.xcb());
   }
 
@@ -528,7 +467,7 @@ TEST_F(SelectionServingTest, WhatIsOursGoesToTheClipboardManagerInTheEnd) {
   ASSERT_TRUE(manager.text);
   EXPECT_TRUE(manager.text->bytes == text);
   EXPECT_THAT(manager.targets, Contains("UTF8_STRING"));
-  EXPECT_EQ(moves_, 0);
+  EXPECT_TRUE(seen_.empty());
 }
 
 TEST_F(SelectionServingTest, TheEndWaitsForNoManagerThatIsSilentOrNotConcerned) {

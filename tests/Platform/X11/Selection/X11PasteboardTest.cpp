@@ -10,8 +10,7 @@
 #include <vector>
 
 #include "Base/Log.h"
-#include "Platform/X11/QueueingRunLoop.h"
-#include "Platform/X11/Selection/ScriptedOwner.h"
+#include "Platform/X11/Selection/SelectionRig.h"
 #include "contract/PasteboardContract.h"
 
 namespace stowboard {
@@ -24,14 +23,7 @@ using std::chrono::milliseconds;
 
 const std::string pngBytes("\x89PNG\r\n\x1a\n picture");
 const std::string tiffBytes("II*\0 picture", 12);
-
-OwnerScript offering(std::vector<OfferedFormat> formats) {
-  OwnerScript script;
-  script.formats = std::move(formats);
-  return script;
-}
-
-OwnerScript text(std::string utf8) { return offering({{"UTF8_STRING", std::move(utf8)}}); }
+const auto passwords = offering({{"UTF8_STRING", "pass"}, {"x-kde-passwordManagerHint", "x"}});
 
 /// Takes any bytes for an image; remembers which, and can be made to take its time.
 class RecordingCodec : public ImageCodec {
@@ -69,59 +61,16 @@ class RecordingCodec : public ImageCodec {
 };
 
 // Short times only where they are what ends the transfer: a busy machine must not.
-SelectionLimits limitsFor(std::string_view reason) {
-  SelectionLimits limits;
+SelectionOptions optionsFor(std::string_view reason) {
+  SelectionOptions options;
+  auto& limits = options.limits;
   limits.maxBytes = 100'000;
   if (reason == "stopped answering") limits.replyTimeout = limits.chunkTimeout = milliseconds(400);
   if (reason == "took too long") limits.totalTimeout = milliseconds(400);
-  return limits;
+  return options;
 }
 
-class X11PasteboardTest : public testing::Test {
- protected:
-  X11PasteboardTest() { open({}); }
-
-  void open(const SelectionLimits& limits) {
-    SelectionOptions options;
-    options.limits = limits;
-    pasteboard_ = X11Pasteboard::create(loop_, codec_, options);
-    ASSERT_TRUE(pasteboard_) << "these tests need an X server";
-    seen_.clear();
-    pasteboard_->onMoved = [this] { seen_.push_back(currentText()); };
-  }
-
-  ScriptedOwner& copy(OwnerScript script) {
-    owners_.push_back(std::make_unique<ScriptedOwner>(std::move(script)));
-    return *owners_.back();
-  }
-
-  void awaitMoves(std::size_t count) {
-    ASSERT_TRUE(loop_.runUntil([&] { return seen_.size() >= count; }))
-        << "only " << seen_.size() << " of " << count << " moves came";
-  }
-
-  void copyAndAwait(OwnerScript script) {
-    const auto before = seen_.size();
-    copy(std::move(script));
-    awaitMoves(before + 1);
-  }
-
-  void awaitRequest(const ScriptedOwner& owner, const std::string& target) {
-    ASSERT_TRUE(loop_.runUntil([&] { return owner.wasAskedFor(target); })) << target;
-  }
-
-  std::string currentText() const {
-    const auto text = pasteboard_->string(PasteboardType::string);
-    return text ? std::string(text->view()) : "<none>";
-  }
-
-  QueueingRunLoop loop_;
-  RecordingCodec codec_;
-  // The text of each content announced.
-  std::vector<std::string> seen_;
-  std::unique_ptr<X11Pasteboard> pasteboard_;
-  std::vector<std::unique_ptr<ScriptedOwner>> owners_;
-};
+class X11PasteboardTest : public testing::Test, protected SelectionRig<RecordingCodec> {};
 
 TEST_F(X11PasteboardTest, TextComesFromTheMostTrustedUsableTarget) {
   const std::string list(8, '\x01');
@@ -186,8 +135,7 @@ TEST_F(X11PasteboardTest, ImagesComeUnderTheTypeThatTheirTargetStandsFor) {
 }
 
 TEST_F(X11PasteboardTest, ContentOfAnySizeArrivesWhole) {
-  std::string large;
-  while (large.size() < 9'000'000) large += "line → " + std::to_string(large.size()) + "\n";
+  const auto large = largeText(9'000'000);
   const struct {
     std::size_t size, chunkSize;
   } rows[] = {{200, 1}, {0, 7}, {300'000, 4099}, {large.size(), 1'000'003}, {large.size(), 0}};
@@ -203,9 +151,9 @@ TEST_F(X11PasteboardTest, ContentOfAnySizeArrivesWhole) {
 }
 
 TEST_F(X11PasteboardTest, ASecretIsNeitherReadNorCounted) {
-  const auto& secret =
-      copy(offering({{"UTF8_STRING", "pass"}, {"x-kde-passwordManagerHint", "x"}}));
-  awaitRequest(secret, "TARGETS");
+  auto& secret = copyHolding(passwords, "TARGETS");
+  secret.release();
+  awaitIdle(secret);
   copyAndAwait(text("after"));
   EXPECT_THAT(seen_, ElementsAre("after"));
   EXPECT_EQ(pasteboard_->changeCount(), 1);
@@ -213,14 +161,9 @@ TEST_F(X11PasteboardTest, ASecretIsNeitherReadNorCounted) {
 }
 
 TEST_F(X11PasteboardTest, AFaultyOwnerEndsWithItsTypesAndWhatDataCame) {
-  auto silent = text("never");
-  silent.heldTargets = {"TARGETS"};
-  auto mute = text("never");
-  mute.heldTargets = {"UTF8_STRING"};
   auto incremental = text(std::string(50'000, 'x'));
   incremental.chunkSize = 100;
-  auto halfMute = offering({{"text/rtf", "never"}, {"UTF8_STRING", "came"}});
-  halfMute.heldTargets = {"text/rtf"};
+  const auto rich = offering({{"text/rtf", "never"}, {"UTF8_STRING", "came"}});
   const auto failing = [&incremental](Fault fault) {
     auto script = incremental;
     script.fault = fault;
@@ -237,9 +180,11 @@ TEST_F(X11PasteboardTest, AFaultyOwnerEndsWithItsTypesAndWhatDataCame) {
     bool hasTypes;
     std::string text, reason;
   } rows[] = {
-      {"no answer at all", silent, false, "<none>", "stopped answering"},
-      {"no answer after TARGETS", mute, true, "<none>", "stopped answering"},
-      {"no answer for the richer format", halfMute, true, "came", "stopped answering"},
+      {"no answer at all", holding(text("never"), "TARGETS"), false, "<none>", "stopped answering"},
+      {"no answer after TARGETS", holding(text("never"), "UTF8_STRING"), true, "<none>",
+       "stopped answering"},
+      {"no answer for the richer format", holding(rich, "text/rtf"), true, "came",
+       "stopped answering"},
       {"stops halfway", failing(Fault::stopsAfterOneChunk), true, "<none>", "stopped answering"},
       {"dies halfway", failing(Fault::diesAfterOneChunk), true, "<none>", "its owner ended"},
       {"takes its time", trickling, true, "<none>", "took too long"},
@@ -250,7 +195,7 @@ TEST_F(X11PasteboardTest, AFaultyOwnerEndsWithItsTypesAndWhatDataCame) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
-    open(limitsFor(row.reason));
+    open(optionsFor(row.reason));
     std::string log;
     {
       const Log::Observation observation([&](const Log::Line& line) { log += line.message; });
@@ -267,27 +212,18 @@ TEST_F(X11PasteboardTest, AFaultyOwnerEndsWithItsTypesAndWhatDataCame) {
 
 // With the default limits of five seconds: the second owner must not wait for the first.
 TEST_F(X11PasteboardTest, AHangingOwnerDelaysNobodyAndSurvivesItsLateAnswer) {
-  auto script = text("too late");
-  script.heldTargets = {"UTF8_STRING"};
-  auto& hanging = copy(script);
-  awaitRequest(hanging, "UTF8_STRING");
+  auto& hanging = copyHolding(text("too late"), "UTF8_STRING");
   copyAndAwait(text("next"));
   hanging.release();
-  ASSERT_TRUE(loop_.runUntil([&] { return hanging.isIdle(); }));
+  awaitIdle(hanging);
   copyAndAwait(text("last"));
   EXPECT_THAT(seen_, ElementsAre("next", "last"));
   EXPECT_EQ(hanging.errors(), 0);
 }
 
 TEST_F(X11PasteboardTest, ACopyReplacedWhileItsAnswerIsUnderwayIsStillRecordedFirst) {
-  auto first = text("first");
-  first.heldTargets = {"UTF8_STRING"};
-  auto& slow = copy(first);
-  awaitRequest(slow, "UTF8_STRING");
-  auto second = text("second");
-  second.heldTargets = {"UTF8_STRING"};
-  auto& newer = copy(second);
-  awaitRequest(newer, "UTF8_STRING");
+  auto& slow = copyHolding(text("first"), "UTF8_STRING");
+  auto& newer = copyHolding(text("second"), "UTF8_STRING");
   slow.release();
   awaitMoves(1);
   newer.release();
@@ -298,16 +234,10 @@ TEST_F(X11PasteboardTest, ACopyReplacedWhileItsAnswerIsUnderwayIsStillRecordedFi
 // Whoever owns the clipboard answers: a request made on behalf of an older owner would reach this
 // one.
 TEST_F(X11PasteboardTest, AReplacedOwnersRemainingTargetsAreNotAskedOfItsSuccessor) {
-  auto first = text("first");
-  first.heldTargets = {"TARGETS"};
-  auto& slow = copy(first);
-  awaitRequest(slow, "TARGETS");
-  auto held = offering({{"UTF8_STRING", "pass"}, {"x-kde-passwordManagerHint", "x"}});
-  held.heldTargets = {"TARGETS"};
-  auto& newer = copy(held);
-  awaitRequest(newer, "TARGETS");
+  auto& slow = copyHolding(text("first"), "TARGETS");
+  auto& newer = copyHolding(passwords, "TARGETS");
   slow.release();
-  ASSERT_TRUE(loop_.runUntil([&] { return slow.isIdle(); }));
+  awaitIdle(slow);
   newer.release();
   copyAndAwait(text("after"));
   EXPECT_THAT(seen_, ElementsAre("after"));
@@ -355,17 +285,18 @@ TEST_F(X11PasteboardTest, TheSameContentCopiedAgainSharesItsStorage) {
 
 TEST_F(X11PasteboardTest, AnImageIsDecodedBeforeItsAnnouncementWhileTheNextCopyIsFetched) {
   codec_.isOpen = false;
-  copy(offering({{"image/png", pngBytes}}));
+  auto& image = copyHolding(offering({{"image/png", pngBytes}}), "image/png");
   bool wasDecoded = false;
   pasteboard_->onMoved = [&] {
     const auto png = pasteboard_->data(PasteboardType::png);
     if (png) wasDecoded = codec_.decoded.at(0).sharesStorageWith(*png);
     seen_.push_back(png ? "image" : currentText());
   };
-  awaitRequest(*owners_.back(), "image/png");
-  ASSERT_TRUE(loop_.runUntil([&] { return owners_.back()->isIdle(); }));
-  auto& next = copy(text("next"));
-  awaitRequest(next, "UTF8_STRING");
+  image.release();
+  awaitIdle(image);
+  auto& next = copyHolding(text("next"), "UTF8_STRING");
+  next.release();
+  awaitIdle(next);
   EXPECT_TRUE(seen_.empty());
   codec_.openUp();
   awaitMoves(2);
@@ -375,18 +306,12 @@ TEST_F(X11PasteboardTest, AnImageIsDecodedBeforeItsAnnouncementWhileTheNextCopyI
 
 TEST_F(X11PasteboardTest, NothingIsCalledAfterItsEnd) {
   codec_.isOpen = false;
-  const auto& first = copy(offering({{"image/png", pngBytes}}));
-  awaitRequest(first, "image/png");
-  auto script = text("held");
-  script.heldTargets = {"UTF8_STRING"};
-  auto& held = copy(script);
-  awaitRequest(held, "UTF8_STRING");
+  copyHolding(offering({{"image/png", pngBytes}}), "image/png").release();
+  auto& held = copyHolding(text("held"), "UTF8_STRING");
   codec_.openUp();
   pasteboard_.reset();
   held.release();
-  bool didTurn = false;
-  loop_.post([&] { didTurn = true; });
-  ASSERT_TRUE(loop_.runUntil([&] { return didTurn; }));
+  turn();
   EXPECT_TRUE(seen_.empty());
 }
 
@@ -421,13 +346,8 @@ TEST(X11PasteboardCreationTest, DeclinesWithoutAServer) {
   EXPECT_EQ(X11Pasteboard::create(loop, codec, options), nullptr);
 }
 
-class X11Driver {
+class X11Driver : SelectionRig<RecordingCodec> {
  public:
-  X11Driver() {
-    pasteboard_ = X11Pasteboard::create(loop_, codec_, {});
-    if (!pasteboard_) std::abort();
-  }
-
   Pasteboard& pasteboard() { return *pasteboard_; }
 
   void copy(std::map<std::string, std::string, std::less<>> content) {
@@ -435,27 +355,15 @@ class X11Driver {
     for (auto& [type, bytes] : content) {
       script.formats.push_back({type == PasteboardType::string ? "UTF8_STRING" : type, bytes});
     }
-    awaitMove([&] { owner_ = std::make_unique<ScriptedOwner>(script); });
-  }
-
-  void endOwner() {
-    // A loss that moved the count by mistake would show when the loop runs for the next copy, in
-    // CopiesInQuickSuccessionAllArriveInOrder.
-    owner_.reset();
-  }
-
- private:
-  template <typename Action>
-  void awaitMove(Action action) {
+    // Not by the moves that are announced: the test may be listening.
     const auto before = pasteboard_->changeCount();
-    action();
+    SelectionRig::copy(std::move(script));
     EXPECT_TRUE(loop_.runUntil([&] { return pasteboard_->changeCount() > before; }));
   }
 
-  QueueingRunLoop loop_;
-  RecordingCodec codec_;
-  std::unique_ptr<X11Pasteboard> pasteboard_;
-  std::unique_ptr<ScriptedOwner> owner_;
+  // A loss that moved the count by mistake would show when the loop runs for the next copy, in
+  // CopiesInQuickSuccessionAllArriveInOrder.
+  void endOwner() { owners_.clear(); }
 };
 
 INSTANTIATE_TYPED_TEST_SUITE_P(X11, PasteboardContract, X11Driver);
