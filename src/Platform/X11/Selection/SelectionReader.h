@@ -12,6 +12,7 @@
 
 namespace stowboard {
 
+/// The bounds for the owner of a selection.
 struct SelectionLimits : TransferLimits {
   /// How long the window of a request that was given up stays, so that an owner which answers late
   /// does not write into a window that is gone: that error ends many a program.

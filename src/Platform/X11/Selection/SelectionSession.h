@@ -18,6 +18,7 @@
 
 namespace stowboard {
 
+/// How selections are read and served.
 struct SelectionOptions {
   /// The X server; empty means $DISPLAY.
   std::string display = {};
