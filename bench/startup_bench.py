@@ -2,14 +2,14 @@
 """startup_bench.py STOWBOARD MINIMAL_TRAY [ROUNDS]
 
 How long Stowboard takes from its start to its first recorded copy, with 1000 text clips on disk, and
-how much memory it has to itself then; beside a minimal program with a tray icon. Both run in turn
+how much memory only it can have then; beside a minimal program with a tray icon. Both run in turn
 on one private desktop with a tray host, each on a terminal of its own.
 
 launched  the line "Stowboard launched" is on the terminal; another program copies right then
 ready     Stowboard has fetched that copy, which the history file is then seen to hold
 saved     the history file on disk holds it
-memory    the unique set size at rest, after one more copy; private pages of the libraries count, and
-          they are fewer where another running program has mapped the same libraries
+memory    private dirty at rest, after one more copy: the pages that nobody else can have and that the
+          system cannot take back, whatever else runs
 turn      the minimal program says that its event loop turns
 """
 
@@ -116,10 +116,10 @@ class Run:
         return self.since_start()
 
     def private_memory(self):
-        """Unique set size in MB once nothing runs in it any more."""
+        """Private dirty in MB once nothing runs in it any more."""
         self.settle()
         lines = pathlib.Path(f"/proc/{self.pid}/smaps_rollup").read_text().splitlines()
-        return sum(int(line.split()[1]) for line in lines if line.startswith("Private_")) / 1024
+        return next(int(line.split()[1]) for line in lines if line.startswith("Private_Dirty")) / 1024
 
     def settle(self):
         last = [None]
@@ -206,7 +206,7 @@ def main(stowboard, minimal, rounds=20):
     fastest = lambda rows, name: min(row[name] for row in rows)
     print(f"ready / turn: medians {median(ours, 'ready') / median(theirs, 'turn'):.2f}, "
           f"fastest {fastest(ours, 'ready') / fastest(theirs, 'turn'):.2f} (at most 2)")
-    print(f"memory: {median(ours, 'memory'):.1f} MB (under 14), "
+    print(f"private dirty: {median(ours, 'memory'):.1f} MB, "
           f"{median(ours, 'memory') - median(theirs, 'memory'):+.1f} beside the minimal program")
 
 

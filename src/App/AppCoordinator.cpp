@@ -115,8 +115,8 @@ void AppCoordinator::setupStatusItem() {
   menuBarController_->setupStatusItem();
 }
 
-void AppCoordinator::prepareHistoryPanel(std::function<void()> onDidPrepare) {
-  historyPanel().prepare(std::move(onDidPrepare));
+void AppCoordinator::prepareHistoryPanel() {
+  historyPanel().prepare();
 }
 
 HistoryPanel& AppCoordinator::historyPanel() {

@@ -32,8 +32,8 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
   void start();
 
   /// Builds the history panel before it is first asked for, so that it then opens at once. To be
-  /// called once, when there is nothing else to do; `onDidPrepare` is called when it is done.
-  void prepareHistoryPanel(std::function<void()> onDidPrepare);
+  /// called once, when there is nothing else to do.
+  void prepareHistoryPanel();
 
   /// Shows the history panel, or hides it when it is open. `anchor` is the status item's rectangle,
   /// in the toolkit's global coordinates; without one, or with an empty one, the panel opens at the

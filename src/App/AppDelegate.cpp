@@ -1,7 +1,6 @@
 #include "App/AppDelegate.h"
 
 #include <chrono>
-#include <utility>
 
 #include "Base/Log.h"
 
@@ -14,13 +13,13 @@ constexpr auto panelWaits = std::chrono::milliseconds(100);
 
 }  // namespace
 
-void AppDelegate::applicationDidFinishLaunching(std::function<void()> onDidSettle) {
+void AppDelegate::applicationDidFinishLaunching() {
   // Nothing keeps the poll alive here: Linux neither naps nor throttles a background process.
   const auto coordinator = AppCoordinator::create(platform_);
   coordinator->start();
   coordinator_ = coordinator;
-  platform_.runLoop->postAfter(panelWaits, [weak = std::weak_ptr(coordinator), onDidSettle] {
-    if (const auto running = weak.lock()) running->prepareHistoryPanel(onDidSettle);
+  platform_.runLoop->postAfter(panelWaits, [weak = std::weak_ptr(coordinator)] {
+    if (const auto running = weak.lock()) running->prepareHistoryPanel();
   });
   Log::app.info("Stowboard launched");
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 
 #include "App/AppCoordinator.h"
@@ -14,9 +13,8 @@ class AppDelegate {
   /// The platform must outlive the delegate.
   explicit AppDelegate(const Platform& platform) : platform_(platform) {}
 
-  /// Builds everything and starts it. `onDidSettle` is called later, when the last work of the
-  /// start is done.
-  void applicationDidFinishLaunching(std::function<void()> onDidSettle);
+  /// Builds everything and starts it.
+  void applicationDidFinishLaunching();
 
   /// Waits until what was recorded is on disk. May be called more than once.
   void applicationWillTerminate();

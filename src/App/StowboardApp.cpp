@@ -10,7 +10,6 @@
 #include "App/TerminationSignals.h"
 #include "Base/Log.h"
 #include "MenuBar/MenuBarIcon.h"
-#include "Platform/Desktop/StartMemory.h"
 #include "Platform/select.h"
 #include "Services/ThumbnailGenerator.h"
 #include "UI/Looks/Theme.h"
@@ -59,7 +58,7 @@ int runApplication(QApplication& application, const Platform& platform, SingleIn
                    [&delegate] { delegate.applicationWillTerminate(); });
   runningDelegate = &delegate;
   std::atexit(endWithTheSession);
-  delegate.applicationDidFinishLaunching(releaseStartMemory);
+  delegate.applicationDidFinishLaunching();
   Theme theme;
   followAppearance(theme, *platform.appearance);
   QApplication::setWindowIcon(applicationIcon());

@@ -47,8 +47,8 @@ HistoryPanel::~HistoryPanel() {
 
 bool HistoryPanel::isVisible() const { return window_->isVisible(); }
 
-void HistoryPanel::prepare(std::function<void()> onDidPrepare) {
-  view_->prepare(std::move(onDidPrepare));
+void HistoryPanel::prepare() {
+  view_->prepare();
   window_->prepare(compositing_.isRunning());
   // Painted once, unseen: the first time loads fonts and icons.
   window_->grab();

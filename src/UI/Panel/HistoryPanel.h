@@ -47,9 +47,8 @@ class HistoryPanel {
   /// raised.
   void showAtCursor();
 
-  /// Builds ahead what the first opening needs, native window included; `onDidPrepare` is called
-  /// when the work on the main thread is done.
-  void prepare(std::function<void()> onDidPrepare = nullptr);
+  /// Builds ahead what the first opening needs, native window included.
+  void prepare();
 
   /// The view's request for the settings. Absent at first.
   std::function<void()> onOpenSettings;

@@ -138,12 +138,9 @@ void HistoryView::viewDidAppear() {
 
 bool HistoryView::isComposing() const { return searchField_->isComposing(); }
 
-void HistoryView::prepare(std::function<void()> onDidPrepare) {
+void HistoryView::prepare() {
   isPrepared_ = true;
-  preparation_.start(appState_->clips(), devicePixelRatioF(), [this, onDidPrepare] {
-    warmUp();
-    if (onDidPrepare) onDidPrepare();
-  });
+  preparation_.start(appState_->clips(), devicePixelRatioF(), [this] { warmUp(); });
 }
 
 // Nothing of a clip stays behind that has left the history.

@@ -43,8 +43,7 @@ class HistoryView : public QWidget {
   /// Does ahead, a slice at a time while the event loop is idle, what the first opening and the
   /// first search would otherwise wait for; thumbnails and search forms on threads of their own.
   /// To be called once after the start; later clips get their thumbnails ahead, too.
-  /// `onDidPrepare` is called when the work on the main thread is done.
-  void prepare(std::function<void()> onDidPrepare = nullptr);
+  void prepare();
 
   /// Opens the settings window. Absent at first.
   std::function<void()> onOpenSettings;
