@@ -1,5 +1,7 @@
 #include "UI/Panel/HistoryView.h"
 
+#include <malloc.h>
+
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QPainter>
@@ -140,7 +142,11 @@ bool HistoryView::isComposing() const { return searchField_->isComposing(); }
 
 void HistoryView::prepare() {
   isPrepared_ = true;
-  preparation_.start(appState_->clips(), devicePixelRatioF(), [this] { warmUp(); });
+  preparation_.start(appState_->clips(), devicePixelRatioF(), [this] {
+    warmUp();
+    // The last of the start's work: what it freed lies scattered, and the allocator would keep it.
+    ::malloc_trim(0);
+  });
 }
 
 // Nothing of a clip stays behind that has left the history.
