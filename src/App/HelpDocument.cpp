@@ -1,7 +1,7 @@
 #include "App/HelpDocument.h"
 
+#include "Base/Files/AtomicFile.h"
 #include "Base/Log.h"
-#include "Utils/AtomicFile.h"
 #include "Utils/HelpGuide.h"
 
 namespace stowboard {

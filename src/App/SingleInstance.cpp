@@ -12,10 +12,10 @@
 #include <thread>
 #include <utility>
 
+#include "Base/Files/PrivateFiles.h"
 #include "Base/Log.h"
 #include "Platform/select.h"
 #include "Services/StorageManager.h"
-#include "Utils/PrivateFiles.h"
 
 namespace stowboard {
 

@@ -4,10 +4,10 @@
 #include <string_view>
 #include <utility>
 
+#include "Base/Files/AtomicFile.h"
+#include "Base/Files/PrivateFiles.h"
 #include "Base/Log.h"
 #include "Models/Json/JsonForm.h"
-#include "Utils/AtomicFile.h"
-#include "Utils/PrivateFiles.h"
 
 namespace stowboard {
 

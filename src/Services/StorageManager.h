@@ -3,10 +3,10 @@
 #include <atomic>
 #include <filesystem>
 
+#include "Base/Files/FileError.h"
 #include "Base/SerialQueue.h"
 #include "Platform/Bundle.h"
 #include "Services/StorageStoring.h"
-#include "Utils/FileError.h"
 
 namespace stowboard {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "Utils/FileError.h"
+#include "Base/Files/FileError.h"
 
 namespace stowboard {
 

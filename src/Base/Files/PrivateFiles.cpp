@@ -1,4 +1,4 @@
-#include "Utils/PrivateFiles.h"
+#include "Base/Files/PrivateFiles.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

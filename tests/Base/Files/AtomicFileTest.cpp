@@ -1,4 +1,4 @@
-#include "Utils/AtomicFile.h"
+#include "Base/Files/AtomicFile.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "Utils/AtomicFile.h"
+#include "Base/Files/AtomicFile.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "Utils/PrivateFiles.h"
+#include "Base/Files/PrivateFiles.h"
 
 namespace stowboard {
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "Utils/FileError.h"
+#include "Base/Files/FileError.h"
 
 namespace stowboard {
 

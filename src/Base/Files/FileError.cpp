@@ -1,4 +1,4 @@
-#include "Utils/FileError.h"
+#include "Base/Files/FileError.h"
 
 #include <fmt/format.h>
 
