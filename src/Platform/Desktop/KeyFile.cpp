@@ -1,7 +1,6 @@
 #include "Platform/Desktop/KeyFile.h"
 
 #include <algorithm>
-#include <iterator>
 #include <utility>
 
 namespace stowboard {
@@ -13,32 +12,19 @@ constexpr std::string_view mainGroup = "[Desktop Entry]";
 constexpr std::string_view escapes = "sntr\\";
 constexpr std::string_view escaped = " \n\t\r\\";
 
-std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view blanks = " \t\r";
-  const auto start = text.find_first_not_of(blanks);
-  if (start == std::string_view::npos) return {};
-  return text.substr(start, text.find_last_not_of(blanks) - start + 1);
-}
-
-bool isComment(std::string_view line) { return line.starts_with('#'); }
-
 // Empty for a line that holds no key.
 std::string_view keyOf(std::string_view line) {
   const auto equals = line.find('=');
-  return isComment(line) || equals == std::string_view::npos ? std::string_view()
-                                                             : trimmed(line.substr(0, equals));
+  if (equals == std::string_view::npos) return {};
+  const auto key = trimmed(line.substr(0, equals));
+  return key.starts_with('#') ? std::string_view() : key;
 }
 
-std::string_view valueOf(std::string_view line) { return trimmed(line.substr(line.find('=') + 1)); }
-
-std::vector<std::string> linesOf(std::string_view content) {
-  std::vector<std::string> lines;
-  while (!content.empty()) {
-    const auto end = std::min(content.find('\n'), content.size());
-    lines.emplace_back(content.substr(0, end));
-    content.remove_prefix(std::min(end + 1, content.size()));
-  }
-  return lines;
+// Takes the first line off, its end included.
+std::string_view takeLine(std::string_view& rest) {
+  const auto line = rest.substr(0, rest.find('\n') + 1);
+  rest.remove_prefix(line.size());
+  return line;
 }
 
 std::string unescape(std::string_view value) {
@@ -69,26 +55,56 @@ std::string escape(std::string_view text) {
 
 }  // namespace
 
-KeyFile::KeyFile(std::string_view content) : lines_(linesOf(content)) {
-  const auto isMainGroup = [](const auto& line) { return trimmed(line) == mainGroup; };
-  const auto isGroup = [](const auto& line) { return line.starts_with('['); };
-  const auto header = std::find_if(lines_.begin(), lines_.end(), isMainGroup);
-  if (header == lines_.end()) lines_.emplace_back(mainGroup);
-  const auto found = std::find_if(lines_.begin(), lines_.end(), isMainGroup);
-  begin_ = static_cast<std::size_t>(found - lines_.begin()) + 1;
-  end_ = static_cast<std::size_t>(std::find_if(found + 1, lines_.end(), isGroup) - lines_.begin());
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view blanks = " \t\r\n";
+  const auto start = text.find_first_not_of(blanks);
+  if (start == std::string_view::npos) return {};
+  return text.substr(start, text.find_last_not_of(blanks) - start + 1);
 }
 
-std::vector<std::string>::const_iterator KeyFile::find(std::string_view key) const {
-  const auto end = lines_.begin() + static_cast<std::ptrdiff_t>(end_);
-  const auto found = std::find_if(lines_.begin() + static_cast<std::ptrdiff_t>(begin_), end,
-                                  [key](const auto& line) { return keyOf(line) == key; });
-  return found == end ? lines_.end() : found;
+std::string_view takeUntil(std::string_view& rest, char separator) {
+  const auto end = std::min(rest.find(separator), rest.size());
+  const auto part = rest.substr(0, end);
+  rest.remove_prefix(std::min(end + 1, rest.size()));
+  return part;
 }
 
-std::optional<std::string> KeyFile::rawValue(std::string_view key) const {
+KeyFile::KeyFile(std::string content) : content_(std::move(content)) {
+  if (!content_.empty() && !content_.ends_with('\n')) content_ += '\n';
+  std::string_view rest = content_;
+  bool isFound = false;
+  while (!isFound && !rest.empty()) isFound = trimmed(takeLine(rest)) == mainGroup;
+  begin_ = end_ = content_.size() - rest.size();
+  while (!rest.empty() && !trimmed(takeLine(rest)).starts_with('[')) {
+    end_ = content_.size() - rest.size();
+  }
+  if (isFound) return;
+  content_ += std::string(mainGroup) + "\n";
+  begin_ = end_ = content_.size();
+}
+
+std::string_view KeyFile::group() const {
+  return std::string_view(content_).substr(begin_, end_ - begin_);
+}
+
+// The whole line; empty when there is none.
+std::string_view KeyFile::find(std::string_view key) const {
+  for (auto rest = group(); !rest.empty();) {
+    const auto line = takeLine(rest);
+    if (keyOf(line) == key) return line;
+  }
+  return {};
+}
+
+void KeyFile::replace(std::string_view part, std::string_view lines) {
+  content_.replace(static_cast<std::size_t>(part.data() - content_.data()), part.size(), lines);
+  end_ = end_ - part.size() + lines.size();
+}
+
+std::optional<std::string_view> KeyFile::rawValue(std::string_view key) const {
   const auto line = find(key);
-  return line == lines_.end() ? std::nullopt : std::optional<std::string>(valueOf(*line));
+  if (line.empty()) return std::nullopt;
+  return trimmed(line.substr(line.find('=') + 1));
 }
 
 std::string KeyFile::string(std::string_view key) const {
@@ -104,34 +120,33 @@ std::optional<bool> KeyFile::boolean(std::string_view key) const {
 
 std::vector<std::string> KeyFile::list(std::string_view key) const {
   std::vector<std::string> items;
-  const std::string value = rawValue(key).value_or("");
-  for (std::string_view rest = value; !rest.empty();) {
-    const auto end = std::min(rest.find(';'), rest.size());
-    if (end > 0) items.emplace_back(rest.substr(0, end));
-    rest.remove_prefix(std::min(end + 1, rest.size()));
+  for (auto rest = rawValue(key).value_or(""); !rest.empty();) {
+    const auto item = trimmed(takeUntil(rest, ';'));
+    if (!item.empty()) items.emplace_back(item);
   }
   return items;
 }
 
 std::vector<std::string> KeyFile::keys() const {
   std::vector<std::string> keys;
-  for (auto at = begin_; at < end_; ++at) {
-    if (const auto key = keyOf(lines_[at]); !key.empty()) keys.emplace_back(key);
+  for (auto rest = group(); !rest.empty();) {
+    if (const auto key = keyOf(takeLine(rest)); !key.empty()) keys.emplace_back(key);
   }
   return keys;
 }
 
 void KeyFile::setRawValue(std::string_view key, std::string_view value) {
-  std::string line = std::string(key) + "=" + std::string(value);
-  const auto found = find(key);
-  if (found != lines_.end()) {
-    lines_[static_cast<std::size_t>(found - lines_.begin())] = std::move(line);
-    return;
+  std::string line = std::string(key) + "=" + std::string(value) + "\n";
+  auto place = find(key);
+  if (place.empty()) {
+    // Behind the last line that is not blank.
+    std::size_t at = 0;
+    for (auto rest = group(); !rest.empty();) {
+      if (!trimmed(takeLine(rest)).empty()) at = group().size() - rest.size();
+    }
+    place = group().substr(at, 0);
   }
-  auto at = end_;
-  while (at > begin_ && trimmed(lines_[at - 1]).empty()) --at;
-  lines_.insert(lines_.begin() + static_cast<std::ptrdiff_t>(at), std::move(line));
-  ++end_;
+  replace(place, line);
 }
 
 void KeyFile::setString(std::string_view key, std::string_view value) {
@@ -139,16 +154,7 @@ void KeyFile::setString(std::string_view key, std::string_view value) {
 }
 
 void KeyFile::remove(std::string_view key) {
-  for (auto found = find(key); found != lines_.end(); found = find(key)) {
-    lines_.erase(found);
-    --end_;
-  }
-}
-
-std::string KeyFile::content() const {
-  std::string content;
-  for (const auto& line : lines_) content += line + "\n";
-  return content;
+  for (auto line = find(key); !line.empty(); line = find(key)) replace(line, {});
 }
 
 }  // namespace stowboard

@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "Platform/Desktop/Applications/FolderTree.h"
+#include "Platform/Desktop/KeyFile.h"
 
 namespace stowboard {
 
@@ -18,47 +19,6 @@ namespace fs = std::filesystem;
 using namespace std::string_view_literals;
 
 constexpr std::string_view suffix = ".desktop";
-
-std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view blanks = " \t\r";
-  const auto start = text.find_first_not_of(blanks);
-  if (start == text.npos) return {};
-  return text.substr(start, text.find_last_not_of(blanks) - start + 1);
-}
-
-std::string_view takeUntil(std::string_view& rest, char separator) {
-  const auto end = std::min(rest.find(separator), rest.size());
-  const auto part = rest.substr(0, end);
-  rest.remove_prefix(std::min(end + 1, rest.size()));
-  return part;
-}
-
-// The keys of the main group. Of a repeated key the first counts.
-std::map<std::string_view, std::string_view> mainGroup(std::string_view content) {
-  std::map<std::string_view, std::string_view> keys;
-  bool isInside = false;
-  while (!content.empty()) {
-    std::string_view line = trimmed(takeUntil(content, '\n'));
-    if (line.starts_with('#')) continue;
-    if (line.starts_with('[')) {
-      if (isInside) break;
-      isInside = line == "[Desktop Entry]";
-    } else if (isInside && line.find('=') != line.npos) {
-      const auto key = trimmed(takeUntil(line, '='));
-      keys.emplace(key, trimmed(line));
-    }
-  }
-  return keys;
-}
-
-std::vector<std::string> listItems(std::string_view list) {
-  std::vector<std::string> items;
-  while (!list.empty()) {
-    const auto item = trimmed(takeUntil(list, ';'));
-    if (!item.empty()) items.emplace_back(item);
-  }
-  return items;
-}
 
 // Splits off the first word of an Exec line, which may be quoted.
 std::string takeWord(std::string_view& rest) {
@@ -140,18 +100,15 @@ bool DesktopEntry::hasCategory(std::string_view category) const {
   return std::find(categories.begin(), categories.end(), category) != categories.end();
 }
 
-std::optional<DesktopEntry> DesktopEntry::parse(std::string id, std::string_view content) {
-  const auto keys = mainGroup(content);
-  const auto value = [&keys](std::string_view key) {
-    const auto found = keys.find(key);
-    return found == keys.end() ? std::string_view() : found->second;
-  };
+std::optional<DesktopEntry> DesktopEntry::parse(std::string id, std::string content) {
+  const KeyFile file(std::move(content));
+  const auto value = [&file](std::string_view key) { return file.rawValue(key).value_or(""); };
   if (value("Type") != "Application" || value("Hidden") == "true") return std::nullopt;
   DesktopEntry entry;
   entry.id = std::move(id);
   entry.startupWmClass = value("StartupWMClass");
   if (value("Terminal") != "true") entry.executable = executableOf(value("Exec"));
-  entry.categories = listItems(value("Categories"));
+  entry.categories = file.list("Categories");
   entry.isShown = value("NoDisplay") != "true";
   return entry;
 }

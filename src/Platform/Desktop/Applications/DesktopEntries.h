@@ -27,7 +27,7 @@ struct DesktopEntry {
 
   /// Reads a .desktop file's content; absent when it is no application or is marked as deleted
   /// (Hidden).
-  static std::optional<DesktopEntry> parse(std::string id, std::string_view content);
+  static std::optional<DesktopEntry> parse(std::string id, std::string content);
 };
 
 /// The installed applications, to be looked up by what their windows and processes tell.
