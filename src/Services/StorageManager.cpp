@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "Base/Files/AtomicFile.h"
-#include "Base/Files/PrivateFiles.h"
 #include "Base/Log.h"
 #include "Models/Json/JsonForm.h"
 

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <filesystem>
 
-#include "Base/Files/FileError.h"
+#include "Base/Files/PrivateFiles.h"
 #include "Base/SerialQueue.h"
 #include "Platform/Bundle.h"
 #include "Services/StorageStoring.h"

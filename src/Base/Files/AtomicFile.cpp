@@ -11,8 +11,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include "Base/Files/PrivateFiles.h"
-
 namespace stowboard {
 
 namespace fs = std::filesystem;

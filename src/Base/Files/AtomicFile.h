@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "Base/Files/FileError.h"
+#include "Base/Files/PrivateFiles.h"
 
 namespace stowboard {
 

@@ -1,15 +1,23 @@
 #include "Base/Files/PrivateFiles.h"
 
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <system_error>
 
 namespace stowboard {
 
 namespace fs = std::filesystem;
+
+FileError lastFileError(std::string_view action, const std::filesystem::path& path) {
+  const int number = errno;
+  const std::string reason = std::generic_category().message(number);
+  return {fmt::format("{} ({} {})", reason, action, path.native()), number};
+}
 
 fs::path resolveLinks(const fs::path& path) {
   constexpr int mostLinks = 40;  // as many as Linux itself follows
@@ -89,8 +97,8 @@ FileReader::FileReader(const fs::path& path)
     : chunk_(std::make_unique_for_overwrite<std::array<char, chunkSize>>()) {
   // Not to be held up by a pipe that stands in the file's place.
   descriptor_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-  failed_ = descriptor_ < 0;
-  missing_ = failed_ && errno == ENOENT;
+  if (descriptor_ < 0) error_ = errno;
+  isMissing_ = error_ == ENOENT;
 }
 
 FileReader::~FileReader() {
@@ -98,10 +106,10 @@ FileReader::~FileReader() {
 }
 
 std::string_view FileReader::next() {
-  while (!failed_) {
+  while (error_ == 0) {
     const ssize_t count = ::read(descriptor_, chunk_->data(), chunkSize);
     if (count >= 0) return {chunk_->data(), static_cast<std::size_t>(count)};
-    failed_ = errno != EINTR;
+    if (errno != EINTR) error_ = errno;
   }
   return {};
 }

@@ -8,9 +8,20 @@
 #include <string>
 #include <string_view>
 
-#include "Base/Files/FileError.h"
-
 namespace stowboard {
+
+/// Why work on a file failed, in words that begin with the system's own: "No space left on device
+/// (writing /home/ada/.local/share/…)". Empty for none.
+struct FileError {
+  std::string description;
+  /// The system's own number, as in errno.
+  int number = 0;
+
+  bool empty() const { return description.empty(); }
+};
+
+/// The error that errno holds. `action` is what was being done to `path`, in its -ing form.
+FileError lastFileError(std::string_view action, const std::filesystem::path& path);
 
 constexpr mode_t privateFileMode = 0600;
 constexpr mode_t privateFolderMode = 0700;
@@ -49,16 +60,17 @@ class FileReader {
   /// The next bytes, valid until the next call; empty at the end and after a failure.
   std::string_view next();
 
-  bool isMissing() const { return missing_; }
-  /// True when the file, although it may exist, could not be read to its end.
-  bool hasFailed() const { return failed_; }
+  /// Why the file could not be read to its end, as in errno; 0 while it could.
+  int error() const { return error_; }
+  bool isMissing() const { return isMissing_; }
+  bool hasFailed() const { return error_ != 0; }
 
  private:
   static constexpr std::size_t chunkSize = std::size_t{256} * 1024;
 
   int descriptor_ = -1;
-  bool missing_ = false;
-  bool failed_ = false;
+  int error_ = 0;
+  bool isMissing_ = false;
   std::unique_ptr<std::array<char, chunkSize>> chunk_;
 };
 

@@ -1,9 +1,7 @@
 #include "Platform/Desktop/XdgAutostart.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include <QFile>
 #include <QSaveFile>
 #include <algorithm>
 #include <array>
@@ -14,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "Base/Files/PrivateFiles.h"
 #include "Platform/Desktop/KeyFile.h"
 #include "Platform/Desktop/XdgFolders.h"
 
@@ -133,25 +132,18 @@ struct Reading {
 };
 
 Reading readFile(const fs::path& path) {
-  QFile file(QString::fromStdString(path.native()));
-  errno = 0;
-  if (!file.open(QIODevice::ReadOnly)) return {{}, errno ? errno : EIO};
-  return {file.readAll().toStdString(), 0};
-}
-
-// Each missing folder of the path, private to the user as the Base Directory standard says.
-Failure makeFolders(const fs::path& folder) {
-  std::error_code unknown;
-  if (fs::is_directory(folder, unknown)) return std::nullopt;
-  if (folder.has_relative_path()) {
-    if (auto failure = makeFolders(folder.parent_path())) return failure;
-  }
-  const bool isMade = ::mkdir(folder.c_str(), S_IRWXU) == 0;
-  return isMade ? std::nullopt : systemWords(errno);
+  FileReader file(path);
+  Reading reading;
+  for (auto chunk = file.next(); !chunk.empty(); chunk = file.next()) reading.content += chunk;
+  reading.error = file.error();
+  return reading;
 }
 
 Failure writeFile(const fs::path& path, const std::string& content) {
-  if (auto failure = makeFolders(path.parent_path())) return failure;
+  if (const auto error = createPrivateFolder(path.parent_path()); !error.empty()) {
+    return systemWords(error.number);
+  }
+  // Unlike a private file, the entry keeps the mode that it has and may be a link.
   QSaveFile file(QString::fromStdString(path.native()));
   const bool isWritten = file.open(QIODevice::WriteOnly) &&
                          file.write(content.data(), static_cast<qint64>(content.size())) >= 0 &&
@@ -221,8 +213,8 @@ std::optional<std::string> XdgAutostart::registerApplication() {
 std::optional<std::string> XdgAutostart::unregisterApplication() {
   const fs::path file = userFile();
   if (!systemFile()) {
-    const bool isGone = ::unlink(file.c_str()) == 0 || errno == ENOENT;
-    return isGone ? std::nullopt : systemWords(errno);
+    const FileError error = removeFile(file);
+    return error.empty() ? std::nullopt : systemWords(error.number);
   }
   auto [entry, failure] = entryForChange(file);
   if (failure) return failure;
