@@ -115,9 +115,7 @@ void AppCoordinator::setupStatusItem() {
   menuBarController_->setupStatusItem();
 }
 
-void AppCoordinator::prepareHistoryPanel() {
-  historyPanel().prepare();
-}
+void AppCoordinator::prepareHistoryPanel() { historyPanel().prepare(); }
 
 HistoryPanel& AppCoordinator::historyPanel() {
   if (!historyPanel_) {
