@@ -1,8 +1,9 @@
 #include "Platform/X11/X11Connection.h"
 
+#include <poll.h>
 #include <xcb/xfixes.h>
 
-#include <algorithm>
+#include <utility>
 
 namespace stowboard {
 
@@ -19,6 +20,19 @@ xcb_screen_t* screenNumber(xcb_connection_t* connection, int number) {
 
 }  // namespace
 
+const xcb_query_extension_reply_t* findExtension(xcb_connection_t* connection,
+                                                 xcb_extension_t& extension) {
+  const auto* found = xcb_get_extension_data(connection, &extension);
+  return found != nullptr && found->present != 0 ? found : nullptr;
+}
+
+xcb_atom_t internAtom(xcb_connection_t* connection, std::string_view name) {
+  const auto length = static_cast<std::uint16_t>(name.size());
+  const auto reply = awaitReply(xcb_intern_atom_reply, connection,
+                                xcb_intern_atom(connection, 0, length, name.data()));
+  return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
+}
+
 std::unique_ptr<X11Connection> X11Connection::open(const std::string& display) {
   int screen = 0;
   auto* raw = xcb_connect(display.empty() ? nullptr : display.c_str(), &screen);
@@ -32,13 +46,29 @@ X11Connection::X11Connection(xcb_connection_t* connection, int screen) : connect
 }
 
 bool X11Connection::startXfixes() {
-  const auto* extension = xcb_get_extension_data(xcb(), &xcb_xfixes_id);
-  if (extension == nullptr || extension->present == 0) return false;
+  const auto* extension = findExtension(xcb(), xcb_xfixes_id);
+  if (extension == nullptr) return false;
   xfixesEventBase_ = extension->first_event;
   // The server takes no other XFixes request before this one.
-  const XcbPointer<xcb_xfixes_query_version_reply_t> version(
-      xcb_xfixes_query_version_reply(xcb(), xcb_xfixes_query_version(xcb(), 1, 0), nullptr));
+  const auto version =
+      awaitReply(xcb_xfixes_query_version_reply, xcb(), xcb_xfixes_query_version(xcb(), 1, 0));
   return version != nullptr && version->major_version >= 1;
+}
+
+bool X11Connection::awaitEvents(std::chrono::steady_clock::time_point end) const {
+  using std::chrono::milliseconds;
+  xcb_flush(xcb());
+  while (!isBroken()) {
+    // Waiting for replies may have taken events off the socket, which is silent about them.
+    bool hasCome = false;
+    while (nextEvent()) hasCome = true;
+    const auto left = std::chrono::ceil<milliseconds>(end - std::chrono::steady_clock::now());
+    if (left <= milliseconds::zero()) return false;
+    if (hasCome) return true;
+    pollfd waiting{fileDescriptor(), POLLIN, 0};
+    poll(&waiting, 1, static_cast<int>(left.count()));
+  }
+  return false;
 }
 
 void X11Connection::learnName(xcb_atom_t atom, const std::string& name) {
@@ -48,12 +78,9 @@ void X11Connection::learnName(xcb_atom_t atom, const std::string& name) {
 
 xcb_atom_t X11Connection::atom(std::string_view name) {
   if (const auto known = atoms_.find(name); known != atoms_.end()) return known->second;
-  const auto cookie =
-      xcb_intern_atom(xcb(), 0, static_cast<std::uint16_t>(name.size()), name.data());
-  const XcbPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(xcb(), cookie, nullptr));
-  if (!reply) return XCB_ATOM_NONE;
-  learnName(reply->atom, std::string(name));
-  return reply->atom;
+  const auto atom = internAtom(xcb(), name);
+  if (atom != XCB_ATOM_NONE) learnName(atom, std::string(name));
+  return atom;
 }
 
 std::vector<std::string> X11Connection::atomNames(const std::vector<xcb_atom_t>& atoms) {
@@ -62,11 +89,7 @@ std::vector<std::string> X11Connection::atomNames(const std::vector<xcb_atom_t>&
     if (!names_.contains(atom)) asked.emplace_back(atom, xcb_get_atom_name(xcb(), atom));
   }
   for (const auto& [atom, cookie] : asked) {
-    // An error would otherwise come back as an event.
-    xcb_generic_error_t* error = nullptr;
-    const XcbPointer<xcb_get_atom_name_reply_t> reply(
-        xcb_get_atom_name_reply(xcb(), cookie, &error));
-    const XcbPointer<xcb_generic_error_t> ignored(error);
+    const auto reply = awaitReply(xcb_get_atom_name_reply, xcb(), cookie);
     if (!reply) continue;
     const auto length = static_cast<std::size_t>(xcb_get_atom_name_name_length(reply.get()));
     learnName(atom, std::string(xcb_get_atom_name_name(reply.get()), length));
@@ -89,11 +112,9 @@ std::optional<PropertyKind> X11Connection::takeProperty(
     xcb_window_t window, xcb_atom_t property,
     const std::function<bool(PropertyKind, std::string_view)>& receive) const {
   for (std::uint32_t offset = 0;;) {
-    xcb_generic_error_t* error = nullptr;
-    const auto cookie =
+    const auto asked =
         xcb_get_property(xcb(), 1, window, property, XCB_GET_PROPERTY_TYPE_ANY, offset, pieceUnits);
-    const XcbPointer<xcb_get_property_reply_t> reply(xcb_get_property_reply(xcb(), cookie, &error));
-    const XcbPointer<xcb_generic_error_t> ignored(error);
+    const auto reply = awaitReply(xcb_get_property_reply, xcb(), asked);
     if (!reply || reply->type == XCB_ATOM_NONE) return std::nullopt;
 
     const PropertyKind kind{reply->type, reply->format};

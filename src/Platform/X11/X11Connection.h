@@ -2,6 +2,7 @@
 
 #include <xcb/xcb.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <functional>
 #include <map>
@@ -19,6 +20,29 @@ struct XcbFree {
 /// A reply or event as xcb hands it out.
 template <typename Message>
 using XcbPointer = std::unique_ptr<Message, XcbFree>;
+
+/// Waits for the reply to a request; null when there is none, as for a window that is gone. An
+/// error that is not taken here would come back as an event.
+template <typename Reply, typename Cookie>
+XcbPointer<Reply> awaitReply(Reply* (*wait)(xcb_connection_t*, Cookie, xcb_generic_error_t**),
+                             xcb_connection_t* connection, Cookie asked) {
+  xcb_generic_error_t* error = nullptr;
+  XcbPointer<Reply> reply(wait(connection, asked, &error));
+  const XcbPointer<xcb_generic_error_t> ignored(error);
+  return reply;
+}
+
+/// The event as one of that type, whether the server or another program sent it; null when it is of
+/// another type.
+template <typename Event>
+const Event* eventAs(const xcb_generic_event_t& event, int type) {
+  return (event.response_type & 0x7f) == type ? reinterpret_cast<const Event*>(&event) : nullptr;
+}
+
+/// What the server tells of an extension; null when it has none of that kind.
+const xcb_query_extension_reply_t* findExtension(xcb_connection_t* connection,
+                                                 xcb_extension_t& extension);
+xcb_atom_t internAtom(xcb_connection_t* connection, std::string_view name);
 
 /// What a property holds apart from its content. `format` is 8, 16 or 32 bits an element.
 struct PropertyKind {
@@ -44,6 +68,10 @@ class X11Connection {
   XcbPointer<xcb_generic_event_t> nextEvent() const {
     return XcbPointer<xcb_generic_event_t>(xcb_poll_for_event(xcb()));
   }
+
+  /// Waits until the server has sent an event, and takes all that there are. False when none came
+  /// by `end`, or the connection broke.
+  bool awaitEvents(std::chrono::steady_clock::time_point end) const;
 
   xcb_atom_t atom(std::string_view name);
   /// The names of the atoms in their order; atoms that the server does not know are left out.

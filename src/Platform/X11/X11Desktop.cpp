@@ -3,14 +3,16 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cstring>
-#include <string_view>
 #include <utility>
 
 namespace stowboard {
 
 namespace {
+
+constexpr std::string_view activeWindow = "_NET_ACTIVE_WINDOW";
+constexpr std::string_view managerCheck = "_NET_SUPPORTING_WM_CHECK";
+constexpr std::string_view currentDesktop = "_NET_CURRENT_DESKTOP";
 
 std::string hostName() {
   std::array<char, 256> name{};
@@ -25,6 +27,14 @@ bool isSameHost(std::string_view left, std::string_view right) {
          (right.size() == left.size() || right[left.size()] == '.');
 }
 
+// The XResource extension from 1.2 on.
+bool tellsProcesses(xcb_connection_t* connection) {
+  if (findExtension(connection, xcb_res_id) == nullptr) return false;
+  const auto version =
+      awaitReply(xcb_res_query_version_reply, connection, xcb_res_query_version(connection, 1, 2));
+  return version && (version->server_major > 1 || version->server_minor >= 2);
+}
+
 // Instance and class, each with a NUL behind it.
 void readClasses(const std::string& classes, WindowTraits& traits) {
   traits.wmClassInstance = classes.c_str();
@@ -34,64 +44,38 @@ void readClasses(const std::string& classes, WindowTraits& traits) {
 
 }  // namespace
 
-std::unique_ptr<X11Desktop> X11Desktop::open(const ApplicationIdentifying& applications,
-                                             const std::string& display) {
-  auto connection = X11Connection::open(display);
-  if (!connection) return nullptr;
-  return std::unique_ptr<X11Desktop>(new X11Desktop(std::move(connection), applications));
-}
-
-X11Desktop::Atoms::Atoms(X11Connection& connection)
-    : managerCheck(connection.atom("_NET_SUPPORTING_WM_CHECK")),
-      activeWindow(connection.atom("_NET_ACTIVE_WINDOW")),
-      currentDesktop(connection.atom("_NET_CURRENT_DESKTOP")),
-      windowDesktop(connection.atom("_NET_WM_DESKTOP")),
-      desktopFile(connection.atom("_KDE_NET_WM_DESKTOP_FILE")),
-      gtkApplicationId(connection.atom("_GTK_APPLICATION_ID")),
-      processIdentifier(connection.atom("_NET_WM_PID")),
-      serverTime(connection.atom("_STOWBOARD_SERVER_TIME")) {}
-
-X11Desktop::X11Desktop(std::unique_ptr<X11Connection> connection,
-                       const ApplicationIdentifying& applications)
-    : connection_(std::move(connection)),
+X11Desktop::X11Desktop(X11Connection& connection, const ApplicationIdentifying& applications)
+    : connection_(connection),
       applications_(applications),
       host_(hostName()),
-      atoms_(*connection_),
-      tellsProcesses_(queryResources()),
-      clock_(connection_->createWindow(XCB_EVENT_MASK_PROPERTY_CHANGE)) {}
+      tellsProcesses_(tellsProcesses(xcb())),
+      clock_(connection.createWindow(XCB_EVENT_MASK_PROPERTY_CHANGE)) {}
 
-void X11Desktop::followFront() {
-  const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
-  xcb_change_window_attributes(xcb(), connection_->root(), XCB_CW_EVENT_MASK, &mask);
+void X11Desktop::select(xcb_window_t window, std::uint32_t events) const {
+  xcb_change_window_attributes(xcb(), window, XCB_CW_EVENT_MASK, &events);
   xcb_flush(xcb());
 }
 
+void X11Desktop::followFront() const { select(connection_.root(), XCB_EVENT_MASK_PROPERTY_CHANGE); }
+
 std::optional<RunningApplication> X11Desktop::frontmost() const {
-  const auto askedManager = ask(connection_->root(), atoms_.managerCheck);
-  const auto askedActive = ask(connection_->root(), atoms_.activeWindow);
+  const auto askedManager = ask(connection_.root(), managerCheck);
+  const auto askedActive = ask(connection_.root(), activeWindow);
   const auto manager = number(askedManager);
   const auto window = number(askedActive);
   if (manager == XCB_NONE || window == XCB_NONE) return std::nullopt;
 
   // What a window manager left behind when it died names a window that is gone, or is another's
   // by now (EWMH, _NET_SUPPORTING_WM_CHECK).
-  const auto askedAgain = ask(manager, atoms_.managerCheck);
+  const auto askedAgain = ask(manager, managerCheck);
   auto application = identify(window);
   return number(askedAgain) == manager ? std::move(application) : std::nullopt;
 }
 
 bool X11Desktop::movesTheFront(const xcb_generic_event_t& event) const {
-  if ((event.response_type & 0x7f) != XCB_PROPERTY_NOTIFY) return false;
-  const auto& change = reinterpret_cast<const xcb_property_notify_event_t&>(event);
-  return change.atom == atoms_.activeWindow || change.atom == atoms_.managerCheck;
-}
-
-bool X11Desktop::queryResources() const {
-  const auto* extension = xcb_get_extension_data(xcb(), &xcb_res_id);
-  if (!extension || !extension->present) return false;
-  const XcbPointer<xcb_res_query_version_reply_t> version(
-      xcb_res_query_version_reply(xcb(), xcb_res_query_version(xcb(), 1, 2), nullptr));
-  return version && (version->server_major > 1 || version->server_minor >= 2);
+  const auto* change = eventAs<xcb_property_notify_event_t>(event, XCB_PROPERTY_NOTIFY);
+  return change && (change->atom == connection_.atom(activeWindow) ||
+                    change->atom == connection_.atom(managerCheck));
 }
 
 xcb_get_property_cookie_t X11Desktop::ask(xcb_window_t window, xcb_atom_t property) const {
@@ -99,11 +83,13 @@ xcb_get_property_cookie_t X11Desktop::ask(xcb_window_t window, xcb_atom_t proper
   return xcb_get_property(xcb(), 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0, longest);
 }
 
+xcb_get_property_cookie_t X11Desktop::ask(xcb_window_t window, std::string_view property) const {
+  return ask(window, connection_.atom(property));
+}
+
 // Absent when the window is gone; empty when it has no such property.
 std::optional<std::string> X11Desktop::content(xcb_get_property_cookie_t asked) const {
-  xcb_generic_error_t* error = nullptr;
-  const XcbPointer<xcb_get_property_reply_t> reply(xcb_get_property_reply(xcb(), asked, &error));
-  const XcbPointer<xcb_generic_error_t> windowIsGone(error);
+  const auto reply = awaitReply(xcb_get_property_reply, xcb(), asked);
   if (!reply) return std::nullopt;
   const auto* value = static_cast<const char*>(xcb_get_property_value(reply.get()));
   return std::string(value, static_cast<std::size_t>(xcb_get_property_value_length(reply.get())));
@@ -129,10 +115,7 @@ xcb_res_query_client_ids_cookie_t X11Desktop::askProcess(xcb_window_t window) co
 
 std::uint32_t X11Desktop::processOfConnection(xcb_res_query_client_ids_cookie_t asked) const {
   if (!tellsProcesses_) return 0;
-  xcb_generic_error_t* error = nullptr;
-  const XcbPointer<xcb_res_query_client_ids_reply_t> reply(
-      xcb_res_query_client_ids_reply(xcb(), asked, &error));
-  const XcbPointer<xcb_generic_error_t> windowIsGone(error);
+  const auto reply = awaitReply(xcb_res_query_client_ids_reply, xcb(), asked);
   if (!reply) return 0;
   const auto first = xcb_res_query_client_ids_ids_iterator(reply.get());
   if (first.rem == 0 || xcb_res_client_id_value_value_length(first.data) < 1) return 0;
@@ -152,9 +135,9 @@ std::int64_t X11Desktop::localProcess(const std::string& machine, std::uint32_t 
 std::optional<RunningApplication> X11Desktop::identify(xcb_window_t window) const {
   const auto askedClass = ask(window, XCB_ATOM_WM_CLASS);
   const auto askedMachine = ask(window, XCB_ATOM_WM_CLIENT_MACHINE);
-  const auto askedProcess = ask(window, atoms_.processIdentifier);
-  const auto askedFile = ask(window, atoms_.desktopFile);
-  const auto askedGtkId = ask(window, atoms_.gtkApplicationId);
+  const auto askedProcess = ask(window, "_NET_WM_PID");
+  const auto askedFile = ask(window, "_KDE_NET_WM_DESKTOP_FILE");
+  const auto askedGtkId = ask(window, "_GTK_APPLICATION_ID");
   const auto askedConnection = askProcess(window);
 
   const auto classes = content(askedClass);
@@ -180,63 +163,63 @@ bool X11Desktop::exists(xcb_window_t window) const {
 }
 
 xcb_window_t X11Desktop::parentOf(xcb_window_t window) const {
-  xcb_generic_error_t* error = nullptr;
-  const XcbPointer<xcb_query_tree_reply_t> tree(
-      xcb_query_tree_reply(xcb(), xcb_query_tree(xcb(), window), &error));
-  const XcbPointer<xcb_generic_error_t> windowIsGone(error);
+  const auto tree = awaitReply(xcb_query_tree_reply, xcb(), xcb_query_tree(xcb(), window));
   return tree ? tree->parent : xcb_window_t{XCB_NONE};
 }
 
 bool X11Desktop::hasInputFocus(xcb_window_t window) const {
-  const XcbPointer<xcb_get_input_focus_reply_t> focus(
-      xcb_get_input_focus_reply(xcb(), xcb_get_input_focus(xcb()), nullptr));
+  const auto focus = awaitReply(xcb_get_input_focus_reply, xcb(), xcb_get_input_focus(xcb()));
   if (!focus) return false;
   auto each = focus->focus;
   while (each != window && each > XCB_INPUT_FOCUS_POINTER_ROOT) each = parentOf(each);
   return each == window;
 }
 
-void X11Desktop::askServerTime() {
+void X11Desktop::followFocus(xcb_window_t window) const {
+  select(window, XCB_EVENT_MASK_FOCUS_CHANGE);
+}
+
+void X11Desktop::askServerTime() const {
+  const auto property = connection_.atom("_STOWBOARD_SERVER_TIME");
   // Appending nothing is a change as well (ICCCM 2.1).
-  xcb_change_property(xcb(), XCB_PROP_MODE_APPEND, clock_, atoms_.serverTime, XCB_ATOM_INTEGER, 32,
-                      0, nullptr);
+  xcb_change_property(xcb(), XCB_PROP_MODE_APPEND, clock_, property, XCB_ATOM_INTEGER, 32, 0,
+                      nullptr);
   xcb_flush(xcb());
 }
 
 std::optional<xcb_timestamp_t> X11Desktop::serverTime(const xcb_generic_event_t& event) const {
-  if ((event.response_type & 0x7f) != XCB_PROPERTY_NOTIFY) return std::nullopt;
-  const auto& change = reinterpret_cast<const xcb_property_notify_event_t&>(event);
-  return change.window == clock_ ? std::optional(change.time) : std::nullopt;
+  const auto* change = eventAs<xcb_property_notify_event_t>(event, XCB_PROPERTY_NOTIFY);
+  return change && change->window == clock_ ? std::optional(change->time) : std::nullopt;
 }
 
-void X11Desktop::requestActivation(xcb_window_t window, xcb_timestamp_t time) {
+void X11Desktop::requestActivation(xcb_window_t window, xcb_timestamp_t time) const {
   constexpr std::uint32_t pager = 2;
   goToDesktopOf(window, time);
-  tellManager(window, atoms_.activeWindow, {pager, time});
+  tellManager(window, activeWindow, {pager, time});
   xcb_flush(xcb());
 }
 
 // Some window managers, such as openbox, leave that to the pager.
-void X11Desktop::goToDesktopOf(xcb_window_t window, xcb_timestamp_t time) {
+void X11Desktop::goToDesktopOf(xcb_window_t window, xcb_timestamp_t time) const {
   constexpr std::uint32_t all = 0xFFFFFFFF;
-  const auto askedDesktop = ask(window, atoms_.windowDesktop);
-  const auto askedCurrent = ask(connection_->root(), atoms_.currentDesktop);
+  const auto askedDesktop = ask(window, "_NET_WM_DESKTOP");
+  const auto askedCurrent = ask(connection_.root(), currentDesktop);
   const auto desktop = number(askedDesktop, all);
   const auto current = number(askedCurrent, desktop);
   if (desktop != all && desktop != current) {
-    tellManager(connection_->root(), atoms_.currentDesktop, {desktop, time});
+    tellManager(connection_.root(), currentDesktop, {desktop, time});
   }
 }
 
-void X11Desktop::tellManager(xcb_window_t window, xcb_atom_t type,
-                             const std::array<std::uint32_t, 2>& values) {
+void X11Desktop::tellManager(xcb_window_t window, std::string_view type,
+                             const std::array<std::uint32_t, 2>& values) const {
   xcb_client_message_event_t message{};
   message.response_type = XCB_CLIENT_MESSAGE;
   message.format = 32;
   message.window = window;
-  message.type = type;
+  message.type = connection_.atom(type);
   std::ranges::copy(values, message.data.data32);
-  xcb_send_event(xcb(), 0, connection_->root(),
+  xcb_send_event(xcb(), 0, connection_.root(),
                  XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
                  reinterpret_cast<const char*>(&message));
 }

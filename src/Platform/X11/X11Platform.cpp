@@ -18,58 +18,63 @@ namespace stowboard {
 
 namespace {
 
-/// Takes an adapter, or the one that stands in for it, saying what is lost.
-template <typename Port>
-std::unique_ptr<Port> orInert(std::unique_ptr<Port> adapter, std::unique_ptr<Port> inert,
-                              const char* loss) {
-  if (adapter) return adapter;
-  Log::app.error("{}", loss);
-  return inert;
+/// The adapter, where there is a connection for it to share.
+template <typename Adapter, typename... More>
+std::unique_ptr<Adapter> sharing(const std::shared_ptr<X11MainConnection>& connection,
+                                 More&... more) {
+  return connection ? std::make_unique<Adapter>(connection, more...) : nullptr;
 }
 
-/// What a keystroke's adapter asks of its neighbours, all of which outlive it.
-X11KeyEventPoster::Surroundings surroundings(const X11Workspace* workspace,
-                                             X11Pasteboard* pasteboard) {
+/// Puts in the adapter, or the one that stands in for it, saying what is lost.
+template <typename Inert, typename Port, typename Adapter>
+void place(std::unique_ptr<Port>& port, std::unique_ptr<Adapter> adapter, const char* loss) {
+  port = std::move(adapter);
+  if (port) return;
+  Log::app.error("{}", loss);
+  port = std::make_unique<Inert>();
+}
+
+/// A keystroke asks its neighbours, all of which outlive it.
+std::unique_ptr<X11KeyEventPoster> makePoster(const X11MainConnection& connection,
+                                              const Platform& platform,
+                                              const X11Workspace& workspace,
+                                              X11Pasteboard* pasteboard) {
   X11KeyEventPoster::Surroundings around;
-  if (workspace) around.awaitedWindow = [workspace] { return workspace->awaitedWindow(); };
+  around.awaitedWindow = [&workspace] { return workspace.awaitedWindow(); };
   if (pasteboard) {
     around.offerPrimary = [pasteboard] { pasteboard->offerPrimary(); };
     around.whenPublished = [pasteboard](auto done) { pasteboard->whenPublished(std::move(done)); };
   }
-  return around;
+  return X11KeyEventPoster::create(connection, *platform.runLoop, *platform.applications,
+                                   std::move(around));
 }
 
 }  // namespace
 
 void addX11Adapters(Platform& platform, int thumbnailDimension) {
-  const ApplicationIdentifying& applications = *platform.applications;
-  RunLoop& runLoop = *platform.runLoop;
+  const auto connection = X11MainConnection::open();
   SelectionOptions options;
   options.thumbnailDimension = thumbnailDimension;
-  auto workspace = X11Workspace::create(runLoop, applications);
-  auto pasteboard = X11Pasteboard::create(runLoop, *platform.imageCodec, options);
-  auto poster = X11KeyEventPoster::create(runLoop, applications,
-                                          surroundings(workspace.get(), pasteboard.get()));
-  platform.workspace =
-      orInert<Workspace>(std::move(workspace), std::make_unique<InertWorkspace>(),
-                         "The frontmost application cannot be told on this X server");
-  platform.pasteboard =
-      orInert<Pasteboard>(std::move(pasteboard), std::make_unique<InertPasteboard>(),
-                          "No copies can be recorded: the X server has no XFixes extension");
-  platform.hotKeyCenter =
-      orInert<HotKeyCenter>(X11HotKeys::create(runLoop), std::make_unique<InertHotKeyCenter>(),
-                            "No global hot keys: the X server does not offer what they need");
-  platform.keyEventPoster = orInert<KeyEventPoster>(
-      std::move(poster), std::make_unique<InertKeyEventPoster>(),
+  auto workspace = sharing<X11Workspace>(connection, std::as_const(*platform.applications));
+  auto pasteboard = X11Pasteboard::create(*platform.runLoop, *platform.imageCodec, options);
+  auto poster =
+      connection ? makePoster(*connection, platform, *workspace, pasteboard.get()) : nullptr;
+  place<InertWorkspace>(platform.workspace, std::move(workspace),
+                        "The frontmost application cannot be told on this X server");
+  place<InertPasteboard>(platform.pasteboard, std::move(pasteboard),
+                         "No copies can be recorded: the X server has no XFixes extension");
+  place<InertHotKeyCenter>(platform.hotKeyCenter, sharing<X11HotKeys>(connection),
+                           "No global hot keys: the X server does not offer what they need");
+  place<InertKeyEventPoster>(
+      platform.keyEventPoster, std::move(poster),
       "No clips can be pasted directly: the X server lets no program type (XTEST)");
-  platform.accessibilityTrust = orInert<AccessibilityTrust>(
-      X11AccessibilityTrust::create(), std::make_unique<InertAccessibilityTrust>(),
-      "Whether programs may type cannot be asked of this X server");
-  platform.compositing =
-      orInert<Compositing>(X11Compositing::create(), std::make_unique<InertCompositing>(),
-                           "Whether windows are composited cannot be asked of this X server");
-  platform.transientWindows = orInert<TransientWindows>(
-      X11TransientWindows::create(), std::make_unique<InertTransientWindows>(),
+  place<InertAccessibilityTrust>(platform.accessibilityTrust,
+                                 sharing<X11AccessibilityTrust>(connection),
+                                 "Whether programs may type cannot be asked of this X server");
+  place<InertCompositing>(platform.compositing, sharing<X11Compositing>(connection),
+                          "Whether windows are composited cannot be asked of this X server");
+  place<InertTransientWindows>(
+      platform.transientWindows, X11TransientWindows::create(),
       "The history closes only when another window takes the focus: the X server has no XInput 2");
 }
 

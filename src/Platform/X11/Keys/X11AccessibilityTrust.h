@@ -1,10 +1,10 @@
 #pragma once
 
 #include <memory>
-#include <string>
+#include <utility>
 
 #include "Platform/AccessibilityTrust.h"
-#include "Platform/X11/X11Connection.h"
+#include "Platform/X11/X11MainConnection.h"
 
 namespace stowboard {
 
@@ -12,8 +12,8 @@ namespace stowboard {
 /// untrusted clients (the SECURITY extension) and some hosts switch it off.
 class X11AccessibilityTrust final : public AccessibilityTrust {
  public:
-  /// `display` empty: $DISPLAY. Null when the server cannot be reached.
-  static std::unique_ptr<X11AccessibilityTrust> create(const std::string& display = "");
+  explicit X11AccessibilityTrust(std::shared_ptr<X11MainConnection> connection)
+      : connection_(std::move(connection)) {}
 
   /// Waits for one round trip.
   bool isTrusted() const override;
@@ -23,10 +23,7 @@ class X11AccessibilityTrust final : public AccessibilityTrust {
   void openSettings() override;
 
  private:
-  explicit X11AccessibilityTrust(std::unique_ptr<X11Connection> connection)
-      : connection_(std::move(connection)) {}
-
-  const std::unique_ptr<X11Connection> connection_;
+  const std::shared_ptr<X11MainConnection> connection_;
 };
 
 }  // namespace stowboard

@@ -1,13 +1,10 @@
 #include "Platform/X11/Keys/X11HotKeys.h"
 
-#include <QObject>
-#include <QSocketNotifier>
 #include <algorithm>
 #include <utility>
 #include <vector>
 
 #include "Base/Log.h"
-#include "Platform/X11/Keys/XkbProtocol.h"
 
 namespace stowboard {
 
@@ -42,58 +39,26 @@ std::vector<std::uint16_t> combinations(std::uint8_t locks) {
 
 }  // namespace
 
-/// Hands the events of the hot keys' connection on, on the main loop.
-class X11HotKeys::Events {
- public:
-  Events(X11HotKeys& hotKeys, RunLoop& loop)
-      : hotKeys_(hotKeys),
-        loop_(loop),
-        notifier_(hotKeys.connection_->fileDescriptor(), QSocketNotifier::Read) {
-    QObject::connect(&notifier_, &QSocketNotifier::activated, [this] { handleNew(); });
-  }
-
-  // Waiting for an answer takes events off the socket, which is then silent about them.
-  void handleQueuedLater() {
-    loop_.post([self = std::weak_ptr(self_)] {
-      if (const auto events = self.lock()) (*events)->handleNew();
-    });
-  }
-
- private:
-  void handleNew() {
-    do {
-      while (const auto event = hotKeys_.connection_->nextEvent()) hotKeys_.handle(*event);
-      // Asks the server, which may bring further events in.
-    } while (std::exchange(hotKeys_.keyboardChanged_, false) && (hotKeys_.followKeyboard(), true));
-    if (!hotKeys_.connection_->isBroken() || !notifier_.isEnabled()) return;
-    notifier_.setEnabled(false);
-    Log::hotKey.error("The connection to the X server broke; hot keys no longer work");
-  }
-
-  X11HotKeys& hotKeys_;
-  RunLoop& loop_;
-  QSocketNotifier notifier_;
-  const std::shared_ptr<Events*> self_ = std::make_shared<Events*>(this);
-};
-
-std::unique_ptr<X11HotKeys> X11HotKeys::create(RunLoop& loop, const std::string& display) {
-  auto connection = X11Connection::open(display);
-  if (!connection) return nullptr;
-  return std::unique_ptr<X11HotKeys>(new X11HotKeys(std::move(connection), loop));
+X11HotKeys::X11HotKeys(std::shared_ptr<X11MainConnection> connection)
+    : connection_(std::move(connection)),
+      keyboard_(X11KeyboardMap::read(xcb())),
+      subscription_(connection_->subscribe(
+          {[this](const xcb_generic_event_t& event) { return handle(event); },
+           [this] { followKeyboard(); },
+           [] {
+             Log::hotKey.error("The connection to the X server broke; hot keys no longer work");
+           }})) {
+  const auto* xkb = findExtension(xcb(), xcb_xkb_id);
+  if (xkb == nullptr) return;
+  firstXkbEvent_ = xkb->first_event;
+  followMap(xcb());
+  askDetectableRepeat(xcb());
 }
 
-X11HotKeys::X11HotKeys(std::unique_ptr<X11Connection> connection, RunLoop& loop)
-    : connection_(std::move(connection)), keyboard_(X11KeyboardMap::read(xcb())) {
-  if (const auto* xkb = xcb_get_extension_data(connection_->xcb(), &xcb_xkb_id); xkb->present) {
-    firstXkbEvent_ = xkb->first_event;
-    followMap(xcb());
-    askDetectableRepeat(xcb());
-  }
-  events_ = std::make_unique<Events>(*this, loop);
-  events_->handleQueuedLater();
+X11HotKeys::~X11HotKeys() {
+  ungrabAll();
+  xcb_flush(xcb());
 }
-
-X11HotKeys::~X11HotKeys() = default;
 
 HotKeyCenter::Status X11HotKeys::installEventHandler(Handler handler) {
   handler_ = std::move(handler);
@@ -156,7 +121,6 @@ HotKeyCenter::Status X11HotKeys::grab(const Chord& chord) {
   if (connection_->isBroken()) return notConnected;
   if (status != noError) ungrab(chord);
   xcb_flush(xcb());
-  events_->handleQueuedLater();
   return status;
 }
 
@@ -167,23 +131,22 @@ void X11HotKeys::ungrab(const Chord& chord) {
   }
 }
 
-void X11HotKeys::handle(const xcb_generic_event_t& event) {
-  const auto type = event.response_type & 0x7f;
-  // All XKB events have one number; others than those of the map are not asked for.
-  if (type == firstXkbEvent_) keyboardChanged_ = true;
-  switch (type) {
-    case XCB_KEY_PRESS:
-      handlePress(reinterpret_cast<const xcb_key_press_event_t&>(event));
-      break;
-    case XCB_KEY_RELEASE:
-      handleRelease(reinterpret_cast<const xcb_key_release_event_t&>(event));
-      break;
-    case XCB_MAPPING_NOTIFY:
-      keyboardChanged_ = true;
-      break;
-    default:
-      break;
+void X11HotKeys::ungrabAll() {
+  for (auto& [reference, hotKey] : hotKeys_) {
+    if (const auto chord = std::exchange(hotKey.chord, std::nullopt)) ungrab(*chord);
   }
+}
+
+// Whether the keyboard changed.
+bool X11HotKeys::handle(const xcb_generic_event_t& event) {
+  if (const auto* press = eventAs<xcb_key_press_event_t>(event, XCB_KEY_PRESS)) {
+    handlePress(*press);
+  } else if (const auto* release = eventAs<xcb_key_release_event_t>(event, XCB_KEY_RELEASE)) {
+    handleRelease(*release);
+  }
+  // All XKB events have one number; others than those of the map are not asked for.
+  const int type = event.response_type & 0x7f;
+  return type == XCB_MAPPING_NOTIFY || type == firstXkbEvent_;
 }
 
 // While one hot key has the keyboard, others pressed with it come here too.
@@ -219,11 +182,7 @@ void X11HotKeys::followKeyboard() {
   };
   const bool isSame = keyboard.lockModifiers() == keyboard_.lockModifiers() &&
                       carriesTheSame(ModifierMask::command) && carriesTheSame(ModifierMask::option);
-  if (!isSame) {
-    for (auto& [reference, hotKey] : hotKeys_) {
-      if (const auto chord = std::exchange(hotKey.chord, std::nullopt)) ungrab(*chord);
-    }
-  }
+  if (!isSame) ungrabAll();
   keyboard_ = std::move(keyboard);
   if (!isSame) takeAllAnew();
 }

@@ -4,12 +4,10 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <string>
 
 #include "Platform/HotKeyCenter.h"
-#include "Platform/RunLoop.h"
 #include "Platform/X11/Keys/X11Keys.h"
-#include "Platform/X11/X11Connection.h"
+#include "Platform/X11/X11MainConnection.h"
 
 namespace stowboard {
 
@@ -24,7 +22,6 @@ namespace stowboard {
 /// Between a press and the release of its key the server sends the keyboard to this program alone.
 /// That ends as well when the key is released on behalf of the user (XTest).
 ///
-/// Has an X connection of its own, read on the main thread when the server has something to say.
 /// Registering waits for one round trip to the server.
 class X11HotKeys final : public HotKeyCenter {
  public:
@@ -34,9 +31,7 @@ class X11HotKeys final : public HotKeyCenter {
   static constexpr Status noSuchModifier = -2;
   static constexpr Status notConnected = -3;
 
-  /// `display` empty: $DISPLAY. Null when no X server can be reached. `loop` must outlive the
-  /// hot keys. Main thread, with Qt's event loop.
-  static std::unique_ptr<X11HotKeys> create(RunLoop& loop, const std::string& display = "");
+  explicit X11HotKeys(std::shared_ptr<X11MainConnection> connection);
   ~X11HotKeys() override;
 
   Status installEventHandler(Handler handler) override;
@@ -44,8 +39,6 @@ class X11HotKeys final : public HotKeyCenter {
   void unregisterHotKey(Reference reference) override;
 
  private:
-  class Events;
-
   /// A key with the modifiers held for it, lock keys aside.
   struct Chord {
     xcb_keycode_t key = 0;
@@ -59,21 +52,20 @@ class X11HotKeys final : public HotKeyCenter {
     std::optional<Chord> chord;
   };
 
-  X11HotKeys(std::unique_ptr<X11Connection> connection, RunLoop& loop);
-
   xcb_connection_t* xcb() const { return connection_->xcb(); }
   Status resolve(const HotKeyConfig& config, Chord& chord) const;
   Status grab(const Chord& chord);
   void ungrab(const Chord& chord);
   Status take(HotKey& hotKey);
   bool isTaken(const Chord& chord) const;
-  void handle(const xcb_generic_event_t& event);
+  bool handle(const xcb_generic_event_t& event);
   void handlePress(const xcb_key_press_event_t& press);
   void handleRelease(const xcb_key_release_event_t& release);
   void followKeyboard();
+  void ungrabAll();
   void takeAllAnew();
 
-  const std::unique_ptr<X11Connection> connection_;
+  const std::shared_ptr<X11MainConnection> connection_;
   X11KeyboardMap keyboard_;
   Handler handler_;
   std::map<Reference, HotKey> hotKeys_;
@@ -83,9 +75,7 @@ class X11HotKeys final : public HotKeyCenter {
   /// The key whose release gives the keyboard back.
   xcb_keycode_t grabbingKey_ = 0;
   int firstXkbEvent_ = -1;
-  bool keyboardChanged_ = false;
-  // Ends before the rest: it calls handle().
-  std::unique_ptr<Events> events_;
+  const X11MainConnection::Subscription subscription_;
 };
 
 }  // namespace stowboard

@@ -6,7 +6,6 @@
 #include <chrono>
 #include <future>
 #include <optional>
-#include <thread>
 #include <utility>
 
 #include "Base/Log.h"
@@ -19,19 +18,7 @@ namespace stowboard {
 namespace {
 
 constexpr std::uint32_t virtualKeyOfV = 9;
-constexpr std::chrono::milliseconds betweenLooks{2};
 constexpr std::chrono::milliseconds betweenWatches{50};
-
-// Looks until the condition holds, `longest` at most; false when it does not by then.
-template <typename Condition>
-bool holdsWithin(std::chrono::milliseconds longest, Condition condition) {
-  const auto end = std::chrono::steady_clock::now() + longest;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() >= end) return false;
-    std::this_thread::sleep_for(betweenLooks);
-  }
-  return true;
-}
 
 class KeySource final : public KeyEventPoster::Source {
  public:
@@ -46,11 +33,11 @@ class KeySource final : public KeyEventPoster::Source {
 /// What happens on the poster's thread.
 class X11KeyEventPoster::Typing {
  public:
-  Typing(const ApplicationIdentifying& applications, const Surroundings& surroundings,
-         std::function<void(std::function<void()>)> onMainThread, std::string display)
-      : applications_(applications),
-        surroundings_(surroundings),
-        onMainThread_(std::move(onMainThread)),
+  Typing(RunLoop& loop, const ApplicationIdentifying& applications, Surroundings surroundings,
+         std::string display)
+      : loop_(loop),
+        applications_(applications),
+        surroundings_(std::move(surroundings)),
         display_(std::move(display)) {}
 
   /// Whether keys have to be watched from now on.
@@ -63,47 +50,63 @@ class X11KeyEventPoster::Typing {
     const bool isPaste =
         event.keyCode == virtualKeyOfV && (event.flags & KeyEventFlags::command) != 0;
     if (const auto stroke = isPaste ? pasteStroke(target) : plainStroke(event)) {
-      injector_->send(*stroke);
+      session_->injector.send(*stroke);
     }
     return watch();
   }
 
   bool watch() {
-    if (!injector_) return false;
-    if (!desktop_->connection().isBroken() && injector_->letGo()) return true;
-    close();
+    if (!session_) return false;
+    // What the server tells of the front would pile up.
+    while (session_->connection->nextEvent()) continue;
+    if (!session_->connection->isBroken() && session_->injector.letGo()) return true;
+    session_.reset();
     return false;
   }
 
  private:
   using Target = std::optional<RunningApplication>;
+  using TimePoint = std::chrono::steady_clock::time_point;
 
-  void close() {
-    injector_.reset();
-    desktop_.reset();
-  }
+  /// What is there while there is something to type or to watch.
+  struct Session {
+    Session(std::unique_ptr<X11Connection> opened, const ApplicationIdentifying& applications)
+        : connection(std::move(opened)), desktop(*connection, applications) {}
+
+    const std::unique_ptr<X11Connection> connection;
+    const X11Desktop desktop;
+    X11KeyInjector injector{connection->xcb()};
+  };
 
   bool open() {
-    if (desktop_ && desktop_->connection().isBroken()) close();
-    if (!desktop_) desktop_ = X11Desktop::open(applications_, display_);
-    if (!desktop_) return false;
-    if (injector_) {
-      injector_->readKeyboard();
-    } else {
-      injector_.emplace(desktop_->xcb());
+    if (session_ && session_->connection->isBroken()) session_.reset();
+    if (session_) {
+      session_->injector.readKeyboard();
+      return true;
     }
+    auto connection = X11Connection::open(display_);
+    if (!connection) return false;
+    session_ = std::make_unique<Session>(std::move(connection), applications_);
+    session_->desktop.followFront();
     return true;
   }
 
+  // Each event is asked for before the look that it would make wrong.
   Target awaitTarget(std::uint64_t awaitedWindow) {
-    Target target;
-    const bool isReached = holdsWithin(longestWait, [&] {
-      target = desktop_->frontmost();
-      return target && isAwaited(*target, awaitedWindow) &&
-             desktop_->hasInputFocus(static_cast<xcb_window_t>(target->window));
-    });
-    if (!isReached) Log::paste.info("The application to paste into did not come to the front");
-    return target;
+    const auto end = std::chrono::steady_clock::now() + longestWait;
+    for (;;) {
+      const auto target = session_->desktop.frontmost();
+      if (target && isAwaited(*target, awaitedWindow) && hasFocus(*target)) return target;
+      if (session_->connection->awaitEvents(end)) continue;
+      Log::paste.info("The application to paste into did not come to the front");
+      return target;
+    }
+  }
+
+  bool hasFocus(const RunningApplication& application) const {
+    const auto window = static_cast<xcb_window_t>(application.window);
+    session_->desktop.followFocus(window);
+    return session_->desktop.hasInputFocus(window);
   }
 
   static bool isAwaited(const RunningApplication& application, std::uint64_t awaitedWindow) {
@@ -112,14 +115,14 @@ class X11KeyEventPoster::Typing {
   }
 
   std::optional<KeyStroke> pasteStroke(const Target& target) {
-    const auto v = injector_->keyFor(XKB_KEY_v);
+    const auto v = session_->injector.keyFor(XKB_KEY_v);
     const auto window = target ? static_cast<xcb_window_t>(target->window) : xcb_window_t{XCB_NONE};
-    const auto windowClass = target ? desktop_->windowClass(window) : std::string();
+    const auto windowClass = target ? session_->desktop.windowClass(window) : std::string();
     const auto chord = pasteChord(windowClass, isTerminal(target), v.has_value());
     awaitPublished(chord == PasteChord::shiftInsert);
     if (chord == PasteChord::controlV) return KeyStroke{*v, true, false};
     if (chord == PasteChord::controlShiftV) return KeyStroke{*v, true, true};
-    const auto insert = injector_->keyFor(XKB_KEY_Insert);
+    const auto insert = session_->injector.keyFor(XKB_KEY_Insert);
     if (insert) return KeyStroke{*insert, false, true};
     Log::paste.error("The keystroke was not sent: the keyboard has no key for it");
     return std::nullopt;
@@ -140,7 +143,7 @@ class X11KeyEventPoster::Typing {
   void awaitPublished(bool withPrimary) {
     const auto published = std::make_shared<std::promise<void>>();
     const auto isPublished = published->get_future();
-    onMainThread_([surroundings = surroundings_, withPrimary, published] {
+    loop_.post([surroundings = surroundings_, withPrimary, published] {
       if (withPrimary) surroundings.offerPrimary();
       surroundings.whenPublished([published] { published->set_value(); });
     });
@@ -149,30 +152,27 @@ class X11KeyEventPoster::Typing {
     }
   }
 
+  RunLoop& loop_;
   const ApplicationIdentifying& applications_;
-  const Surroundings& surroundings_;
-  const std::function<void(std::function<void()>)> onMainThread_;
+  const Surroundings surroundings_;
   const std::string display_;
-  std::unique_ptr<X11Desktop> desktop_;
-  std::optional<X11KeyInjector> injector_;
+  std::unique_ptr<Session> session_;
 };
 
 std::unique_ptr<X11KeyEventPoster> X11KeyEventPoster::create(
-    RunLoop& loop, const ApplicationIdentifying& applications, Surroundings surroundings,
-    const std::string& display) {
-  const auto connection = X11Connection::open(display);
-  if (!connection || !X11KeyInjector::isPossible(connection->xcb())) return nullptr;
+    const X11MainConnection& connection, RunLoop& loop, const ApplicationIdentifying& applications,
+    Surroundings surroundings) {
+  if (!X11KeyInjector::isPossible(connection.xcb())) return nullptr;
+  auto awaitedWindow = surroundings.awaitedWindow;
+  auto typing =
+      std::make_unique<Typing>(loop, applications, std::move(surroundings), connection.display());
   return std::unique_ptr<X11KeyEventPoster>(
-      new X11KeyEventPoster(loop, applications, std::move(surroundings), display));
+      new X11KeyEventPoster(loop, std::move(typing), std::move(awaitedWindow)));
 }
 
-X11KeyEventPoster::X11KeyEventPoster(RunLoop& loop, const ApplicationIdentifying& applications,
-                                     Surroundings surroundings, const std::string& display)
-    : loop_(loop),
-      surroundings_(std::move(surroundings)),
-      typing_(std::make_unique<Typing>(
-          applications, surroundings_,
-          [&loop](std::function<void()> task) { loop.post(std::move(task)); }, display)) {}
+X11KeyEventPoster::X11KeyEventPoster(RunLoop& loop, std::unique_ptr<Typing> typing,
+                                     std::function<std::uint64_t()> awaitedWindow)
+    : loop_(loop), typing_(std::move(typing)), awaitedWindow_(std::move(awaitedWindow)) {}
 
 X11KeyEventPoster::~X11KeyEventPoster() = default;
 
@@ -182,9 +182,7 @@ std::unique_ptr<KeyEventPoster::Source> X11KeyEventPoster::createSource() {
 
 void X11KeyEventPoster::post(const KeyEvent& event) {
   if (!event.isKeyDown) return;
-  submit([this, event, awaited = surroundings_.awaitedWindow()] {
-    return typing_->type(event, awaited);
-  });
+  submit([this, event, awaited = awaitedWindow_()] { return typing_->type(event, awaited); });
 }
 
 void X11KeyEventPoster::submit(std::function<bool()> task) {

@@ -4,12 +4,12 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <string>
 
 #include "Base/SerialQueue.h"
 #include "Platform/ApplicationIdentifying.h"
 #include "Platform/KeyEventPoster.h"
 #include "Platform/RunLoop.h"
+#include "Platform/X11/X11MainConnection.h"
 
 namespace stowboard {
 
@@ -42,12 +42,12 @@ class X11KeyEventPoster final : public KeyEventPoster {
     };
   };
 
-  /// `display` empty: $DISPLAY. Null when the server cannot be reached or does not let programs
-  /// type. `loop` and `applications` must outlive the poster. Main thread.
-  static std::unique_ptr<X11KeyEventPoster> create(RunLoop& loop,
+  /// Types on the display of the connection. Null when its server does not let programs type.
+  /// `loop` and `applications` must outlive the poster. Main thread.
+  static std::unique_ptr<X11KeyEventPoster> create(const X11MainConnection& connection,
+                                                   RunLoop& loop,
                                                    const ApplicationIdentifying& applications,
-                                                   Surroundings surroundings,
-                                                   const std::string& display = "");
+                                                   Surroundings surroundings);
   /// Sends what was posted before.
   ~X11KeyEventPoster() override;
 
@@ -57,16 +57,16 @@ class X11KeyEventPoster final : public KeyEventPoster {
  private:
   class Typing;
 
-  X11KeyEventPoster(RunLoop& loop, const ApplicationIdentifying& applications,
-                    Surroundings surroundings, const std::string& display);
+  X11KeyEventPoster(RunLoop& loop, std::unique_ptr<Typing> typing,
+                    std::function<std::uint64_t()> awaitedWindow);
   /// Runs the task on the thread; it tells whether keys have to be watched from now on.
   void submit(std::function<bool()> task);
   void watchLater();
 
   RunLoop& loop_;
   bool isWatching_ = false;
-  const Surroundings surroundings_;
   const std::unique_ptr<Typing> typing_;
+  const std::function<std::uint64_t()> awaitedWindow_;
   const std::shared_ptr<X11KeyEventPoster*> self_ = std::make_shared<X11KeyEventPoster*>(this);
   // Ends first: its tasks use the rest.
   SerialQueue queue_{"stowboard.keys"};

@@ -7,8 +7,6 @@
 #include <string_view>
 #include <utility>
 
-#include "Platform/X11/Keys/XkbProtocol.h"
-
 namespace stowboard {
 
 namespace {
@@ -16,34 +14,17 @@ namespace {
 // The property that the server marks the devices with that XTest types on.
 constexpr std::string_view xtestMark = "XTEST Device";
 
-X11KeySet keySet(const std::uint8_t* bits) {
-  X11KeySet keys;
-  for (std::size_t key = 0; key < keys.size(); ++key) {
-    keys[key] = (bits[key / 8] >> (key % 8) & 1) != 0;
-  }
-  return keys;
-}
-
 bool hasInputExtension(xcb_connection_t* connection) {
-  const auto* extension = xcb_get_extension_data(connection, &xcb_input_id);
-  if (extension == nullptr || extension->present == 0) return false;
-  const XcbPointer<xcb_input_xi_query_version_reply_t> version(xcb_input_xi_query_version_reply(
-      connection, xcb_input_xi_query_version(connection, 2, 0), nullptr));
+  if (findExtension(connection, xcb_input_id) == nullptr) return false;
+  const auto version = awaitReply(xcb_input_xi_query_version_reply, connection,
+                                  xcb_input_xi_query_version(connection, 2, 0));
   return version != nullptr && version->major_version >= 2;
-}
-
-xcb_atom_t atomOf(xcb_connection_t* connection, std::string_view name) {
-  const XcbPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
-      connection,
-      xcb_intern_atom(connection, 1, static_cast<std::uint16_t>(name.size()), name.data()),
-      nullptr));
-  return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
 std::vector<xcb_input_device_id_t> slaveKeyboards(xcb_connection_t* connection) {
   std::vector<xcb_input_device_id_t> devices;
-  const XcbPointer<xcb_input_xi_query_device_reply_t> reply(xcb_input_xi_query_device_reply(
-      connection, xcb_input_xi_query_device(connection, XCB_INPUT_DEVICE_ALL), nullptr));
+  const auto reply = awaitReply(xcb_input_xi_query_device_reply, connection,
+                                xcb_input_xi_query_device(connection, XCB_INPUT_DEVICE_ALL));
   if (!reply) return devices;
   auto each = xcb_input_xi_query_device_infos_iterator(reply.get());
   for (; each.rem > 0; xcb_input_xi_device_info_next(&each)) {
@@ -58,7 +39,7 @@ X11KeySet keysOfState(const xcb_input_query_device_state_reply_t& reply) {
   auto each = xcb_input_query_device_state_classes_iterator(&reply);
   for (; each.rem > 0; xcb_input_input_state_next(&each)) {
     if (each.data->class_id != XCB_INPUT_INPUT_CLASS_KEY) continue;
-    return keySet(reinterpret_cast<const xcb_input_key_state_t*>(each.data)->keys);
+    return x11KeySet(reinterpret_cast<const xcb_input_key_state_t*>(each.data)->keys);
   }
   return {};
 }
@@ -73,11 +54,9 @@ X11KeySet digitRow() {
 }  // namespace
 
 bool X11KeyInjector::isPossible(xcb_connection_t* connection) {
-  const auto* extension = xcb_get_extension_data(connection, &xcb_test_id);
-  if (extension == nullptr || extension->present == 0) return false;
-  const XcbPointer<xcb_test_get_version_reply_t> version(
-      xcb_test_get_version_reply(connection, xcb_test_get_version(connection, 2, 2), nullptr));
-  return version != nullptr;
+  return findExtension(connection, xcb_test_id) != nullptr &&
+         awaitReply(xcb_test_get_version_reply, connection,
+                    xcb_test_get_version(connection, 2, 2)) != nullptr;
 }
 
 X11KeyInjector::X11KeyInjector(xcb_connection_t* connection) : connection_(connection) {
@@ -93,12 +72,11 @@ void X11KeyInjector::readKeyboard() {
 X11KeyInjector::Keyboards X11KeyInjector::findKeyboards() const {
   Keyboards keyboards;
   if (!hasInputExtension(connection_)) return keyboards;
-  const auto mark = atomOf(connection_, xtestMark);
+  const auto mark = internAtom(connection_, xtestMark);
   for (const auto device : slaveKeyboards(connection_)) {
-    const XcbPointer<xcb_input_xi_get_property_reply_t> reply(xcb_input_xi_get_property_reply(
-        connection_,
-        xcb_input_xi_get_property(connection_, device, 0, mark, XCB_GET_PROPERTY_TYPE_ANY, 0, 1),
-        nullptr));
+    const auto reply = awaitReply(
+        xcb_input_xi_get_property_reply, connection_,
+        xcb_input_xi_get_property(connection_, device, 0, mark, XCB_GET_PROPERTY_TYPE_ANY, 0, 1));
     const bool isOfPrograms = reply && reply->type != XCB_ATOM_NONE;
     (isOfPrograms ? keyboards.ofPrograms : keyboards.ofPersons).push_back(device);
   }
@@ -106,10 +84,9 @@ X11KeyInjector::Keyboards X11KeyInjector::findKeyboards() const {
 }
 
 X11KeyInjector::Groups X11KeyInjector::readGroups() const {
-  const auto* xkb = xcb_get_extension_data(connection_, &xcb_xkb_id);
-  if (xkb == nullptr || xkb->present == 0) return {};
-  const XcbPointer<xcb_xkb_get_state_reply_t> state(xcb_xkb_get_state_reply(
-      connection_, xcb_xkb_get_state(connection_, XCB_XKB_ID_USE_CORE_KBD), nullptr));
+  if (findExtension(connection_, xcb_xkb_id) == nullptr) return {};
+  const auto state = awaitReply(xcb_xkb_get_state_reply, connection_,
+                                xcb_xkb_get_state(connection_, XCB_XKB_ID_USE_CORE_KBD));
   return state ? Groups{state->group, state->lockedGroup} : Groups{};
 }
 
@@ -118,9 +95,8 @@ std::optional<xcb_keycode_t> X11KeyInjector::keyFor(xcb_keysym_t symbol) const {
 }
 
 X11KeySet X11KeyInjector::readDown() const {
-  const XcbPointer<xcb_query_keymap_reply_t> reply(
-      xcb_query_keymap_reply(connection_, xcb_query_keymap(connection_), nullptr));
-  return reply ? keySet(reply->keys) : X11KeySet{};
+  const auto reply = awaitReply(xcb_query_keymap_reply, connection_, xcb_query_keymap(connection_));
+  return reply ? x11KeySet(reply->keys) : X11KeySet{};
 }
 
 X11KeySet X11KeyInjector::readDown(const std::vector<xcb_input_device_id_t>& devices) const {
@@ -130,8 +106,7 @@ X11KeySet X11KeyInjector::readDown(const std::vector<xcb_input_device_id_t>& dev
   }
   X11KeySet keys;
   for (const auto& each : asked) {
-    const XcbPointer<xcb_input_query_device_state_reply_t> reply(
-        xcb_input_query_device_state_reply(connection_, each, nullptr));
+    const auto reply = awaitReply(xcb_input_query_device_state_reply, connection_, each);
     if (reply) keys |= keysOfState(*reply);
   }
   return keys;
@@ -162,9 +137,7 @@ bool X11KeyInjector::letGo() {
   // The device that programs type on has all of them down; applications see those in `down`.
   auto steps = (gone & down).any() ? planRelease(gone, down, keyboard_) : std::vector<KeyStep>{};
   if (steps.empty()) {
-    for (std::size_t key = 0; key < gone.size(); ++key) {
-      if (gone.test(key)) steps.push_back({static_cast<xcb_keycode_t>(key), false});
-    }
+    for (const auto key : keysOf(gone)) steps.push_back({key, false});
   }
   type(steps);
   return restored_.any();
@@ -184,8 +157,7 @@ void X11KeyInjector::type(const std::vector<KeyStep>& steps) {
                         XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
   }
   // Returns when the server has taken them.
-  XcbPointer<xcb_get_input_focus_reply_t>(
-      xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr));
+  awaitReply(xcb_get_input_focus_reply, connection_, xcb_get_input_focus(connection_));
 }
 
 }  // namespace stowboard

@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "Models/HotKeyConfig.h"
-#include "Platform/X11/Keys/XkbProtocol.h"
 #include "Platform/X11/X11Connection.h"
 
 namespace stowboard {
@@ -58,10 +57,9 @@ constexpr std::array lockSymbols = std::to_array<xcb_keysym_t>(
 std::uint8_t lowestBit(std::uint8_t bits) { return bits & static_cast<std::uint8_t>(-bits); }
 
 bool startXkb(xcb_connection_t* connection) {
-  const auto* extension = xcb_get_extension_data(connection, &xcb_xkb_id);
-  if (extension == nullptr || extension->present == 0) return false;
-  const XcbPointer<xcb_xkb_use_extension_reply_t> use(
-      xcb_xkb_use_extension_reply(connection, xcb_xkb_use_extension(connection, 1, 0), nullptr));
+  if (findExtension(connection, xcb_xkb_id) == nullptr) return false;
+  const auto use =
+      awaitReply(xcb_xkb_use_extension_reply, connection, xcb_xkb_use_extension(connection, 1, 0));
   return use != nullptr && use->supported != 0;
 }
 
@@ -81,7 +79,54 @@ std::vector<xcb_keysym_t> firstLevel(const xcb_xkb_key_sym_map_t& key) {
   return first;
 }
 
+X11KeyboardMap::Symbols readSymbols(xcb_connection_t* connection) {
+  X11KeyboardMap::Symbols symbols;
+  const auto reply = awaitReply(xcb_xkb_get_map_reply, connection, askSymbols(connection));
+  if (!reply || (reply->present & XCB_XKB_MAP_PART_KEY_SYMS) == 0) return symbols;
+  xcb_xkb_get_map_map_t map;
+  xcb_xkb_get_map_map_unpack(xcb_xkb_get_map_map(reply.get()), reply->nTypes, reply->nKeySyms,
+                             reply->nKeyActions, reply->totalActions, reply->totalKeyBehaviors,
+                             reply->virtualMods, reply->totalKeyExplicit, reply->totalModMapKeys,
+                             reply->totalVModMapKeys, reply->present, &map);
+  auto key = xcb_xkb_get_map_map_syms_rtrn_iterator(reply.get(), &map);
+  for (std::size_t code = reply->firstKeySym; key.rem > 0 && code < symbols.size(); ++code) {
+    symbols[code] = firstLevel(*key.data);
+    xcb_xkb_key_sym_map_next(&key);
+  }
+  return symbols;
+}
+
+X11KeyboardMap::Modifiers readModifiers(xcb_connection_t* connection,
+                                        xcb_get_modifier_mapping_cookie_t asked) {
+  X11KeyboardMap::Modifiers modifiers{};
+  const auto reply = awaitReply(xcb_get_modifier_mapping_reply, connection, asked);
+  if (!reply) return modifiers;
+  const auto* keys = xcb_get_modifier_mapping_keycodes(reply.get());
+  const auto count = static_cast<unsigned>(xcb_get_modifier_mapping_keycodes_length(reply.get()));
+  for (unsigned each = 0; each < count; ++each) {
+    const auto bit = static_cast<std::uint8_t>(1U << (each / reply->keycodes_per_modifier));
+    if (keys[each] != 0) modifiers[keys[each]] |= bit;
+  }
+  return modifiers;
+}
+
 }  // namespace
+
+X11KeySet x11KeySet(const std::uint8_t* bits) {
+  X11KeySet keys;
+  for (std::size_t key = 0; key < keys.size(); ++key) {
+    keys[key] = (bits[key / 8] >> (key % 8) & 1) != 0;
+  }
+  return keys;
+}
+
+std::vector<xcb_keycode_t> keysOf(const X11KeySet& set) {
+  std::vector<xcb_keycode_t> keys;
+  for (std::size_t key = 0; key < set.size(); ++key) {
+    if (set.test(key)) keys.push_back(static_cast<xcb_keycode_t>(key));
+  }
+  return keys;
+}
 
 std::optional<xcb_keycode_t> x11KeyCode(std::uint32_t virtualKeyCode) {
   const auto* found = std::ranges::find(positions, virtualKeyCode, &KeyPosition::virtualKeyCode);
@@ -89,40 +134,9 @@ std::optional<xcb_keycode_t> x11KeyCode(std::uint32_t virtualKeyCode) {
 }
 
 X11KeyboardMap X11KeyboardMap::read(xcb_connection_t* connection) {
-  X11KeyboardMap map;
   const auto asked = xcb_get_modifier_mapping(connection);
-  if (startXkb(connection)) map.readSymbols(connection);
-  map.readModifiers(connection, asked);
-  return map;
-}
-
-void X11KeyboardMap::readSymbols(xcb_connection_t* connection) {
-  const XcbPointer<xcb_xkb_get_map_reply_t> reply(
-      xcb_xkb_get_map_reply(connection, askSymbols(connection), nullptr));
-  if (!reply || (reply->present & XCB_XKB_MAP_PART_KEY_SYMS) == 0) return;
-  xcb_xkb_get_map_map_t map;
-  xcb_xkb_get_map_map_unpack(xcb_xkb_get_map_map(reply.get()), reply->nTypes, reply->nKeySyms,
-                             reply->nKeyActions, reply->totalActions, reply->totalKeyBehaviors,
-                             reply->virtualMods, reply->totalKeyExplicit, reply->totalModMapKeys,
-                             reply->totalVModMapKeys, reply->present, &map);
-  auto key = xcb_xkb_get_map_map_syms_rtrn_iterator(reply.get(), &map);
-  for (std::size_t code = reply->firstKeySym; key.rem > 0 && code < symbols_.size(); ++code) {
-    symbols_[code] = firstLevel(*key.data);
-    xcb_xkb_key_sym_map_next(&key);
-  }
-}
-
-void X11KeyboardMap::readModifiers(xcb_connection_t* connection,
-                                   xcb_get_modifier_mapping_cookie_t asked) {
-  const XcbPointer<xcb_get_modifier_mapping_reply_t> reply(
-      xcb_get_modifier_mapping_reply(connection, asked, nullptr));
-  if (!reply) return;
-  const auto* keys = xcb_get_modifier_mapping_keycodes(reply.get());
-  const auto count = static_cast<unsigned>(xcb_get_modifier_mapping_keycodes_length(reply.get()));
-  for (unsigned each = 0; each < count; ++each) {
-    const auto bit = static_cast<std::uint8_t>(1U << (each / reply->keycodes_per_modifier));
-    if (keys[each] != 0) modifiers_[keys[each]] |= bit;
-  }
+  auto symbols = startXkb(connection) ? readSymbols(connection) : Symbols();
+  return {std::move(symbols), readModifiers(connection, asked)};
 }
 
 bool X11KeyboardMap::hasSymbol(xcb_keycode_t key, xcb_keysym_t symbol) const {

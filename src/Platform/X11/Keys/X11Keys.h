@@ -1,6 +1,10 @@
 #pragma once
 
 #include <xcb/xcb.h>
+// xkb.h names a field after a word of C++.
+#define explicit explicit_
+#include <xcb/xkb.h>
+#undef explicit
 
 #include <array>
 #include <bitset>
@@ -15,6 +19,11 @@ namespace stowboard {
 /// A set of X key codes.
 using X11KeySet = std::bitset<256>;
 
+/// The set as the protocol writes it: 32 bytes, the first key in the lowest bit.
+X11KeySet x11KeySet(const std::uint8_t* bits);
+/// In the order of their codes.
+std::vector<xcb_keycode_t> keysOf(const X11KeySet& set);
+
 /// The X key code of the key at the position that a virtual key code names (see HotKeyConfig);
 /// absent when there is no such key. These are the numbers of every server that reads its keyboards
 /// through evdev: the kernel's code of the key plus 8.
@@ -24,17 +33,16 @@ std::optional<xcb_keycode_t> x11KeyCode(std::uint32_t virtualKeyCode);
 /// it sets. A value; reading it waits for the server.
 class X11KeyboardMap {
  public:
-  /// Every key without symbols and modifiers.
+  /// For each key, what it gives without Shift: one symbol for each group of the layout.
+  using Symbols = std::array<std::vector<xcb_keysym_t>, 256>;
+  /// For each key, the bits of a core event's state that it sets; 0 for ordinary keys.
+  using Modifiers = std::array<std::uint8_t, 256>;
+
   X11KeyboardMap() = default;
+  X11KeyboardMap(Symbols symbols, const Modifiers& modifiers)
+      : symbols_(std::move(symbols)), modifiers_(modifiers) {}
   static X11KeyboardMap read(xcb_connection_t* connection);
 
-  /// The symbols that the key gives without Shift, one for each group of the layout.
-  void setSymbols(xcb_keycode_t key, std::vector<xcb_keysym_t> symbols) {
-    symbols_[key] = std::move(symbols);
-  }
-  void setModifiers(xcb_keycode_t key, std::uint8_t modifiers) { modifiers_[key] = modifiers; }
-
-  /// The bits of a core event's state that the key sets; 0 for ordinary keys.
   std::uint8_t modifiers(xcb_keycode_t key) const { return modifiers_[key]; }
   /// Whether the key sets its modifiers for as long as it is held, as lock keys do not.
   bool isHoldModifier(xcb_keycode_t key) const;
@@ -49,19 +57,15 @@ class X11KeyboardMap {
 
   /// A key that gives the symbol without Shift: in the given group if there is one, else in the
   /// first group where there is.
-  std::optional<xcb_keycode_t> keyFor(xcb_keysym_t symbol, std::size_t group = 0) const;
-
-  friend bool operator==(const X11KeyboardMap&, const X11KeyboardMap&) = default;
+  std::optional<xcb_keycode_t> keyFor(xcb_keysym_t symbol, std::size_t group) const;
 
  private:
   bool hasSymbol(xcb_keycode_t key, xcb_keysym_t symbol) const;
   /// The bit that the first of these symbols sets; 0 when none is on a modifier key.
   std::uint8_t modifierOf(std::initializer_list<xcb_keysym_t> symbols) const;
-  void readSymbols(xcb_connection_t* connection);
-  void readModifiers(xcb_connection_t* connection, xcb_get_modifier_mapping_cookie_t asked);
 
-  std::array<std::vector<xcb_keysym_t>, 256> symbols_;
-  std::array<std::uint8_t, 256> modifiers_{};
+  Symbols symbols_;
+  Modifiers modifiers_{};
 };
 
 }  // namespace stowboard

@@ -20,14 +20,6 @@ bool contains(const Names& names, std::string_view name) {
   return std::ranges::find(names, name) != names.end();
 }
 
-std::vector<xcb_keycode_t> keysOf(const X11KeySet& set) {
-  std::vector<xcb_keycode_t> keys;
-  for (std::size_t key = 0; key < set.size(); ++key) {
-    if (set.test(key)) keys.push_back(static_cast<xcb_keycode_t>(key));
-  }
-  return keys;
-}
-
 std::optional<xcb_keycode_t> freeKey(const X11KeyboardMap& keyboard, std::uint8_t modifier,
                                      const X11KeySet& down) {
   for (const auto key : keyboard.keysHolding(modifier)) {

@@ -1,6 +1,5 @@
 #include "Platform/X11/Windows/X11TransientWindows.h"
 
-#include <xcb/xcb.h>
 #include <xcb/xfixes.h>
 #include <xcb/xinput.h>
 
@@ -9,7 +8,6 @@
 #include <QGuiApplication>
 #include <algorithm>
 #include <array>
-#include <string_view>
 #include <utility>
 
 #include "Platform/X11/X11Connection.h"
@@ -36,14 +34,14 @@ class X11TransientWindows::Server {
  public:
   explicit Server(xcb_connection_t* connection)
       : connection_(connection),
-        input_(xcb_get_extension_data(connection, &xcb_input_id)),
+        input_(findExtension(connection, xcb_input_id)),
         root_(xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root),
-        state_(atom("_NET_WM_STATE")),
-        skipTaskbar_(atom("_NET_WM_STATE_SKIP_TASKBAR")),
-        skipPager_(atom("_NET_WM_STATE_SKIP_PAGER")),
-        frameExtents_(atom("_GTK_FRAME_EXTENTS")) {}
+        state_(internAtom(connection, "_NET_WM_STATE")),
+        skipTaskbar_(internAtom(connection, "_NET_WM_STATE_SKIP_TASKBAR")),
+        skipPager_(internAtom(connection, "_NET_WM_STATE_SKIP_PAGER")),
+        frameExtents_(internAtom(connection, "_GTK_FRAME_EXTENTS")) {}
 
-  bool tellsClicks() const { return input_ != nullptr && input_->present != 0; }
+  bool tellsClicks() const { return input_ != nullptr; }
 
   void setClickEvents(bool areWanted) const {
     struct {
@@ -88,13 +86,6 @@ class X11TransientWindows::Server {
   }
 
  private:
-  xcb_atom_t atom(std::string_view name) const {
-    const auto length = static_cast<std::uint16_t>(name.size());
-    const XcbPointer<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
-        connection_, xcb_intern_atom(connection_, 0, length, name.data()), nullptr));
-    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
-  }
-
   template <std::size_t count>
   void set(xcb_window_t window, xcb_atom_t property, xcb_atom_t type,
            const std::array<std::uint32_t, count>& values) const {
@@ -103,18 +94,14 @@ class X11TransientWindows::Server {
   }
 
   xcb_window_t childAtPointer(xcb_window_t window) const {
-    xcb_generic_error_t* error = nullptr;
-    const XcbPointer<xcb_query_pointer_reply_t> reply(
-        xcb_query_pointer_reply(connection_, xcb_query_pointer(connection_, window), &error));
-    const XcbPointer<xcb_generic_error_t> windowIsGone(error);
+    const auto reply =
+        awaitReply(xcb_query_pointer_reply, connection_, xcb_query_pointer(connection_, window));
     return reply ? reply->child : xcb_window_t{XCB_NONE};
   }
 
   xcb_xfixes_region_t regionInside(xcb_window_t window, int margin) const {
-    xcb_generic_error_t* error = nullptr;
-    const XcbPointer<xcb_get_geometry_reply_t> size(
-        xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), &error));
-    const XcbPointer<xcb_generic_error_t> windowIsGone(error);
+    const auto size =
+        awaitReply(xcb_get_geometry_reply, connection_, xcb_get_geometry(connection_, window));
     if (!size) return XCB_NONE;
     const auto inner = [margin](int length) {
       return static_cast<std::uint16_t>(std::max(length - 2 * margin, 0));
