@@ -11,7 +11,6 @@
 
 #include "Platform/Desktop/Bus/PortalAppearance.h"
 #include "Platform/QtTurns.h"
-#include "Platform/X11/Windows/X11Compositing.h"
 #include "contract/DesktopAppearanceContract.h"
 
 namespace stowboard {
@@ -161,24 +160,6 @@ TEST_F(PortalAppearanceTest, APortalThatRefusesIsNoPreference) {
   // Still heard.
   portal_->change("contrast", 1);
   EXPECT_TRUE(becomes({ColorScheme::noPreference, Contrast::high}));
-}
-
-TEST(X11Compositing, IsRunningWhileAManagerHoldsTheSelection) {
-  const QtApplication application;
-  const auto compositing = X11Compositing::create();
-  ASSERT_TRUE(compositing);
-  EXPECT_FALSE(compositing->isRunning());
-  bool isRunning = false;
-  compositing->onDidChange = [&] { isRunning = compositing->isRunning(); };
-  {
-    const auto manager = X11Connection::open("");
-    xcb_set_selection_owner(manager->xcb(), manager->createWindow(0),
-                            manager->atom("_NET_WM_CM_S0"), XCB_CURRENT_TIME);
-    xcb_flush(manager->xcb());
-    EXPECT_TRUE(turnQtUntil([&] { return isRunning; }));
-  }
-  EXPECT_TRUE(turnQtUntil([&] { return !isRunning; }));
-  EXPECT_FALSE(X11Compositing::create("/nowhere:99"));
 }
 
 }  // namespace

@@ -2,19 +2,27 @@
 
 #include <functional>
 
+#include "contract/AccessibilityTrustContract.h"
+#include "contract/CompositingContract.h"
 #include "contract/DesktopAppearanceContract.h"
 #include "contract/FileOpenerContract.h"
 #include "contract/HotKeyCenterContract.h"
 #include "contract/ImageCodecContract.h"
+#include "contract/KeyEventPosterContract.h"
 #include "contract/RunLoopContract.h"
 #include "contract/StatusItemContract.h"
+#include "contract/TransientWindowsContract.h"
 #include "contract/WorkspaceContract.h"
+#include "fakes/FakeAccessibilityTrust.h"
+#include "fakes/FakeCompositing.h"
 #include "fakes/FakeDesktopAppearance.h"
 #include "fakes/FakeFileOpener.h"
 #include "fakes/FakeHotKeyCenter.h"
 #include "fakes/FakeImageCodec.h"
+#include "fakes/FakeKeyEventPoster.h"
 #include "fakes/FakeRunLoop.h"
 #include "fakes/FakeStatusItem.h"
+#include "fakes/FakeTransientWindows.h"
 #include "fakes/FakeWorkspace.h"
 
 namespace stowboard {
@@ -112,8 +120,63 @@ class FakeStatusItemHarness {
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, DesktopAppearanceContract, FakeAppearanceHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, FileOpenerContract, FakeFileOpenerHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, StatusItemContract, FakeStatusItemHarness);
+class FakeKeyEventHarness {
+ public:
+  KeyEventPoster& poster() { return poster_; }
+  std::vector<std::string> seen() const {
+    std::vector<std::string> strokes;
+    for (const auto& event : poster_.posted) {
+      if (event.isKeyDown) strokes.push_back(event.keyCode == 36 ? "return" : "paste");
+    }
+    return strokes;
+  }
+  bool turnUntil(const std::function<bool()>& condition) { return condition(); }
+
+ private:
+  FakeKeyEventPoster poster_;
+};
+
+class FakeTrustHarness {
+ public:
+  FakeTrustHarness() { granted_.trusted = true; }
+  AccessibilityTrust& granted() { return granted_; }
+  AccessibilityTrust& withheld() { return withheld_; }
+
+ private:
+  FakeAccessibilityTrust granted_;
+  FakeAccessibilityTrust withheld_;
+};
+
+class FakeCompositingHarness {
+ public:
+  Compositing& compositing() { return compositing_; }
+  void start() { compositing_.setRunning(true); }
+  void end() { compositing_.setRunning(false); }
+  bool turnUntil(const std::function<bool()>& condition) { return condition(); }
+
+ private:
+  FakeCompositing compositing_;
+};
+
+class FakeTransientWindowsHarness {
+ public:
+  TransientWindows& windows() { return windows_; }
+  std::uint64_t window() const { return 1; }
+  void clickOutside() { windows_.clickOutside(); }
+  void clickInside() {}
+  void turnWheelOutside() {}
+  bool turnUntil(const std::function<bool()>& condition) { return condition(); }
+
+ private:
+  FakeTransientWindows windows_;
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, AccessibilityTrustContract, FakeTrustHarness);
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, CompositingContract, FakeCompositingHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, HotKeyCenterContract, FakeHotKeyHarness);
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, KeyEventPosterContract, FakeKeyEventHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, RunLoopContract, FakeRunLoopHarness);
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, TransientWindowsContract, FakeTransientWindowsHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, WorkspaceContract, FakeWorkspaceHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, ImageCodecContract, FakeImageCodecHarness);
 

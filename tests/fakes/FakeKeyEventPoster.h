@@ -21,6 +21,7 @@ class FakeKeyEventPoster final : public KeyEventPoster {
  private:
   struct FakeSource : Source {
     std::optional<KeyEvent> createKeyEvent(std::uint32_t keyCode, bool isKeyDown) override {
+      if (keyCode > 127) return std::nullopt;
       return KeyEvent{keyCode, isKeyDown, KeyEventFlags::none};
     }
   };

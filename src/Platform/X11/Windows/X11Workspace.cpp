@@ -10,13 +10,15 @@ X11Workspace::X11Workspace(std::shared_ptr<X11MainConnection> connection,
                            const ApplicationIdentifying& applications)
     : connection_(std::move(connection)),
       desktop_(connection_->connection(), applications),
-      lastReported_((desktop_.followFront(), desktop_.frontmost())),
       subscription_(connection_->subscribe(
           {[this](const xcb_generic_event_t& event) { return handle(event); }, [this] { report(); },
            [] {
              Log::app.error(
                  "The connection to the X server broke; the application in front is unknown");
-           }})) {}
+           }})) {
+  desktop_.followFront();
+  lastReported_ = desktop_.frontmost();
+}
 
 std::optional<RunningApplication> X11Workspace::frontmostApplication() const {
   return desktop_.frontmost();

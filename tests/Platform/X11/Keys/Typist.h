@@ -1,10 +1,10 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <xcb/xcb.h>
 #include <xcb/xinput.h>
 #include <xcb/xtest.h>
 
+#include <QProcess>
 #include <initializer_list>
 #include <memory>
 #include <string>
@@ -15,6 +15,11 @@
 
 namespace stowboard {
 
+/// Runs a shell's command to its end.
+inline void runInShell(const std::string& command) {
+  QProcess::execute("sh", {"-c", QString::fromStdString(command)});
+}
+
 /// Someone at the keyboard: presses keys of the server's own keyboard, apart from those that
 /// programs press through XTest.
 class Typist {
@@ -23,10 +28,8 @@ class Typist {
                                  numLock = 77, one = 10, two = 11, three = 12, v = 55;
 
   Typist() : connection_(X11Connection::open("")) {
-    const auto* input = xcb_get_extension_data(xcb(), &xcb_input_id);
-    firstInputEvent_ = input->first_event;
-    XcbPointer<xcb_input_xi_query_version_reply_t>(
-        xcb_input_xi_query_version_reply(xcb(), xcb_input_xi_query_version(xcb(), 2, 2), nullptr));
+    firstInputEvent_ = findExtension(xcb(), xcb_input_id)->first_event;
+    awaitReply(xcb_input_xi_query_version_reply, xcb(), xcb_input_xi_query_version(xcb(), 2, 2));
     findKeyboard();
     EXPECT_NE(keyboard_, 0);
   }
@@ -37,7 +40,6 @@ class Typist {
 
   X11Connection& connection() { return *connection_; }
 
-  void pressOne(xcb_keycode_t key) { press(key); }
   void press(xcb_keycode_t key) { fake(firstInputEvent_ + XCB_INPUT_DEVICE_KEY_PRESS, key); }
   void press(std::initializer_list<xcb_keycode_t> keys) {
     for (const auto key : keys) press(key);
@@ -61,35 +63,26 @@ class Typist {
   void sync() { focus(); }
   /// The window that the keys go to.
   xcb_window_t focus() {
-    const XcbPointer<xcb_get_input_focus_reply_t> reply(
-        xcb_get_input_focus_reply(xcb(), xcb_get_input_focus(xcb()), nullptr));
-    return reply->focus;
+    return awaitReply(xcb_get_input_focus_reply, xcb(), xcb_get_input_focus(xcb()))->focus;
   }
 
   /// The keys that are down for applications.
   X11KeySet down() {
-    const XcbPointer<xcb_query_keymap_reply_t> reply(
-        xcb_query_keymap_reply(xcb(), xcb_query_keymap(xcb()), nullptr));
-    X11KeySet keys;
-    for (std::size_t key = 0; key < 256; ++key) keys[key] = reply->keys[key / 8] >> (key % 8) & 1;
-    return keys;
+    const auto reply = awaitReply(xcb_query_keymap_reply, xcb(), xcb_query_keymap(xcb()));
+    return x11KeySet(reply->keys);
   }
   /// The same of the device that programs type on.
   X11KeySet downThroughXTest() {
-    const XcbPointer<xcb_input_query_device_state_reply_t> reply(xcb_input_query_device_state_reply(
-        xcb(), xcb_input_query_device_state(xcb(), static_cast<std::uint8_t>(xtestKeyboard_)),
-        nullptr));
+    const auto reply =
+        awaitReply(xcb_input_query_device_state_reply, xcb(),
+                   xcb_input_query_device_state(xcb(), static_cast<std::uint8_t>(xtestKeyboard_)));
     const auto state = xcb_input_query_device_state_classes_iterator(reply.get());
-    const auto* bits = reinterpret_cast<const xcb_input_key_state_t*>(state.data)->keys;
-    X11KeySet keys;
-    for (std::size_t key = 0; key < 256; ++key) keys[key] = bits[key / 8] >> (key % 8) & 1;
-    return keys;
+    return x11KeySet(reinterpret_cast<const xcb_input_key_state_t*>(state.data)->keys);
   }
   /// The modifiers in force, locked ones included.
   unsigned modifiers() {
-    const XcbPointer<xcb_query_pointer_reply_t> reply(
-        xcb_query_pointer_reply(xcb(), xcb_query_pointer(xcb(), connection_->root()), nullptr));
-    return reply->mask & 0xffU;
+    const auto asked = xcb_query_pointer(xcb(), connection_->root());
+    return awaitReply(xcb_query_pointer_reply, xcb(), asked)->mask & 0xffU;
   }
 
  private:
@@ -103,8 +96,8 @@ class Typist {
   }
 
   void findKeyboard() {
-    const XcbPointer<xcb_input_xi_query_device_reply_t> reply(xcb_input_xi_query_device_reply(
-        xcb(), xcb_input_xi_query_device(xcb(), XCB_INPUT_DEVICE_ALL), nullptr));
+    const auto reply = awaitReply(xcb_input_xi_query_device_reply, xcb(),
+                                  xcb_input_xi_query_device(xcb(), XCB_INPUT_DEVICE_ALL));
     auto each = xcb_input_xi_query_device_infos_iterator(reply.get());
     for (; each.rem > 0; xcb_input_xi_device_info_next(&each)) {
       const std::string_view name(

@@ -2,11 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <QProcess>
 #include <memory>
+#include <optional>
 #include <vector>
 
-#include "Platform/Qt/QtRunLoop.h"
 #include "Platform/QtTurns.h"
 #include "Platform/X11/Keys/Typist.h"
 #include "contract/HotKeyCenterContract.h"
@@ -15,11 +14,9 @@
 namespace stowboard {
 namespace {
 
-using Ids = std::vector<std::uint32_t>;
-
 class RealHotKeysHarness {
  public:
-  X11HotKeys& center() { return *hotKeys_; }
+  X11HotKeys& center() { return hotKeys_; }
   Typist& typist() { return typist_; }
 
   void press(const HotKeyConfig& config) {
@@ -30,15 +27,15 @@ class RealHotKeysHarness {
     typist_.sync();
   }
   void holdElsewhere(const HotKeyConfig& config) {
-    otherProgram_ = X11HotKeys::create(loop_);
+    otherProgram_.emplace(X11MainConnection::open());
     EXPECT_EQ(otherProgram_->registerHotKey(config, {}).status, HotKeyCenter::noError);
   }
   void releaseElsewhere(const HotKeyConfig&) {
     otherProgram_.reset();
     // The server gives back what a program held once it sees the connection end.
     EXPECT_TRUE(turnUntil([&] {
-      const auto reference = hotKeys_->registerHotKey({18, 0x900}, {}).reference;
-      hotKeys_->unregisterHotKey(reference);
+      const auto reference = hotKeys_.registerHotKey({18, 0x900}, {}).reference;
+      hotKeys_.unregisterHotKey(reference);
       return reference != 0;
     }));
   }
@@ -55,78 +52,65 @@ class RealHotKeysHarness {
   }
 
   QtApplication application_;
-  QtRunLoop loop_;
   Typist typist_;
-  std::unique_ptr<X11HotKeys> hotKeys_ = X11HotKeys::create(loop_);
-  std::unique_ptr<X11HotKeys> otherProgram_;
+  X11HotKeys hotKeys_{X11MainConnection::open()};
+  std::optional<X11HotKeys> otherProgram_;
 };
 
 INSTANTIATE_TYPED_TEST_SUITE_P(X11, HotKeyCenterContract, RealHotKeysHarness);
 
-class X11HotKeysTest : public ::testing::Test {
+class X11HotKeysTest : public HotKeyCenterContract<RealHotKeysHarness> {
  protected:
   X11HotKeysTest() {
-    center().installEventHandler(
-        [this](const HotKeyIdentity& identity) { pressed_.push_back(identity.id); });
-    center().registerHotKey(HotKeyConfig::defaultConfig, {7, 1});
-    center().registerHotKey(one_, {7, 101});
-    center().registerHotKey(two_, {7, 102});
+    take(panel_, 1);
+    take(one_, 101);
+    take(two_, 102);
   }
-  ~X11HotKeysTest() override { run("setxkbmap us"); }
+  ~X11HotKeysTest() override { runInShell("setxkbmap us"); }
 
   X11HotKeys& center() { return harness_.center(); }
   Typist& typist() { return harness_.typist(); }
-  static void run(const char* command) { QProcess::execute("sh", {"-c", command}); }
-  ::testing::AssertionResult delivers(const Ids& ids) {
-    harness_.turnUntil([&] { return pressed_.size() >= ids.size(); });
-    if (pressed_ == ids) return ::testing::AssertionSuccess();
-    return ::testing::AssertionFailure() << ::testing::PrintToString(pressed_);
+  bool arrives(const HotKeyConfig& config) {
+    pressed_.clear();
+    return harness_.turnUntil([&] {
+      harness_.press(config);
+      return !pressed_.empty();
+    });
   }
-
-  static constexpr HotKeyConfig one_{18, ModifierMask::command | ModifierMask::option};
-  static constexpr HotKeyConfig two_{19, ModifierMask::command | ModifierMask::option};
-  RealHotKeysHarness harness_;
-  Ids pressed_;
 };
 
 TEST_F(X11HotKeysTest, IgnoresWhetherLockKeysAreOn) {
   for (const auto lock : {Typist::capsLock, Typist::numLock, Typist::capsLock, Typist::numLock}) {
     typist().tap(lock);
     pressed_.clear();
-    harness_.press(HotKeyConfig::defaultConfig);
+    harness_.press(panel_);
     EXPECT_TRUE(delivers({1})) << int{lock};
   }
 }
 
 TEST_F(X11HotKeysTest, NamesPositionsWhateverTheLayout) {
   for (const auto* layout : {"ru", "gr", "us -variant dvorak", "fr", "us,ru"}) {
-    run((std::string("setxkbmap -layout ") + layout).c_str());
+    runInShell(std::string("setxkbmap -layout ") + layout);
     pressed_.clear();
-    harness_.press(HotKeyConfig::defaultConfig);
+    harness_.press(panel_);
     harness_.press(one_);
     EXPECT_TRUE(delivers({1, 101})) << layout;
   }
 }
 
 TEST_F(X11HotKeysTest, FollowsTheModifiersToOtherBits) {
-  run("xmodmap -e 'clear mod4' -e 'clear mod2' -e 'add mod3 = Super_L' -e 'add mod4 = Num_Lock'");
+  runInShell(
+      "xmodmap -e 'clear mod4' -e 'clear mod2' -e 'add mod3 = Super_L' -e 'add mod4 = Num_Lock'");
   typist().tap(Typist::numLock);
   // Until the announcement has arrived, presses are missed.
-  EXPECT_TRUE(harness_.turnUntil([&] {
-    harness_.press(HotKeyConfig::defaultConfig);
-    return !pressed_.empty();
-  }));
+  EXPECT_TRUE(arrives(panel_));
   typist().tap(Typist::numLock);
-  run("setxkbmap us");
-  pressed_.clear();
-  EXPECT_TRUE(harness_.turnUntil([&] {
-    harness_.press(one_);
-    return !pressed_.empty();
-  }));
+  runInShell("setxkbmap us");
+  EXPECT_TRUE(arrives(one_));
 }
 
 TEST_F(X11HotKeysTest, CountsAHeldKeyOnceAndTheKeysPressedWithItToo) {
-  run("xset r rate 30 100");
+  runInShell("xset r rate 30 100");
   typist().press({Typist::super, Typist::alt, Typist::one});
   typist().release(Typist::one, 300);
   typist().tap(Typist::two);
@@ -137,7 +121,7 @@ TEST_F(X11HotKeysTest, CountsAHeldKeyOnceAndTheKeysPressedWithItToo) {
   typist().tap(Typist::two);
   EXPECT_TRUE(delivers({101, 102, 101, 102, 102}));
   typist().release({Typist::alt, Typist::super});
-  run("xset r rate");
+  runInShell("xset r rate");
 }
 
 TEST_F(X11HotKeysTest, TellsWhyACombinationIsRefused) {
@@ -146,7 +130,7 @@ TEST_F(X11HotKeysTest, TellsWhyACombinationIsRefused) {
   EXPECT_EQ(center().registerHotKey({200, 0x100}, {}).status, Status{X11HotKeys::noSuchKey});
   harness_.holdElsewhere({22, 0x900});
   EXPECT_EQ(center().registerHotKey({22, 0x900}, {}).status, XCB_ACCESS);
-  run("xmodmap -e 'clear mod4'");
+  runInShell("xmodmap -e 'clear mod4'");
   EXPECT_TRUE(harness_.turnUntil([&] {
     return center().registerHotKey({23, 0x100}, {}).status == Status{X11HotKeys::noSuchModifier};
   }));
@@ -167,10 +151,19 @@ TEST_F(X11HotKeysTest, KeepsNothingOfARefusedCombination) {
   }));
 }
 
-TEST(X11HotKeys, AreNotMadeWithoutAnXServer) {
+// They are given back although others go on with the connection.
+TEST(X11HotKeys, GiveAllBackInTheEnd) {
   const QtApplication application;
-  QtRunLoop loop;
-  EXPECT_FALSE(X11HotKeys::create(loop, "/nowhere:99"));
+  const auto shared = X11MainConnection::open();
+  constexpr HotKeyConfig config{18, ModifierMask::command};
+  std::optional<X11HotKeys> ending(std::in_place, shared);
+  EXPECT_EQ(ending->registerHotKey(config, {7, 1}).status, HotKeyCenter::noError);
+  X11HotKeys other(X11MainConnection::open());
+  EXPECT_EQ(other.registerHotKey(config, {7, 2}).status, XCB_ACCESS);
+  ending.reset();
+  EXPECT_TRUE(turnQtUntil([&] {
+    return other.registerHotKey(config, {7, 2}).status == HotKeyCenter::noError;
+  }));
 }
 
 }  // namespace

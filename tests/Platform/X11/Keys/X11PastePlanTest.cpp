@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <xkbcommon/xkbcommon-keysyms.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -15,27 +16,32 @@ namespace {
 constexpr xcb_keycode_t one = 10, controlL = 37, shiftL = 50, v = 55, altL = 64, capsLock = 66,
                         numLock = 77, controlR = 105, insert = 118, super = 133;
 
-X11KeyboardMap usKeyboard() {
-  struct Key {
-    xcb_keycode_t key;
-    xcb_keysym_t symbol;
-    std::uint8_t modifiers;
-  };
-  X11KeyboardMap map;
-  for (const auto& [key, symbol, modifiers] : std::vector<Key>{
-           {controlL, XKB_KEY_Control_L, XCB_MOD_MASK_CONTROL},
-           {controlR, XKB_KEY_Control_R, XCB_MOD_MASK_CONTROL},
-           {shiftL, XKB_KEY_Shift_L, XCB_MOD_MASK_SHIFT},
-           {altL, XKB_KEY_Alt_L, XCB_MOD_MASK_1},
-           {super, XKB_KEY_Super_L, XCB_MOD_MASK_4},
-           {capsLock, XKB_KEY_Caps_Lock, XCB_MOD_MASK_LOCK},
-           {numLock, XKB_KEY_Num_Lock, XCB_MOD_MASK_2},
-           {v, XKB_KEY_v, 0},
-       }) {
-    map.setSymbols(key, {symbol});
-    map.setModifiers(key, modifiers);
+struct Key {
+  xcb_keycode_t key;
+  std::vector<xcb_keysym_t> symbols;
+  std::uint8_t modifiers = 0;
+};
+
+X11KeyboardMap keyboard(const std::vector<Key>& keys) {
+  X11KeyboardMap::Symbols symbols;
+  X11KeyboardMap::Modifiers modifiers{};
+  for (const auto& each : keys) {
+    symbols[each.key] = each.symbols;
+    modifiers[each.key] = each.modifiers;
   }
-  return map;
+  return {symbols, modifiers};
+}
+
+X11KeyboardMap usKeyboard(std::uint8_t ofSuper = XCB_MOD_MASK_4,
+                          std::uint8_t ofAlt = XCB_MOD_MASK_1) {
+  return keyboard({{controlL, {XKB_KEY_Control_L}, XCB_MOD_MASK_CONTROL},
+                   {controlR, {XKB_KEY_Control_R}, XCB_MOD_MASK_CONTROL},
+                   {shiftL, {XKB_KEY_Shift_L}, XCB_MOD_MASK_SHIFT},
+                   {altL, {XKB_KEY_Alt_L}, ofAlt},
+                   {super, {XKB_KEY_Super_L}, ofSuper},
+                   {capsLock, {XKB_KEY_Caps_Lock}, XCB_MOD_MASK_LOCK},
+                   {numLock, {XKB_KEY_Num_Lock}, XCB_MOD_MASK_2},
+                   {v, {XKB_KEY_v}}});
 }
 
 X11KeySet keySet(const std::vector<xcb_keycode_t>& keys) {
@@ -114,19 +120,17 @@ TEST(X11PastePlan, ChoosesTheChordByTheTarget) {
 }
 
 TEST(X11KeyboardMap, FindsModifiersWhereverTheyAre) {
-  auto map = usKeyboard();
+  const auto map = usKeyboard();
   EXPECT_EQ(map.modifiersForMask(ModifierMask::command | ModifierMask::option), 0x48);
   EXPECT_EQ(map.lockModifiers(), XCB_MOD_MASK_LOCK | XCB_MOD_MASK_2);
-  map.setModifiers(super, XCB_MOD_MASK_3);
-  map.setModifiers(altL, 0);
-  EXPECT_EQ(map.modifiersForMask(ModifierMask::command | ModifierMask::shift), 0x21);
-  EXPECT_EQ(map.modifiersForMask(ModifierMask::option), std::nullopt);
+  const auto other = usKeyboard(XCB_MOD_MASK_3, 0);
+  EXPECT_EQ(other.modifiersForMask(ModifierMask::command | ModifierMask::shift), 0x21);
+  EXPECT_EQ(other.modifiersForMask(ModifierMask::option), std::nullopt);
 }
 
 TEST(X11KeyboardMap, PrefersTheGroupInForce) {
-  X11KeyboardMap map;
-  map.setSymbols(v, {XKB_KEY_v, XKB_KEY_k, XKB_KEY_Cyrillic_em});
-  map.setSymbols(60, {XKB_KEY_period, XKB_KEY_v, XKB_KEY_Cyrillic_yu});
+  const auto map = keyboard({{v, {XKB_KEY_v, XKB_KEY_k, XKB_KEY_Cyrillic_em}},
+                             {60, {XKB_KEY_period, XKB_KEY_v, XKB_KEY_Cyrillic_yu}}});
   EXPECT_EQ(map.keyFor(XKB_KEY_v, 0), v);
   EXPECT_EQ(map.keyFor(XKB_KEY_v, 1), 60);
   EXPECT_EQ(map.keyFor(XKB_KEY_v, 2), v);

@@ -2,13 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <QGuiApplication>
-#include <QProcess>
-#include <QProcessEnvironment>
 #include <QRasterWindow>
-#include <algorithm>
-#include <array>
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <set>
@@ -17,9 +11,8 @@
 
 #include "Platform/Desktop/Applications/InstalledApplications.h"
 #include "Platform/Desktop/TemporaryFolder.h"
-#include "Platform/Qt/QtRunLoop.h"
 #include "Platform/QtTurns.h"
-#include "Platform/X11/X11Connection.h"
+#include "Platform/X11/OtherPrograms.h"
 #include "contract/WorkspaceContract.h"
 #include "fakes/LogCapture.h"
 
@@ -28,102 +21,6 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-/// A program that ends with the scope, by its process id.
-class Program {
- public:
-  explicit Program(const QStringList& command) {
-    process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process_.start(command.front(), command.mid(1));
-    EXPECT_TRUE(process_.waitForStarted()) << command.front().toStdString();
-  }
-  ~Program() { end(); }
-
-  std::int64_t processIdentifier() const { return process_.processId(); }
-  void end() {
-    process_.kill();
-    process_.waitForFinished();
-  }
-
- private:
-  QProcess process_;
-};
-
-/// A client of the window manager's with windows of any traits.
-class Client {
- public:
-  Client() : connection_(X11Connection::open("")) {}
-
-  X11Connection& connection() { return *connection_; }
-
-  /// WM_CLASS is that name twice; `machine` is where the window says it runs.
-  xcb_window_t open(const std::string& name, const std::string& machine) {
-    const auto window = xcb_generate_id(xcb());
-    xcb_create_window(xcb(), XCB_COPY_FROM_PARENT, window, connection_->root(), 0, 0, 80, 60, 0,
-                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
-    setText(window, XCB_ATOM_WM_CLASS, name + '\0' + name + '\0');
-    setText(window, XCB_ATOM_WM_CLIENT_MACHINE, machine);
-    xcb_map_window(xcb(), window);
-    xcb_flush(xcb());
-    return window;
-  }
-
-  void setText(xcb_window_t window, xcb_atom_t property, const std::string& text) {
-    xcb_change_property(xcb(), XCB_PROP_MODE_REPLACE, window, property, XCB_ATOM_STRING, 8,
-                        static_cast<std::uint32_t>(text.size()), text.data());
-    xcb_flush(xcb());
-  }
-
-  /// _NET_SUPPORTING_WM_CHECK, another window for every window manager.
-  std::string manager() {
-    const auto property = connection_->atom("_NET_SUPPORTING_WM_CHECK");
-    const XcbPointer<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-        xcb(), xcb_get_property(xcb(), 0, connection_->root(), property, XCB_ATOM_WINDOW, 0, 1),
-        nullptr));
-    return {static_cast<const char*>(xcb_get_property_value(reply.get())),
-            static_cast<std::size_t>(xcb_get_property_value_length(reply.get()))};
-  }
-
-  void activate(xcb_window_t window) {
-    sendToManager(window, "_NET_ACTIVE_WINDOW", {2, XCB_CURRENT_TIME, 0, 0, 0});
-  }
-  void iconify(xcb_window_t window) { sendToManager(window, "WM_CHANGE_STATE", {3, 0, 0, 0, 0}); }
-  void close(xcb_window_t window) {
-    xcb_destroy_window(xcb(), window);
-    xcb_flush(xcb());
-  }
-
- private:
-  xcb_connection_t* xcb() { return connection_->xcb(); }
-
-  void sendToManager(xcb_window_t window, const char* type, std::array<std::uint32_t, 5> data) {
-    xcb_client_message_event_t message{};
-    message.response_type = XCB_CLIENT_MESSAGE;
-    message.format = 32;
-    message.window = window;
-    message.type = connection_->atom(type);
-    std::copy(data.begin(), data.end(), message.data.data32);
-    xcb_send_event(xcb(), 0, connection_->root(),
-                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
-                   reinterpret_cast<const char*>(&message));
-    xcb_flush(xcb());
-  }
-
-  std::unique_ptr<X11Connection> connection_;
-};
-
-/// One application object for the whole program: Qt does not clear everything up behind several.
-class DesktopApplication final : public ::testing::Environment {
- public:
-  void SetUp() override { application_ = std::make_unique<QGuiApplication>(argc_, argv_); }
-  void TearDown() override { application_.reset(); }
-
- private:
-  int argc_ = 1;
-  char name_[5] = "test";
-  char* argv_[2] = {name_, nullptr};
-  std::unique_ptr<QGuiApplication> application_;
-};
-
 [[maybe_unused]] const auto* const desktopApplication =
     ::testing::AddGlobalTestEnvironment(new DesktopApplication);
 
@@ -131,20 +28,19 @@ class RealWorkspaceHarness {
  public:
   explicit RealWorkspaceHarness(std::vector<std::filesystem::path> dataFolders = {})
       : applications_(std::move(dataFolders)),
-        workspace_(X11Workspace::create(loop_, applications_)) {}
+        workspace_(X11MainConnection::open(), applications_) {}
 
-  Workspace& workspace() { return *workspace_; }
+  Workspace& workspace() { return workspace_; }
   Client& client() { return client_; }
   bool turnUntil(const std::function<bool()>& condition) { return turnQtUntil(condition); }
 
-  /// The windows claim another machine, so that they are not taken for this process's own.
   void activate(const std::string& id) {
-    if (!windows_.contains(id)) windows_[id] = client_.open(id, "elsewhere.example.org");
+    if (!windows_.contains(id)) windows_[id] = client_.open(id);
     const auto window = windows_[id];
     // The window manager has to know the window first.
     EXPECT_TRUE(turnUntil([&] {
       client_.activate(window);
-      const auto application = workspace_->frontmostApplication();
+      const auto application = workspace_.frontmostApplication();
       return application && application->window == window;
     }));
   }
@@ -157,16 +53,15 @@ class RealWorkspaceHarness {
   }
   bool comesToFront(const std::string& id, std::int64_t processIdentifier = 0) {
     return turnUntil([&] {
-      const auto application = workspace_->frontmostApplication();
+      const auto application = workspace_.frontmostApplication();
       if (!application || application->bundleIdentifier != id) return false;
       return processIdentifier == 0 || application->processIdentifier == processIdentifier;
     });
   }
 
  private:
-  QtRunLoop loop_;
   InstalledApplications applications_;
-  std::unique_ptr<X11Workspace> workspace_;
+  X11Workspace workspace_;
   Client client_;
   std::map<std::string, xcb_window_t> windows_;
 };
@@ -232,7 +127,7 @@ TEST(X11Workspace, LosesNoActivationAndReportsNoWindowThatIsGone) {
   harness.activate("Steady");
   std::vector<xcb_window_t> windows;
   for (int round = 0; round < 20; ++round) {
-    windows.push_back(harness.client().open("Brief" + std::to_string(round), "elsewhere"));
+    windows.push_back(harness.client().open("Brief" + std::to_string(round)));
     harness.client().activate(windows.back());
     if (round > 0) harness.client().close(windows[round - 1]);
   }
@@ -265,30 +160,64 @@ TEST(X11Workspace, FollowsWindowManagersThatComeAndGo) {
   EXPECT_TRUE(harness.turnUntil([&] { return reported == "Second"; }));
 }
 
-TEST(X11Workspace, IsNotMadeWithoutAnXServer) {
-  QtRunLoop loop;
+TEST(X11Workspace, SurvivesTheEndOfItsServer) {
+  const LogCapture log;
+  PrivateServer server;
   const InstalledApplications applications(std::vector<std::filesystem::path>{});
-  EXPECT_FALSE(X11Workspace::create(loop, applications, "/nowhere:99"));
-  EXPECT_FALSE(X11Workspace::create(loop, applications, "no display"));
+  const X11Workspace workspace(X11MainConnection::open(server.display), applications);
+  EXPECT_FALSE(workspace.frontmostApplication());
+  server.end();
+  EXPECT_TRUE(turnQtUntil([&] { return !log.errors("app").empty(); }));
+  EXPECT_FALSE(workspace.frontmostApplication());
 }
 
-TEST(X11Workspace, SurvivesTheEndOfItsServer) {
-  LogCapture log;
-  QProcess server;
-  server.setProcessChannelMode(QProcess::SeparateChannels);
-  server.start("Xvfb", {"-displayfd", "1", "-nolisten", "tcp"});
-  ASSERT_TRUE(server.waitForStarted());
-  while (!server.canReadLine()) ASSERT_TRUE(server.waitForReadyRead());
-  const std::string display = ":" + server.readLine().trimmed().toStdString();
-  QtRunLoop loop;
-  const InstalledApplications applications(std::vector<std::filesystem::path>{});
-  const auto workspace = X11Workspace::create(loop, applications, display);
-  ASSERT_TRUE(workspace);
-  EXPECT_FALSE(workspace->frontmostApplication());
-  server.kill();
-  server.waitForFinished();
-  EXPECT_TRUE(turnQtUntil([&] { return !log.errors("app").empty(); }));
-  EXPECT_FALSE(workspace->frontmostApplication());
+TEST(X11MainConnection, IsNotMadeWithoutAnXServer) {
+  EXPECT_FALSE(X11MainConnection::open("/nowhere:99"));
+  EXPECT_FALSE(X11MainConnection::open("no display"));
+}
+
+// What one adapter waits for takes the events of the others off the socket; a failed request of
+// one comes to none.
+TEST(X11MainConnection, LosesNoEventToAReplyAndTellsNobodyOfErrors) {
+  const auto shared = X11MainConnection::open();
+  const auto ours = shared->connection().createWindow(XCB_EVENT_MASK_PROPERTY_CHANGE);
+  int changes = 0, settled = 0, others = 0;
+  auto first = shared->subscribe({[&](const xcb_generic_event_t& event) {
+                                    changes += event.response_type == XCB_PROPERTY_NOTIFY;
+                                    others += event.response_type != XCB_PROPERTY_NOTIFY;
+                                    return changes > 0;
+                                  },
+                                  [&] { settled += 1; }});
+  const auto second = shared->subscribe({[&](const xcb_generic_event_t&) { return false; }, [] {}});
+  xcb_destroy_window(shared->xcb(), 1);
+  for (int change = 0; change < 3; ++change) {
+    xcb_change_property(shared->xcb(), XCB_PROP_MODE_APPEND, ours, XCB_ATOM_CUT_BUFFER0,
+                        XCB_ATOM_STRING, 8, 1, "x");
+  }
+  awaitReply(xcb_get_input_focus_reply, shared->xcb(), xcb_get_input_focus(shared->xcb()));
+  EXPECT_TRUE(turnQtUntil([&] { return settled > 0; }));
+  EXPECT_EQ(std::vector({changes, settled, others}), std::vector({3, 1, 0}));
+}
+
+TEST(X11MainConnection, SurvivesAListenerThatEndsEverything) {
+  auto shared = X11MainConnection::open();
+  const auto ours = shared->connection().createWindow(XCB_EVENT_MASK_PROPERTY_CHANGE);
+  xcb_change_property(shared->xcb(), XCB_PROP_MODE_APPEND, ours, XCB_ATOM_CUT_BUFFER0,
+                      XCB_ATOM_STRING, 8, 1, "x");
+  xcb_flush(shared->xcb());
+  X11MainConnection::Subscription one, two;
+  int calls = 0;
+  const auto end = [&](const xcb_generic_event_t&) {
+    one = two = nullptr;
+    shared = nullptr;
+    calls += 1;
+    return true;
+  };
+  const auto settle = [&] { calls += 100; };
+  one = shared->subscribe({end, settle});
+  two = shared->subscribe({end, settle});
+  EXPECT_TRUE(turnQtUntil([&] { return calls > 0; }));
+  EXPECT_EQ(calls, 1);
 }
 
 }  // namespace
