@@ -37,7 +37,6 @@ bool X11Workspace::activate(const RunningApplication& application) {
   return true;
 }
 
-
 std::uint64_t X11Workspace::awaitedWindow() const {
   constexpr auto longestWait = std::chrono::seconds(1);
   return std::chrono::steady_clock::now() - awaitedSince_ < longestWait ? awaitedWindow_ : 0;
