@@ -6,6 +6,8 @@
 #include <string>
 #include <utility>
 
+#include "Base/LogLine.h"
+
 namespace stowboard {
 
 /// One logger per area. Safe to use from any thread; a call never waits for the terminal or the
@@ -29,8 +31,6 @@ class Logger {
       write(Level::info, fmt::format(format, std::forward<Arguments>(arguments)...));
   }
 
-  const char* category() const { return category_; }
-
  private:
   friend struct Log;
   enum class Level { error, info };
@@ -43,7 +43,6 @@ class Logger {
 struct Log {
   Log() = delete;
 
-  static constexpr const char* subsystem = "com.qarvin.stowboard";
   static const Logger app;
   static const Logger storage;
   static const Logger clipboard;
@@ -55,13 +54,7 @@ struct Log {
   /// Returns when every line logged before has been written. Called once, before the process ends.
   static void flush();
 
-  struct Line {
-    bool isError = false;
-    std::string category;
-    std::string message;
-
-    friend bool operator==(const Line&, const Line&) = default;
-  };
+  using Line = LogLine;
 
   /// While one lives, every line (info included) goes to its observer and nowhere else; called
   /// on the logging thread, inside the call that logs. At most one at a time. For tests.

@@ -25,6 +25,8 @@ namespace stowboard {
 
 namespace {
 
+constexpr std::string_view subsystem = "com.qarvin.stowboard";
+
 /// The running writer, if any; never destroyed, because its thread may be held by a stopped
 /// terminal when the process ends.
 std::atomic<LogWriter*> running = nullptr;
@@ -60,11 +62,11 @@ void writeAll(int descriptor, std::string_view bytes) {
   }
 }
 
-bool writeToJournal(const Log::Line& line) {
+bool writeToJournal(const LogLine& line) {
   std::array<std::string, 5> fields = {
       "MESSAGE=" + line.message,
       fmt::format("PRIORITY={}", line.isError ? LOG_ERR : LOG_INFO),
-      fmt::format("SUBSYSTEM={}", Log::subsystem),
+      fmt::format("SUBSYSTEM={}", subsystem),
       "CATEGORY=" + line.category,
       "SYSLOG_IDENTIFIER=stowboard",
   };
@@ -107,13 +109,13 @@ bool LogWriter::goesToTerminal() {
   return isTerminal;
 }
 
-void LogWriter::submit(Log::Line line) { writer().add(std::move(line)); }
+void LogWriter::submit(LogLine line) { writer().add(std::move(line)); }
 
 void LogWriter::flush() {
   if (auto* const current = running.load()) current->waitUntilWritten(std::chrono::seconds(2));
 }
 
-std::string LogWriter::format(const Log::Line& line, std::chrono::system_clock::time_point time) {
+std::string LogWriter::format(const LogLine& line, std::chrono::system_clock::time_point time) {
   const auto seconds = std::chrono::floor<std::chrono::seconds>(time);
   const auto milliseconds = std::chrono::floor<std::chrono::milliseconds>(time - seconds).count();
   const std::time_t clock = std::chrono::system_clock::to_time_t(seconds);
@@ -124,7 +126,7 @@ std::string LogWriter::format(const Log::Line& line, std::chrono::system_clock::
                      escapeControls(line.message));
 }
 
-void LogWriter::add(Log::Line line) {
+void LogWriter::add(LogLine line) {
   {
     const std::lock_guard lock(mutex_);
     const bool full = waiting_.size() >= mostWaitingLines ||
@@ -145,7 +147,7 @@ bool LogWriter::waitUntilWritten(std::chrono::milliseconds bound) {
   return written_.wait_for(lock, bound, [&] { return writtenCount_ >= target; });
 }
 
-void LogWriter::enqueue(Log::Line line) {
+void LogWriter::enqueue(LogLine line) {
   waitingBytes_ += line.message.size();
   ++addedCount_;
   waiting_.push_back({std::move(line), std::chrono::system_clock::now()});

@@ -8,7 +8,7 @@
 #include <mutex>
 #include <string>
 
-#include "Base/Log.h"
+#include "Base/LogLine.h"
 
 namespace stowboard {
 
@@ -30,7 +30,7 @@ class LogWriter {
   /// Whether standard error was a terminal when this was first asked.
   static bool goesToTerminal();
   /// Hands a line to the process's one writer.
-  static void submit(Log::Line line);
+  static void submit(LogLine line);
   /// Waits until what was submitted before is written, but no longer than two seconds: a terminal
   /// that the user has stopped must not keep the program from ending.
   static void flush();
@@ -38,23 +38,23 @@ class LogWriter {
   /// A line as terminals show it: local time, level where it is error, category, message. Control
   /// characters are written as escapes and malformed UTF-8 as U+FFFD, so that a message can neither
   /// break out of its line nor command the terminal.
-  static std::string format(const Log::Line& line, std::chrono::system_clock::time_point time);
+  static std::string format(const LogLine& line, std::chrono::system_clock::time_point time);
 
   /// Any thread; never waits.
-  void add(Log::Line line);
+  void add(LogLine line);
   /// False when the time was up before everything added so far had been written.
   bool waitUntilWritten(std::chrono::milliseconds bound);
 
  private:
   struct Entry {
-    Log::Line line;
+    LogLine line;
     std::chrono::system_clock::time_point time;
   };
 
   void start();
   void run();
   void write(const Entry& entry) const;
-  void enqueue(Log::Line line);
+  void enqueue(LogLine line);
 
   const Target target_;
   const int descriptor_;

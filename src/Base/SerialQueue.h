@@ -22,8 +22,6 @@ class SerialQueue {
   SerialQueue(const SerialQueue&) = delete;
   SerialQueue& operator=(const SerialQueue&) = delete;
 
-  const std::string& label() const { return label_; }
-
   /// Queues the task and returns at once.
   void async(Task task);
   /// Queues the task and returns when it has run. Never to be called from a task of this queue.

@@ -13,10 +13,19 @@ enum class AppLanguage { english, simplifiedChinese };
 inline constexpr std::array allAppLanguages{AppLanguage::english, AppLanguage::simplifiedChinese};
 
 /// The language's tag, which is also its form in the settings file: "en" or "zh-Hans".
-std::string_view id(AppLanguage language);
-std::optional<AppLanguage> appLanguageFromId(std::string_view id);
+constexpr std::string_view id(AppLanguage language) {
+  return language == AppLanguage::english ? "en" : "zh-Hans";
+}
+constexpr std::optional<AppLanguage> appLanguageFromId(std::string_view tag) {
+  for (const AppLanguage language : allAppLanguages) {
+    if (tag == id(language)) return language;
+  }
+  return std::nullopt;
+}
 
 /// The language's own name, the same in every interface language.
-std::string_view displayName(AppLanguage language);
+constexpr std::string_view displayName(AppLanguage language) {
+  return language == AppLanguage::english ? "English" : "简体中文";
+}
 
 }  // namespace stowboard

@@ -8,9 +8,15 @@
 #include "Base/Timestamp.h"
 #include "Base/Unicode/Text.h"
 #include "Base/Uuid.h"
-#include "Models/ClipType.h"
 
 namespace stowboard {
+
+/// The kind of a clip.
+enum class ClipType { text, rtf, image };
+
+/// The word that stands for the kind in the history file.
+std::string_view rawValue(ClipType type);
+std::optional<ClipType> clipTypeFromRawValue(std::string_view raw);
 
 /// One entry of the clipboard history. An immutable value; copies share the content, so a list of
 /// clips is copied without copying a payload. Safe to read from any thread.

@@ -2,9 +2,18 @@
 
 #include <functional>
 
-#include "Models/Appearance.h"
-
 namespace stowboard {
+
+enum class ColorScheme { noPreference, light, dark };
+enum class Contrast { normal, high };
+
+/// How the user wants programs to look.
+struct Appearance {
+  ColorScheme colorScheme = ColorScheme::noPreference;
+  Contrast contrast = Contrast::normal;
+
+  friend bool operator==(const Appearance&, const Appearance&) = default;
+};
 
 /// The user's preference for how programs look. Main thread.
 class DesktopAppearance {

@@ -8,7 +8,7 @@
 #include <atomic>
 #include <mutex>
 
-#include "Base/Unicode/CaseFolding.h"
+#include "Base/Unicode/CaseLocale.h"
 
 namespace stowboard {
 

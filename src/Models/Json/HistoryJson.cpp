@@ -6,11 +6,7 @@
 #include <utility>
 
 #include "Models/Json/Base64.h"
-#include "Models/Json/JsonForm.h"
-#include "Models/Json/JsonReader.h"
 #include "Models/Json/JsonRecord.h"
-#include "Models/Json/JsonWriter.h"
-#include "Models/Json/NestingJsonHandler.h"
 
 namespace stowboard {
 

@@ -33,8 +33,8 @@ bool encodeJson(const AppSettings& settings, const JsonSink& sink);
 /// Hands over the next bytes of a file, valid until the next call; empty at its end.
 using JsonSource = std::function<std::string_view()>;
 
-/// Reads what encodeJson() or the original format's platform encoder wrote, a chunk at a time, so
-/// that the file never stands in memory beside the value. One failing element makes a history fail
+/// Reads what encodeJson() or another writer of the format wrote, a chunk at a time, so that the
+/// file never stands in memory beside the value. One failing element makes a history fail
 /// as a whole. Of a key that occurs more than once in an object the last occurrence counts, and
 /// only that one needs to be valid. Any thread.
 DecodingResult<std::vector<ClipItem>> decodeHistory(const JsonSource& source);

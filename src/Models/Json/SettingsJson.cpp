@@ -6,11 +6,7 @@
 #include <utility>
 
 #include "Base/Unicode/Text.h"
-#include "Models/Json/JsonForm.h"
-#include "Models/Json/JsonReader.h"
 #include "Models/Json/JsonRecord.h"
-#include "Models/Json/JsonWriter.h"
-#include "Models/Json/NestingJsonHandler.h"
 
 namespace stowboard {
 
@@ -30,76 +26,95 @@ std::string_view takeUnsigned(std::uint32_t& target, const JsonValue& value) {
   return isFine;
 }
 
-struct HotKeyDraft {
-  std::uint32_t keyCode = 0;
-  std::uint32_t modifiers = 0;
-};
-
-constexpr std::array<JsonField<HotKeyDraft>, 2> hotKeyFields{{
-    {"keyCode", true,
-     [](HotKeyDraft& draft, const JsonValue& value) { return takeUnsigned(draft.keyCode, value); }},
-    {"modifiers", true,
-     [](HotKeyDraft& draft, const JsonValue& value) {
-       return takeUnsigned(draft.modifiers, value);
-     }},
-}};
-
-// Every field takes its default for null, as for a missing key.
-std::string_view takeMaxRecords(AppSettings& draft, const JsonValue& value) {
-  draft.maxRecords = AppSettings::defaults.maxRecords;
-  if (value.kind == Kind::null) return isFine;
+std::string_view takeInteger(std::int64_t& target, const JsonValue& value) {
   if (value.kind != Kind::number) return "is not a number";
   const std::optional<std::int64_t> number = value.asInteger();
   if (!number) return "is not an integer of 64 bits";
-  draft.maxRecords = *number;
+  target = *number;
   return isFine;
 }
 
-std::string_view takePasteMode(AppSettings& draft, const JsonValue& value) {
-  draft.pasteMode = AppSettings::defaults.pasteMode;
-  if (value.kind == Kind::null) return isFine;
+template <typename Word>
+std::string_view takeWord(Word& target, const JsonValue& value, const std::optional<Word>& word,
+                          std::string_view problem) {
   if (value.kind != Kind::string) return "is not a string";
-  const std::optional<PasteMode> mode = pasteModeFromRawValue(value.text);
-  if (!mode) return "is neither directPaste nor copyOnly";
-  draft.pasteMode = *mode;
+  if (!word) return problem;
+  target = *word;
   return isFine;
 }
 
-std::string_view takeHotKey(AppSettings& draft, const JsonValue& value) {
-  draft.hotKey = AppSettings::defaults.hotKey;
-  return value.kind == Kind::null || value.kind == Kind::object ? isFine : "is not an object";
+std::string_view takePasteMode(PasteMode& target, const JsonValue& value) {
+  return takeWord(target, value, pasteModeFromRawValue(value.text),
+                  "is neither directPaste nor copyOnly");
 }
 
-std::string_view takeExcluded(AppSettings& draft, const JsonValue& value) {
-  draft.excludedBundleIds.clear();
-  return value.kind == Kind::null || value.kind == Kind::array ? isFine : "is not an array";
+std::string_view takeLanguage(AppLanguage& target, const JsonValue& value) {
+  return takeWord(target, value, appLanguageFromId(value.text), "is neither en nor zh-Hans");
 }
 
-std::string_view takeLanguage(AppSettings& draft, const JsonValue& value) {
-  draft.language = AppSettings::defaults.language;
-  if (value.kind == Kind::null) return isFine;
-  if (value.kind != Kind::string) return "is not a string";
-  const std::optional<AppLanguage> language = appLanguageFromId(value.text);
-  if (!language) return "is neither en nor zh-Hans";
-  draft.language = *language;
-  return isFine;
+// What is inside comes value by value.
+std::string_view openObject(HotKeyConfig& /*target*/, const JsonValue& value) {
+  return value.kind == Kind::object ? isFine : "is not an object";
 }
 
-std::string_view takeDirectPasteModifiers(AppSettings& draft, const JsonValue& value) {
-  draft.directPasteModifiers = AppSettings::defaults.directPasteModifiers;
-  return value.kind == Kind::null ? isFine : takeUnsigned(draft.directPasteModifiers, value);
+std::string_view openArray(std::set<std::string>& /*target*/, const JsonValue& value) {
+  return value.kind == Kind::array ? isFine : "is not an array";
 }
+
+template <auto field, auto take>
+constexpr auto taken =
+    [](auto& draft, const JsonValue& value) { return take(draft.*field, value); };
+
+// Every field of the settings takes its default for null, as for a missing key.
+template <auto field, auto take>
+constexpr auto optional = [](AppSettings& draft, const JsonValue& value) {
+  draft.*field = AppSettings::defaults.*field;
+  return value.kind == Kind::null ? isFine : take(draft.*field, value);
+};
+
+template <auto field>
+constexpr auto number =
+    [](JsonWriter& writer, const auto& record) { writer.raw(std::to_string(record.*field)); };
+
+constexpr std::array<JsonField<HotKeyConfig>, 2> hotKeyFields{{
+    {"keyCode", true, taken<&HotKeyConfig::keyCode, takeUnsigned>, number<&HotKeyConfig::keyCode>},
+    {"modifiers", true, taken<&HotKeyConfig::modifiers, takeUnsigned>,
+     number<&HotKeyConfig::modifiers>},
+}};
+
+void writeExcluded(JsonWriter& writer, const AppSettings& settings) {
+  std::string_view before = "[";
+  for (const std::string& bundleId : settings.excludedBundleIds) {
+    writer.raw(before);
+    // An id that is not UTF-8 must not make the whole file unreadable.
+    writer.string(Text(bundleId).view());
+    before = ",";
+  }
+  writer.raw(settings.excludedBundleIds.empty() ? "[]" : "]");
+}
+
+using Settings = AppSettings;
 
 constexpr std::string_view hotKeyKey = "hotKey";
 constexpr std::string_view excludedKey = "excludedBundleIds";
 
-constexpr std::array<JsonField<AppSettings>, 6> settingsFields{{
-    {"maxRecords", false, takeMaxRecords},
-    {"pasteMode", false, takePasteMode},
-    {hotKeyKey, false, takeHotKey},
-    {excludedKey, false, takeExcluded},
-    {"language", false, takeLanguage},
-    {"directPasteModifiers", false, takeDirectPasteModifiers},
+// In the order in which they are written.
+constexpr std::array<JsonField<Settings>, 6> settingsFields{{
+    {"maxRecords", false, optional<&Settings::maxRecords, takeInteger>,
+     number<&Settings::maxRecords>},
+    {"pasteMode", false, optional<&Settings::pasteMode, takePasteMode>,
+     [](JsonWriter& writer, const Settings& settings) {
+       writer.string(rawValue(settings.pasteMode));
+     }},
+    {hotKeyKey, false, optional<&Settings::hotKey, openObject>,
+     [](JsonWriter& writer, const Settings& settings) {
+       writeRecord(writer, hotKeyFields, settings.hotKey);
+     }},
+    {excludedKey, false, optional<&Settings::excludedBundleIds, openArray>, writeExcluded},
+    {"language", false, optional<&Settings::language, takeLanguage>,
+     [](JsonWriter& writer, const Settings& settings) { writer.string(id(settings.language)); }},
+    {"directPasteModifiers", false, optional<&Settings::directPasteModifiers, takeUnsigned>,
+     number<&Settings::directPasteModifiers>},
 }};
 
 class SettingsHandler : public NestingJsonHandler {
@@ -175,11 +190,11 @@ class SettingsHandler : public NestingJsonHandler {
     if (auto problem = hotKey_.firstProblem()) {
       settings_.addProblem("is incomplete: " + *problem);
     }
-    settings_.draft.hotKey = {hotKey_.draft.keyCode, hotKey_.draft.modifiers};
+    settings_.draft.hotKey = hotKey_.draft;
   }
 
   JsonRecord<AppSettings, settingsFields.size()> settings_{settingsFields};
-  JsonRecord<HotKeyDraft, hotKeyFields.size()> hotKey_{hotKeyFields};
+  JsonRecord<HotKeyConfig, hotKeyFields.size()> hotKey_{hotKeyFields};
   std::size_t excludedCount_ = 0;
 };
 
@@ -187,20 +202,7 @@ class SettingsHandler : public NestingJsonHandler {
 
 bool encodeJson(const AppSettings& settings, const JsonSink& sink) {
   JsonWriter writer(sink);
-  writer.raw(fmt::format(R"({{"maxRecords":{},"pasteMode":"{}","hotKey":{{"keyCode":{},)"
-                         R"("modifiers":{}}},"excludedBundleIds":)",
-                         settings.maxRecords, rawValue(settings.pasteMode), settings.hotKey.keyCode,
-                         settings.hotKey.modifiers));
-  std::string_view before = "[";
-  for (const std::string& bundleId : settings.excludedBundleIds) {
-    writer.raw(before);
-    // An id that is not UTF-8 must not make the whole file unreadable.
-    writer.string(Text(bundleId).view());
-    before = ",";
-  }
-  writer.raw(settings.excludedBundleIds.empty() ? "[]" : "]");
-  writer.raw(fmt::format(R"(,"language":"{}","directPasteModifiers":{}}})", id(settings.language),
-                         settings.directPasteModifiers));
+  writeRecord(writer, settingsFields, settings);
   return writer.finish();
 }
 

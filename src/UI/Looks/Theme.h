@@ -3,7 +3,7 @@
 #include <QPalette>
 #include <QString>
 
-#include "Models/Appearance.h"
+#include "Platform/DesktopAppearance.h"
 
 namespace stowboard {
 

@@ -15,15 +15,15 @@ using testing::HasSubstr;
 
 constexpr std::string_view goodId = "E621E1F8-C36C-495A-93FC-0C247A3E6E5F";
 
-// As the platform encoder of the original format writes: slashes escaped, keys in any order.
-constexpr std::string_view originalHistory =
+// As other writers of the format do it: slashes escaped, keys in any order.
+constexpr std::string_view foreignHistory =
     R"([{"textContent":"see https:\/\/example.org\/\u00e9 \ud83d\ude00\n","id":)"
     R"("E621E1F8-C36C-495A-93FC-0C247A3E6E5F","timestamp":785548800.123456,"type":"text"},)"
     R"({"timestamp":785548799,"type":"rtf","rtfData":"e1xydGYxXGFuc2kgYVwnZTl9\/\/8=","id":)"
     R"("0A1B2C3D-4E5F-4071-8293-A4B5C6D7E8F9","textContent":"aé"},)"
     R"({"id":"6BA7B810-9DAD-41D1-80B4-00C04FD430C8","imageData":"\/9j\/4AAQSkZJRg==",)"
     R"("type":"image","timestamp":7.8554879950000005e8}])";
-constexpr std::string_view originalSettings =
+constexpr std::string_view foreignSettings =
     R"({"pasteMode":"copyOnly","excludedBundleIds":["com.example.vault","org.example\/keys"],)"
     R"("hotKey":{"modifiers":2304,"keyCode":11},"maxRecords":200,"language":"zh-Hans",)"
     R"("directPasteModifiers":4096})";
@@ -58,8 +58,8 @@ std::string historyWith(std::string_view members) { return "[" + clipWith(member
 
 std::string nested(std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); }
 
-TEST(HistoryJsonTest, readsWhatTheOriginalEncoderWrote) {
-  const std::vector<ClipItem> clips = clipsFrom(originalHistory);
+TEST(HistoryJsonTest, readsWhatOtherWritersWrote) {
+  const std::vector<ClipItem> clips = clipsFrom(foreignHistory);
   ASSERT_EQ(clips.size(), 3U);
   EXPECT_EQ(clips[0].id().toString(), goodId);
   EXPECT_EQ(clips[0].textContent()->view(), "see https://example.org/é 😀\n");
@@ -161,13 +161,13 @@ TEST(HistoryJsonTest, saysWhereAndWhyAHistoryCannotBeRead) {
 }
 
 TEST(HistoryJsonTest, noCutOffHistoryPassesForAWholeOne) {
-  for (std::size_t length = 0; length < originalHistory.size(); ++length) {
-    EXPECT_NE(errorOf(decodeHistory(originalHistory.substr(0, length))), "no error") << length;
+  for (std::size_t length = 0; length < foreignHistory.size(); ++length) {
+    EXPECT_NE(errorOf(decodeHistory(foreignHistory.substr(0, length))), "no error") << length;
   }
 }
 
 TEST(HistoryJsonTest, readsTheSameHoweverTheBytesArrive) {
-  const std::string json = "\xEF\xBB\xBF" + std::string(originalHistory);
+  const std::string json = "\xEF\xBB\xBF" + std::string(foreignHistory);
   const std::vector<ClipItem> whole = clipsFrom(json);
   for (std::size_t size : {1, 2, 3, 7, 64}) {
     std::string_view left = json;
@@ -243,11 +243,11 @@ AppSettings settingsFrom(std::string_view json) {
   return settings != nullptr ? *settings : AppSettings::defaults;
 }
 
-TEST(SettingsJsonTest, readsWhatTheOriginalEncoderWroteAndBringsItBackWhole) {
+TEST(SettingsJsonTest, readsWhatOtherWritersWroteAndBringsItBackWhole) {
   const AppSettings expected(200, PasteMode::copyOnly, {11, 2304},
                              {"com.example.vault", "org.example/keys"},
                              AppLanguage::simplifiedChinese, 4096);
-  EXPECT_EQ(settingsFrom(originalSettings), expected);
+  EXPECT_EQ(settingsFrom(foreignSettings), expected);
   EXPECT_EQ(settingsFrom(encoded(expected)), expected);
   EXPECT_EQ(encoded(AppSettings::defaults),
             R"({"maxRecords":10,"pasteMode":"directPaste","hotKey":{"keyCode":9,"modifiers":768},)"
