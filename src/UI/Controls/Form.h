@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCheckBox>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
@@ -24,6 +25,31 @@ class FormButton : public QPushButton {
     QPushButton::paintEvent(event);
     paintHighContrastFrame(*this);
   }
+};
+
+/// Shows a shortcut as the cap of a key: semibold and monospaced, in an outline; on several lines
+/// where there is no room for it on one. Main thread.
+class KeyCap : public QLabel {
+ public:
+  KeyCap();
+
+  QSize sizeHint() const override;
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+};
+
+/// A check box that looks like a switch; its name is the label whose buddy it is. Main thread.
+class Switch : public QCheckBox {
+ public:
+  Switch();
+
+  QSize sizeHint() const override;
+  QSize minimumSizeHint() const override { return sizeHint(); }
+
+ protected:
+  void paintEvent(QPaintEvent* event) override;
+  bool hitButton(const QPoint& position) const override { return rect().contains(position); }
 };
 
 /// A small text below a control that tells more about it. Main thread.

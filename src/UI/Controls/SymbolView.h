@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractButton>
+#include <QPainter>
 
 #include "UI/Looks/Colors.h"
 #include "UI/Looks/Icons.h"
@@ -11,12 +12,21 @@ namespace stowboard {
 class SymbolView : public QWidget {
  public:
   /// `size` is its width and height.
-  SymbolView(Symbol symbol, int size, Colors::Getter color);
+  SymbolView(Symbol symbol, int size, Colors::Getter color) : symbol_(symbol), color_(color) {
+    setFixedSize(size, size);
+  }
 
-  void show(Symbol symbol, Colors::Getter color);
+  void show(Symbol symbol, Colors::Getter color) {
+    symbol_ = symbol;
+    color_ = color;
+    update();
+  }
 
  protected:
-  void paintEvent(QPaintEvent* event) override;
+  void paintEvent(QPaintEvent* /*event*/) override {
+    QPainter painter(this);
+    Icons::paint(painter, rect(), symbol_, width(), (Colors(palette()).*color_)());
+  }
 
  private:
   Symbol symbol_;
@@ -29,12 +39,20 @@ class SymbolButton : public QAbstractButton {
  public:
   static constexpr int symbolSize = 16;
 
-  SymbolButton(Symbol symbol, QWidget* parent);
+  SymbolButton(Symbol symbol, QWidget* parent) : QAbstractButton(parent), symbol_(symbol) {
+    setFocusPolicy(Qt::NoFocus);
+    setCursor(Qt::ArrowCursor);
+  }
 
   QSize sizeHint() const override { return {symbolSize, symbolSize}; }
 
  protected:
-  void paintEvent(QPaintEvent* event) override;
+  void paintEvent(QPaintEvent* /*event*/) override {
+    const Colors colors(palette());
+    QPainter painter(this);
+    Icons::paint(painter, rect(), symbol_, symbolSize,
+                 isDown() ? colors.primary() : colors.secondary());
+  }
 
  private:
   const Symbol symbol_;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <unistd.h>
+
 #include <cstdint>
 #include <optional>
 
@@ -14,14 +16,20 @@ namespace stowboard {
 class WindowFocus {
  public:
   /// Both must outlive it.
-  WindowFocus(Workspace& workspace, const Bundle& bundle);
+  WindowFocus(Workspace& workspace, const Bundle& bundle)
+      : workspace_(workspace), bundle_(bundle) {}
 
   /// Brings a window of this program to the front, by the window system's own number.
-  void take(std::uint64_t ownWindow);
+  void take(std::uint64_t ownWindow) {
+    workspace_.activate({bundle_.identifier(), ::getpid(), ownWindow});
+  }
   /// Notes whose window has it.
-  void remember();
+  void remember() { before_ = workspace_.frontmostApplication(); }
   /// Gives it to the window that had it then, once; window managers choose by rules of their own.
-  void giveBack();
+  void giveBack() {
+    if (before_) workspace_.activate(*before_);
+    before_.reset();
+  }
 
  private:
   Workspace& workspace_;
