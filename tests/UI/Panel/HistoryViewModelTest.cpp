@@ -69,14 +69,6 @@ TEST_F(HistoryViewModelTest, ActivatesWhatIsVisibleAtAnIndexAndNothingElse) {
   model_->activate(0);
   EXPECT_THAT(simulator_.activated, ElementsAre("grape", "apple"));
   EXPECT_FALSE(isClosing) << "that is left to the simulator's report";
-
-  make({"apple"}, nullptr);
-  model_->activate(0);
-  model_->onRequestClose = [&] { isClosing = true; };
-  model_->activate(1);
-  EXPECT_FALSE(isClosing);
-  model_->activate(0);
-  EXPECT_TRUE(isClosing);
 }
 
 TEST_F(HistoryViewModelTest, HearsOfTheStateOnALaterTurn) {

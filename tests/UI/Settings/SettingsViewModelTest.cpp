@@ -79,27 +79,5 @@ TEST(SettingsViewModel, ChangesOneFieldAndLeavesTheOthers) {
   EXPECT_THAT(previews(fixture.appState->clips()), ElementsAre("three")) << "trimmed to 1";
 }
 
-TEST(SettingsViewModel, AnnouncesItsOwnChangesAtOnceAndThoseOfTheSettingsLater) {
-  SettingsFixture fixture;
-  int announcements = 0;
-  const auto subscription = fixture.viewModel->changes().subscribe([&] { ++announcements; });
-  fixture.trust.trusted = true;
-  EXPECT_FALSE(fixture.viewModel->permissionGranted()) << "asked at construction, not at each read";
-  fixture.viewModel->refreshPermissionStatus();
-  EXPECT_TRUE(fixture.viewModel->permissionGranted());
-  EXPECT_EQ(announcements, 1);
-
-  fixture.runLoop.runUntilIdle();
-  EXPECT_EQ(announcements, 1) << "not of the settings that it was made with";
-  fixture.appState->updateSettings({});
-  EXPECT_EQ(announcements, 1);
-  fixture.runLoop.runUntilIdle();
-  EXPECT_EQ(announcements, 2);
-  fixture.appState->updateSettings({});
-  fixture.viewModel.reset();
-  fixture.runLoop.runUntilIdle();
-  EXPECT_EQ(announcements, 2);
-}
-
 }  // namespace
 }  // namespace stowboard
