@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "fakes/Clips.h"
+#include "fakes/FakeAccessibilityTrust.h"
 #include "fakes/FakeImageCodec.h"
 #include "fakes/FakeKeyEventPoster.h"
 #include "fakes/FakePasteboard.h"
@@ -21,12 +22,6 @@ using ::testing::IsEmpty;
 
 const std::string own = "com.qarvin.stowboard";
 
-struct FakeTrust : AccessibilityTrust {
-  bool trusted = true;
-  bool isTrusted() const override { return trusted; }
-  void openSettings() override {}
-};
-
 struct RecordingMonitor : ClipboardMonitoring {
   explicit RecordingMonitor(Pasteboard& watched) : pasteboard(watched) {}
   void start() override {}
@@ -39,6 +34,7 @@ struct RecordingMonitor : ClipboardMonitoring {
 class PasteSimulatorTest : public ::testing::Test {
  protected:
   PasteSimulatorTest() {
+    trust_.trusted = true;
     simulator_->onDidActivate = [this] {
       EXPECT_EQ(monitor_.markedCount, pasteboard_.changeCount())
           << "the write is marked before anyone hears of it";
@@ -53,7 +49,7 @@ class PasteSimulatorTest : public ::testing::Test {
   FakeImageCodec codec_;
   FakeWorkspace workspace_;
   FakeKeyEventPoster poster_;
-  FakeTrust trust_;
+  FakeAccessibilityTrust trust_;
   RecordingMonitor monitor_{pasteboard_};
   PermissionHelper permission_{trust_};
   AppSettings settings_;

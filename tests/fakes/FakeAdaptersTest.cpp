@@ -9,6 +9,8 @@
 #include "contract/HotKeyCenterContract.h"
 #include "contract/ImageCodecContract.h"
 #include "contract/KeyEventPosterContract.h"
+#include "contract/LoginItemsContract.h"
+#include "contract/PasteboardContract.h"
 #include "contract/RunLoopContract.h"
 #include "contract/StatusItemContract.h"
 #include "contract/TransientWindowsContract.h"
@@ -20,6 +22,8 @@
 #include "fakes/FakeHotKeyCenter.h"
 #include "fakes/FakeImageCodec.h"
 #include "fakes/FakeKeyEventPoster.h"
+#include "fakes/FakeLoginItems.h"
+#include "fakes/FakePasteboard.h"
 #include "fakes/FakeRunLoop.h"
 #include "fakes/FakeStatusItem.h"
 #include "fakes/FakeTransientWindows.h"
@@ -28,157 +32,128 @@
 namespace stowboard {
 namespace {
 
-class FakeRunLoopHarness {
- public:
-  RunLoop& loop() { return loop_; }
+/// A fake does at once what it is told.
+template <typename Fake>
+struct Immediate {
+  bool turnUntil(const std::function<bool()>& condition) { return condition(); }
+  Fake fake;
+};
+
+struct RunLoopHarness {
+  RunLoop& loop() { return fake; }
   bool turnUntil(const std::function<bool()>& condition) {
     for (int turn = 0; turn < 1'000'000; ++turn) {
       if (condition()) return true;
-      loop_.advance(std::chrono::milliseconds(1));
+      fake.advance(std::chrono::milliseconds(1));
     }
     return false;
   }
-
- private:
-  FakeRunLoop loop_;
+  FakeRunLoop fake;
 };
 
-class FakeWorkspaceHarness {
- public:
-  Workspace& workspace() { return workspace_; }
-  void activate(const std::string& id) { workspace_.bringToFront(id); }
-  void leaveFront() { workspace_.setFrontmost(std::nullopt); }
-  void close(const std::string& id) {
-    RunningApplication application;
-    application.bundleIdentifier = id;
-    workspace_.terminated.push_back(application);
-  }
-  bool turnUntil(const std::function<bool()>& condition) { return condition(); }
-
- private:
-  FakeWorkspace workspace_;
+struct WorkspaceHarness : Immediate<FakeWorkspace> {
+  Workspace& workspace() { return fake; }
+  void activate(const std::string& id) { fake.bringToFront(id); }
+  void leaveFront() { fake.setFrontmost(std::nullopt); }
+  void close(const std::string& id) { fake.terminated.push_back({.bundleIdentifier = id}); }
 };
 
-class FakeImageCodecHarness {
- public:
-  ImageCodec& codec() { return codec_; }
+struct ImageCodecHarness {
+  ImageCodec& codec() { return fake; }
   Bytes picture(int width, int height) { return FakeImageCodec::encoded(width, height); }
-
- private:
-  FakeImageCodec codec_;
+  FakeImageCodec fake;
 };
 
-class FakeHotKeyHarness {
- public:
-  HotKeyCenter& center() { return center_; }
-  void press(const HotKeyConfig& config) { center_.press(config); }
-  void holdElsewhere(const HotKeyConfig& config) { center_.taken = {config}; }
-  void releaseElsewhere(const HotKeyConfig&) { center_.taken.clear(); }
-  bool turnUntil(const std::function<bool()>& condition) { return condition(); }
-
- private:
-  FakeHotKeyCenter center_;
+struct HotKeyHarness : Immediate<FakeHotKeyCenter> {
+  HotKeyCenter& center() { return fake; }
+  void press(const HotKeyConfig& config) { fake.press(config); }
+  void holdElsewhere(const HotKeyConfig& config) { fake.taken = {config}; }
+  void releaseElsewhere(const HotKeyConfig&) { fake.taken.clear(); }
 };
 
-class FakeAppearanceHarness {
- public:
-  DesktopAppearance& appearance() { return appearance_; }
-  void prefer(const Appearance& wanted) { appearance_.prefer(wanted); }
-  bool turnUntil(const std::function<bool()>& condition) { return condition(); }
-
- private:
-  FakeDesktopAppearance appearance_;
+struct AppearanceHarness : Immediate<FakeDesktopAppearance> {
+  DesktopAppearance& appearance() { return fake; }
+  void prefer(const Appearance& wanted) { fake.prefer(wanted); }
 };
 
-class FakeFileOpenerHarness {
- public:
-  FileOpener& opener() { return opener_; }
-  std::vector<std::string> opened() { return {opener_.opened.begin(), opener_.opened.end()}; }
-  bool turnUntil(const std::function<bool()>& condition) { return condition(); }
-
- private:
-  FakeFileOpener opener_;
+struct FileOpenerHarness : Immediate<FakeFileOpener> {
+  FileOpener& opener() { return fake; }
+  std::vector<std::string> opened() { return {fake.opened.begin(), fake.opened.end()}; }
 };
 
-class FakeStatusItemHarness {
- public:
-  StatusItem& item() { return item_; }
+struct StatusItemHarness : Immediate<FakeStatusItem> {
+  StatusItem& item() { return fake; }
   std::optional<std::vector<std::string>> menu() {
-    if (!item_.isShown()) return std::nullopt;
+    if (!fake.isShown()) return std::nullopt;
     std::vector<std::string> titles;
-    for (const auto& entry : item_.content.menu()) titles.push_back(entry.title);
+    for (const auto& entry : fake.content.menu()) titles.push_back(entry.title);
     return titles;
   }
-  void click() { item_.content.onActivate({}); }
-  void choose(const std::string& title) { item_.choose(title); }
-  bool turnUntil(const std::function<bool()>& condition) { return condition(); }
-
- private:
-  FakeStatusItem item_;
+  void click() { fake.content.onActivate({}); }
+  void choose(const std::string& title) { fake.choose(title); }
 };
 
-INSTANTIATE_TYPED_TEST_SUITE_P(Fake, DesktopAppearanceContract, FakeAppearanceHarness);
-INSTANTIATE_TYPED_TEST_SUITE_P(Fake, FileOpenerContract, FakeFileOpenerHarness);
-INSTANTIATE_TYPED_TEST_SUITE_P(Fake, StatusItemContract, FakeStatusItemHarness);
-class FakeKeyEventHarness {
- public:
-  KeyEventPoster& poster() { return poster_; }
+struct KeyEventHarness : Immediate<FakeKeyEventPoster> {
+  KeyEventPoster& poster() { return fake; }
   std::vector<std::string> seen() const {
     std::vector<std::string> strokes;
-    for (const auto& event : poster_.posted) {
+    for (const auto& event : fake.posted) {
       if (event.isKeyDown) strokes.push_back(event.keyCode == 36 ? "return" : "paste");
     }
     return strokes;
   }
-  bool turnUntil(const std::function<bool()>& condition) { return condition(); }
-
- private:
-  FakeKeyEventPoster poster_;
 };
 
-class FakeTrustHarness {
- public:
-  FakeTrustHarness() { granted_.trusted = true; }
-  AccessibilityTrust& granted() { return granted_; }
-  AccessibilityTrust& withheld() { return withheld_; }
-
- private:
-  FakeAccessibilityTrust granted_;
-  FakeAccessibilityTrust withheld_;
+struct TrustHarness {
+  AccessibilityTrust& granted() {
+    trusting.trusted = true;
+    return trusting;
+  }
+  AccessibilityTrust& withheld() { return distrusting; }
+  FakeAccessibilityTrust trusting;
+  FakeAccessibilityTrust distrusting;
 };
 
-class FakeCompositingHarness {
- public:
-  Compositing& compositing() { return compositing_; }
-  void start() { compositing_.setRunning(true); }
-  void end() { compositing_.setRunning(false); }
-  bool turnUntil(const std::function<bool()>& condition) { return condition(); }
-
- private:
-  FakeCompositing compositing_;
+struct CompositingHarness : Immediate<FakeCompositing> {
+  Compositing& compositing() { return fake; }
+  void start() { fake.setRunning(true); }
+  void end() { fake.setRunning(false); }
 };
 
-class FakeTransientWindowsHarness {
- public:
-  TransientWindows& windows() { return windows_; }
+struct TransientWindowsHarness : Immediate<FakeTransientWindows> {
+  TransientWindows& windows() { return fake; }
   std::uint64_t window() const { return 1; }
-  void clickOutside() { windows_.clickOutside(); }
+  void clickOutside() { fake.clickOutside(); }
   void clickInside() {}
   void turnWheelOutside() {}
-  bool turnUntil(const std::function<bool()>& condition) { return condition(); }
-
- private:
-  FakeTransientWindows windows_;
 };
 
-INSTANTIATE_TYPED_TEST_SUITE_P(Fake, AccessibilityTrustContract, FakeTrustHarness);
-INSTANTIATE_TYPED_TEST_SUITE_P(Fake, CompositingContract, FakeCompositingHarness);
-INSTANTIATE_TYPED_TEST_SUITE_P(Fake, HotKeyCenterContract, FakeHotKeyHarness);
-INSTANTIATE_TYPED_TEST_SUITE_P(Fake, KeyEventPosterContract, FakeKeyEventHarness);
-INSTANTIATE_TYPED_TEST_SUITE_P(Fake, RunLoopContract, FakeRunLoopHarness);
-INSTANTIATE_TYPED_TEST_SUITE_P(Fake, TransientWindowsContract, FakeTransientWindowsHarness);
-INSTANTIATE_TYPED_TEST_SUITE_P(Fake, WorkspaceContract, FakeWorkspaceHarness);
-INSTANTIATE_TYPED_TEST_SUITE_P(Fake, ImageCodecContract, FakeImageCodecHarness);
+struct LoginItemsHarness {
+  LoginItems& items() { return fake; }
+  void refuseChanges() { fake.failure = "Read-only file system"; }
+  FakeLoginItems fake;
+};
+
+struct PasteboardDriver {
+  Pasteboard& pasteboard() { return fake; }
+  void copy(FakePasteboard::Content content) { fake.copy(std::move(content)); }
+  void endOwner() {}
+  FakePasteboard fake;
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, AccessibilityTrustContract, TrustHarness);
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, CompositingContract, CompositingHarness);
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, DesktopAppearanceContract, AppearanceHarness);
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, FileOpenerContract, FileOpenerHarness);
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, HotKeyCenterContract, HotKeyHarness);
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, ImageCodecContract, ImageCodecHarness);
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, KeyEventPosterContract, KeyEventHarness);
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, LoginItemsContract, LoginItemsHarness);
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, PasteboardContract, PasteboardDriver);
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, RunLoopContract, RunLoopHarness);
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, StatusItemContract, StatusItemHarness);
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, TransientWindowsContract, TransientWindowsHarness);
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, WorkspaceContract, WorkspaceHarness);
 
 }  // namespace
 }  // namespace stowboard
