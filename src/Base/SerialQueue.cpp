@@ -1,7 +1,10 @@
 #include "Base/SerialQueue.h"
 
+#include <exception>
+#include <memory>
 #include <utility>
 
+#include "Base/Log.h"
 #include "Base/SignalFreeThread.h"
 
 namespace stowboard {
@@ -31,11 +34,15 @@ void SerialQueue::sync(Task task) {
   std::condition_variable finished;
   bool done = false;
   async([&] {
+    // Also after a task that throws.
+    const auto finish = [&](const Task*) {
+      // Notified under the lock: once it is released, the caller may be gone with all of these.
+      const std::lock_guard lock(mutex);
+      done = true;
+      finished.notify_one();
+    };
+    const std::unique_ptr<const Task, decltype(finish)> running(&task, finish);
     task();
-    // Notified under the lock: once it is released, the caller may be gone with all of these.
-    const std::lock_guard lock(mutex);
-    done = true;
-    finished.notify_one();
   });
   std::unique_lock lock(mutex);
   finished.wait(lock, [&] { return done; });
@@ -50,7 +57,11 @@ void SerialQueue::run() {
       const Task task = std::move(tasks_.front());
       tasks_.pop_front();
       lock.unlock();
-      task();
+      try {
+        task();
+      } catch (const std::exception& error) {
+        Log::app.error("A task of {} failed: {}", label_, error.what());
+      }
     }
     // The task, and what it held, is gone before the lock is taken again.
     lock.lock();

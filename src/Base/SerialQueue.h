@@ -10,8 +10,9 @@
 namespace stowboard {
 
 /// Runs tasks one at a time, in submission order, on a thread of its own that starts with the first
-/// task and sleeps without waking while there is none. Safe to use from any thread; destruction
-/// runs what was submitted before and then ends the thread.
+/// task and sleeps without waking while there is none. A task that throws costs no other: the log
+/// tells. Safe to use from any thread; destruction runs what was submitted before and then ends the
+/// thread.
 class SerialQueue {
  public:
   using Task = std::function<void()>;

@@ -32,11 +32,17 @@ Value decode(Decoder<Value> decoder, const fs::path& path, Value fallback, bool&
   return std::get<Value>(std::move(result));
 }
 
+fs::path asideOf(const fs::path& path) {
+  fs::path aside = path;
+  aside += ".damaged";
+  return aside;
+}
+
 // `beforeReplacing` runs when the new content is safe on the disk and the old one still in place,
 // which it stays if that fails.
 template <typename Value, typename Action>
 FileError encode(const Value& value, const fs::path& path, Action beforeReplacing) {
-  AtomicFile file(resolveLinks(path));
+  AtomicFile file(path);
   if (!file.error().empty()) return file.error();
   encodeJson(value, [&](std::string_view chunk) { return file.write(chunk); });
   if (!file.sync()) return file.error();
@@ -47,20 +53,27 @@ FileError encode(const Value& value, const fs::path& path, Action beforeReplacin
 
 void log(std::string_view action, const fs::path& path, const FileError& error) {
   if (error.empty()) return;
-  Log::storage.error("Failed to {} {}: {}", action, path.filename().native(), error.description);
+  const std::string name = path.filename();
+  if (error.isDurabilityOnly) {
+    Log::storage.error("What was done to {} is not surely on the disk: {}", name,
+                       error.description);
+  } else {
+    Log::storage.error("Failed to {} {}: {}", action, name, error.description);
+  }
 }
 
 }  // namespace
 
 StorageManager::StorageManager(const fs::path& directory)
-    : historyPath_(directory / "history.json"), settingsPath_(directory / "settings.json") {
-  if (const FileError error = createPrivateFolder(directory); !error.empty()) {
+    : history_{directory / "history.json"}, settings_{directory / "settings.json"} {
+  if (const FileError error = createPrivateFolder(directory);
+      !error.empty() && !error.isDurabilityOnly) {
     Log::storage.error("Failed to create storage directory: {}", error.description);
     return;
   }
   log("make private", directory, makePrivate(directory));
-  prepareFile(historyPath_);
-  prepareFile(settingsPath_);
+  prepareFile(history_.path);
+  prepareFile(settings_.path);
 }
 
 void StorageManager::prepareFile(const fs::path& path) {
@@ -70,44 +83,48 @@ void StorageManager::prepareFile(const fs::path& path) {
 
 std::vector<ClipItem> StorageManager::loadHistory() {
   bool isUnread = false;
-  auto clips = decode<std::vector<ClipItem>>(decodeHistory, historyPath_, {}, isUnread);
-  historyIsUnread_ = isUnread;
+  auto clips = decode<std::vector<ClipItem>>(decodeHistory, history_.path, {}, isUnread);
+  history_.isUnread = isUnread;
+  loadedClips_ = clips.size();
   return clips;
 }
 
 AppSettings StorageManager::loadSettings() {
   bool isUnread = false;
-  return decode<AppSettings>(decodeSettings, settingsPath_, AppSettings::defaults, isUnread);
+  auto settings =
+      decode<AppSettings>(decodeSettings, settings_.path, AppSettings::defaults, isUnread);
+  settings_.isUnread = isUnread;
+  // The defaults stand in, and keep fewer clips than the user may have asked for.
+  if (isUnread && std::cmp_greater(loadedClips_, settings.maxRecords)) history_.isUnread = true;
+  return settings;
 }
 
-FileError StorageManager::setUnreadHistoryAside() {
-  if (!historyIsUnread_) return {};
-  const fs::path history = resolveLinks(historyPath_);
-  fs::path aside = history;
-  aside += ".damaged";
-  FileError error = keepAside(history, aside);
-  if (error.empty()) historyIsUnread_ = false;
-  return error;
-}
-
-void StorageManager::saveHistory(std::vector<ClipItem> clips) {
-  queue_.async([this, clips = std::move(clips)] {
-    const auto setAside = [this] { return setUnreadHistoryAside(); };
-    log("save", historyPath_, encode(std::span(clips), historyPath_, setAside));
+template <typename Value>
+void StorageManager::save(File& file, Value value) {
+  queue_.async([&file, number = ++file.lastSave, value = std::move(value)] {
+    if (number != file.lastSave) return;
+    const fs::path target = resolveLinks(file.path);
+    const auto setAside = [&]() -> FileError {
+      if (!file.isUnread) return {};
+      FileError error = keepAside(target, asideOf(target));
+      if (error.empty()) file.isUnread = false;
+      return error;
+    };
+    log("save", file.path, encode(value, target, setAside));
   });
 }
 
-void StorageManager::saveSettings(AppSettings settings) {
-  queue_.async([this, settings = std::move(settings)] {
-    log("save", settingsPath_, encode(settings, settingsPath_, [] { return FileError{}; }));
-  });
-}
+void StorageManager::saveHistory(std::vector<ClipItem> clips) { save(history_, std::move(clips)); }
+
+void StorageManager::saveSettings(AppSettings settings) { save(settings_, std::move(settings)); }
 
 void StorageManager::clearHistory() {
   queue_.async([this] {
-    FileError error = setUnreadHistoryAside();
-    if (error.empty()) error = removeFile(resolveLinks(historyPath_));
-    log("remove", historyPath_, error);
+    const fs::path history = resolveLinks(history_.path);
+    for (const fs::path& path : {history, asideOf(history)}) {
+      log("remove", path, removeFile(path));
+    }
+    history_.isUnread = false;
   });
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <filesystem>
 
 #include "Base/Files/PrivateFiles.h"
@@ -14,9 +15,10 @@ namespace stowboard {
 /// replaced whole and atomically, on a serial queue of its own. Errors are logged and absorbed.
 ///
 /// Where one of the files is a symbolic link, the link stays and the file that it names is read,
-/// replaced or removed. A history that could not be read is kept beside it as
-/// "history.json.damaged" (one generation) by the first save or removal after that; where it cannot
-/// be kept, it is neither replaced nor removed.
+/// replaced or removed. A file that could not be read is kept beside it under its name and
+/// ".damaged" (one generation) by the first save after that; where it cannot be kept, it is not
+/// replaced. So is a good history that is about to be cut short only because the settings could not
+/// be read. Clearing the history removes all of it, what was set aside included.
 class StorageManager : public StorageStoring {
  public:
   /// The folder of the running program: "Stowboard" among the user's application data.
@@ -36,13 +38,22 @@ class StorageManager : public StorageStoring {
   void flushPendingWrites() override;
 
  private:
-  static void prepareFile(const std::filesystem::path& path);
-  FileError setUnreadHistoryAside();
+  /// One of the two files. The numbers let a save that a later one supersedes before its turn do
+  /// nothing.
+  struct File {
+    std::filesystem::path path;
+    /// Whether it holds something that the program has not taken over.
+    std::atomic<bool> isUnread = false;
+    std::atomic<std::uint64_t> lastSave = 0;
+  };
 
-  const std::filesystem::path historyPath_;
-  const std::filesystem::path settingsPath_;
-  /// Whether the history file holds something that the user has not seen in the history.
-  std::atomic<bool> historyIsUnread_ = false;
+  static void prepareFile(const std::filesystem::path& path);
+  template <typename Value>
+  void save(File& file, Value value);
+
+  File history_;
+  File settings_;
+  std::size_t loadedClips_ = 0;
   SerialQueue queue_{"com.stowboard.storage"};
 };
 

@@ -6,10 +6,14 @@
 
 #include <atomic>
 #include <future>
+#include <new>
 #include <numeric>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "fakes/LogCapture.h"
 
 namespace stowboard {
 namespace {
@@ -46,6 +50,18 @@ TEST(SerialQueue, SyncReturnsWhenEverythingBeforeItHasRun) {
   queue.sync([&] { EXPECT_EQ(finished++, 1); });
   EXPECT_EQ(finished, 2);
   releasing.join();
+}
+
+TEST(SerialQueue, ATaskThatThrowsCostsNoOther) {
+  LogCapture log;
+  SerialQueue queue("test");
+  int finished = 0;
+  queue.async([] { throw std::bad_alloc(); });
+  queue.sync([] { throw std::runtime_error("no reason"); });
+  queue.sync([&] { ++finished; });
+  EXPECT_EQ(finished, 1);
+  EXPECT_THAT(log.lines(), testing::ElementsAre("error app: A task of test failed: std::bad_alloc",
+                                                "error app: A task of test failed: no reason"));
 }
 
 TEST(SerialQueue, ItsThreadIsNamedAndTakesNoSignals) {

@@ -7,9 +7,12 @@
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
@@ -19,6 +22,28 @@
 
 #include "fakes/Clips.h"
 #include "fakes/LogCapture.h"
+
+namespace {
+
+std::atomic<bool> foldersCannotBeSynced = false;
+std::atomic<bool> filesCanBeSynced = true;
+std::atomic<int> filesSynced = 0;
+
+}  // namespace
+
+// Every file that is written is synced once, and then its folder.
+extern "C" int fsync(int descriptor) {
+  struct stat status {};
+  ::fstat(descriptor, &status);
+  if (!S_ISDIR(status.st_mode)) {
+    ++filesSynced;
+    while (!filesCanBeSynced) std::this_thread::yield();
+  } else if (foldersCannotBeSynced) {
+    errno = EIO;
+    return -1;
+  }
+  return static_cast<int>(::syscall(SYS_fsync, descriptor));
+}
 
 namespace stowboard {
 namespace {
@@ -169,19 +194,61 @@ TEST_F(StorageManagerTest, undecodableFilesAreLoggedAndLeftUntilTheNextSave) {
   EXPECT_THAT(previews(storage.loadHistory()), ElementsAre("b"));
 }
 
-TEST_F(StorageManagerTest, clearingLosesNothingThatCouldNotBeRead) {
+// The user has asked for everything to go.
+TEST_F(StorageManagerTest, clearingRemovesAlsoWhatCouldNotBeRead) {
   write(history(), "[{");
+  write(damaged(), "an older one");
   StorageManager storage(folder_);
   storage.loadHistory();
-  storage.clearHistory();
-  storage.flushPendingWrites();
-  EXPECT_THAT(names(), ElementsAre("history.json.damaged"));
-  EXPECT_EQ(read(damaged()), "[{");
-
   storage.saveHistory({});
   storage.clearHistory();
   storage.flushPendingWrites();
-  EXPECT_EQ(read(damaged()), "[{");
+  EXPECT_THAT(names(), IsEmpty());
+  save(storage, {textClip("a")});
+  EXPECT_THAT(names(), ElementsAre("history.json"));
+}
+
+// The defaults keep ten clips; what the user asked for is not known.
+TEST_F(StorageManagerTest, undecodableSettingsCostNoClips) {
+  std::vector<ClipItem> clips;
+  for (int number = 0; number < 12; ++number) clips.push_back(textClip(std::to_string(number)));
+  save(*std::make_unique<StorageManager>(folder_), clips);
+  const std::string whole = read(history());
+  write(settings(), R"({"maxRecords":200,})");
+  StorageManager storage(folder_);
+  ASSERT_EQ(storage.loadHistory().size(), 12U);
+  EXPECT_EQ(storage.loadSettings(), AppSettings::defaults);
+  clips.erase(clips.begin() + 10, clips.end());
+  storage.saveSettings(AppSettings::defaults);
+  save(storage, clips);
+  EXPECT_EQ(read(damaged()), whole);
+  EXPECT_EQ(read(folder_ / "settings.json.damaged"), R"({"maxRecords":200,})");
+  EXPECT_EQ(storage.loadSettings(), AppSettings::defaults);
+}
+
+TEST_F(StorageManagerTest, aSaveThatALaterOneSupersedesIsSkipped) {
+  StorageManager storage(folder_);
+  filesSynced = 0;
+  filesCanBeSynced = false;
+  storage.saveHistory({textClip("first")});
+  while (filesSynced == 0) std::this_thread::yield();
+  for (int number = 0; number < 20; ++number) storage.saveHistory({textClip("superseded")});
+  storage.saveHistory({textClip("last")});
+  filesCanBeSynced = true;
+  storage.flushPendingWrites();
+  EXPECT_THAT(previews(storage.loadHistory()), ElementsAre("last"));
+  EXPECT_EQ(filesSynced, 2);
+}
+
+TEST_F(StorageManagerTest, saysWhatWasDoneButIsNotSurelyOnTheDisk) {
+  StorageManager storage(folder_);
+  foldersCannotBeSynced = true;
+  save(storage, {textClip("a")});
+  foldersCannotBeSynced = false;
+  EXPECT_THAT(previews(storage.loadHistory()), ElementsAre("a"));
+  EXPECT_THAT(errors(),
+              ElementsAre(StartsWith("error storage: What was done to history.json is not "
+                                     "surely on the disk: Input/output error")));
 }
 
 // The state that a crash between keeping a damaged history and replacing it leaves.
@@ -202,13 +269,11 @@ TEST_F(StorageManagerTest, whatCannotBeKeptIsNotReplaced) {
   StorageManager storage(folder_);
   storage.loadHistory();
   log_.clear();
-  storage.saveHistory({textClip("a")});
-  storage.clearHistory();
-  storage.flushPendingWrites();
+  save(storage, {textClip("a")});
   EXPECT_EQ(read(history()), "[{");
-  EXPECT_THAT(errors(),
-              ElementsAre(StartsWith("error storage: Failed to save history.json: Is a directory"),
-                          StartsWith("error storage: Failed to remove history.json: Is a dir")));
+  EXPECT_THAT(
+      errors(),
+      ElementsAre(StartsWith("error storage: Failed to save history.json: Is a directory")));
   EXPECT_THAT(names(), UnorderedElementsAre("history.json", "history.json.damaged"));
 }
 

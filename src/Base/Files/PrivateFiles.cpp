@@ -85,10 +85,15 @@ FileError removeFile(const fs::path& path) {
 FileError syncFolder(const fs::path& folder) {
   const char* path = folder.empty() ? "." : folder.c_str();
   const int descriptor = ::open(path, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor < 0) return lastFileError("opening", folder);
+  if (descriptor < 0) {
+    FileError error = lastFileError("opening", folder);
+    error.isDurabilityOnly = true;
+    return error;
+  }
   // EINVAL: a file system that has no such operation.
   const bool synced = ::fsync(descriptor) == 0 || errno == EINVAL;
   FileError error = synced ? FileError{} : lastFileError("syncing", folder);
+  error.isDurabilityOnly = true;
   ::close(descriptor);
   return error;
 }

@@ -16,6 +16,8 @@ struct FileError {
   std::string description;
   /// The system's own number, as in errno.
   int number = 0;
+  /// Everything was done, but may be undone should the system crash now.
+  bool isDurabilityOnly = false;
 
   bool empty() const { return description.empty(); }
 };
@@ -46,7 +48,8 @@ FileError keepAside(const std::filesystem::path& path, const std::filesystem::pa
 /// Removes a file; a missing one is no error.
 FileError removeFile(const std::filesystem::path& path);
 
-/// Returns when the folder's entries (created, renamed, removed) have reached the disk.
+/// Returns when the folder's entries (created, renamed, removed) have reached the disk. An error is
+/// one of durability only.
 FileError syncFolder(const std::filesystem::path& folder);
 
 /// Reads a file from its start, in chunks.
