@@ -41,7 +41,8 @@ int flockWithin(std::chrono::milliseconds bound, int descriptor) {
 
 FolderLock::FolderLock(const std::filesystem::path& folder) {
   FileError problem = createPrivateFolder(folder);
-  if (problem.empty()) {
+  if (problem.empty() || problem.isDurabilityOnly) {
+    problem = {};
     descriptor_ = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     const int status = descriptor_ < 0 ? errno : flockWithin(endingBound, descriptor_);
     isHeldByOther_ = status == EWOULDBLOCK;

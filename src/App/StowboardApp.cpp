@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <string>
 #include <utility>
 
 #include "App/AppDelegate.h"
@@ -95,6 +96,13 @@ int runStowboard(char* programName) {
   if (!isRunningTests) instance.claim(*bundle);
   if (instance.exitStatus()) return *instance.exitStatus();
   if (!instance.hasSessionBus()) keepToolkitOffTheBus();
+  const std::string identifier = bundle->identifier();
+  // Before the toolkit, so that what is copied while that starts is recorded.
+  std::unique_ptr<PlatformSelection> recording;
+  if (!isRunningTests) {
+    recording = std::make_unique<PlatformSelection>(display, std::move(bundle),
+                                                    ThumbnailGenerator::maxDimension);
+  }
   // The program takes no options, so the toolkit gets none of the user's either; XWayland serves a
   // Wayland session for now.
   char platformOption[] = "-platform";
@@ -104,13 +112,13 @@ int runStowboard(char* programName) {
   QApplication application(argumentCount, arguments);
   // What a screen reader calls the program, and the windows' class.
   QApplication::setApplicationName("Stowboard");
-  QApplication::setDesktopFileName(QString::fromStdString(bundle->identifier()));
+  QApplication::setDesktopFileName(QString::fromStdString(identifier));
   QApplication::setQuitOnLastWindowClosed(false);
   const TerminationSignals terminationSignals([] { QCoreApplication::quit(); });
   if (isRunningTests) return QApplication::exec();
-  const Platform platform =
-      selectPlatform(display, std::move(bundle), ThumbnailGenerator::maxDimension);
-  const int status = runApplication(application, platform, instance);
+  // Ends before the toolkit does.
+  const auto selection = std::move(recording);
+  const int status = runApplication(application, selection->complete(), instance);
   Log::flush();
   return status;
 }

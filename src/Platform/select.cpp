@@ -75,20 +75,29 @@ ApplicationPresence::Claim claimPresence(const Bundle& bundle, std::chrono::mill
   return DBusApplication::claim(bundle, bound);
 }
 
-Platform selectPlatform(const DisplaySelection& display, std::unique_ptr<Bundle> bundle,
-                        int thumbnailDimension) {
+class PlatformSelection::WindowSystem : public X11Platform {
+  using X11Platform::X11Platform;
+};
+
+PlatformSelection::PlatformSelection(const DisplaySelection& display,
+                                     std::unique_ptr<Bundle> bundle, int thumbnailDimension) {
   logChoice(display, *bundle);
-  Platform platform;
-  platform.bundle = std::move(bundle);
-  platform.runLoop = std::make_unique<QtRunLoop>();
-  platform.imageCodec = std::make_unique<QtImageCodec>();
-  platform.applications = std::make_unique<InstalledApplications>();
-  addX11Adapters(platform, thumbnailDimension);
-  platform.loginItems = std::make_unique<XdgAutostart>(*platform.bundle);
-  platform.appearance = selectAppearance();
-  platform.fileOpener = std::make_unique<XdgFileOpener>();
-  platform.statusItem = std::make_unique<PanelStatusItem>(std::make_unique<SystemTrayIcon>());
-  return platform;
+  platform_.bundle = std::move(bundle);
+  platform_.runLoop = std::make_unique<QtRunLoop>();
+  platform_.imageCodec = std::make_unique<QtImageCodec>();
+  windowSystem_ = std::make_unique<WindowSystem>(platform_, thumbnailDimension);
+}
+
+PlatformSelection::~PlatformSelection() = default;
+
+const Platform& PlatformSelection::complete() {
+  platform_.applications = std::make_unique<InstalledApplications>();
+  windowSystem_->addOthers();
+  platform_.loginItems = std::make_unique<XdgAutostart>(*platform_.bundle);
+  platform_.appearance = selectAppearance();
+  platform_.fileOpener = std::make_unique<XdgFileOpener>();
+  platform_.statusItem = std::make_unique<PanelStatusItem>(std::make_unique<SystemTrayIcon>());
+  return platform_;
 }
 
 }  // namespace stowboard

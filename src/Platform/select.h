@@ -29,9 +29,24 @@ DisplaySelection selectDisplay(const Bundle& bundle);
 /// Needs no toolkit. Waits, but no longer than `bound`.
 ApplicationPresence::Claim claimPresence(const Bundle& bundle, std::chrono::milliseconds bound);
 
-/// Decides which adapters run and logs the choice and the reason. Needs the application object;
-/// main thread. `thumbnailDimension` is the size in pixels for which copied images are prepared.
-Platform selectPlatform(const DisplaySelection& display, std::unique_ptr<Bundle> bundle,
-                        int thumbnailDimension);
+/// Decides which adapters run and logs the choice and the reason. In two steps, so that what is
+/// copied while the toolkit starts is recorded. Main thread.
+class PlatformSelection {
+ public:
+  /// Makes what records copies, which needs no application object. `thumbnailDimension` is the size
+  /// in pixels for which copied images are prepared.
+  PlatformSelection(const DisplaySelection& display, std::unique_ptr<Bundle> bundle,
+                    int thumbnailDimension);
+  ~PlatformSelection();
+
+  /// Makes the rest, with the application object. Called once.
+  const Platform& complete();
+
+ private:
+  class WindowSystem;
+
+  Platform platform_;
+  std::unique_ptr<WindowSystem> windowSystem_;
+};
 
 }  // namespace stowboard

@@ -51,18 +51,22 @@ std::unique_ptr<X11KeyEventPoster> makePoster(const X11MainConnection& connectio
 
 }  // namespace
 
-void addX11Adapters(Platform& platform, int thumbnailDimension) {
-  const auto connection = X11MainConnection::open();
+X11Platform::X11Platform(Platform& platform, int thumbnailDimension) : platform_(platform) {
   SelectionOptions options;
   options.thumbnailDimension = thumbnailDimension;
-  auto workspace = sharing<X11Workspace>(connection, std::as_const(*platform.applications));
   auto pasteboard = X11Pasteboard::create(*platform.runLoop, *platform.imageCodec, options);
-  auto poster =
-      connection ? makePoster(*connection, platform, *workspace, pasteboard.get()) : nullptr;
-  place<InertWorkspace>(platform.workspace, std::move(workspace),
-                        "The frontmost application cannot be told on this X server");
+  pasteboard_ = pasteboard.get();
   place<InertPasteboard>(platform.pasteboard, std::move(pasteboard),
                          "No copies can be recorded: the X server has no XFixes extension");
+}
+
+void X11Platform::addOthers() {
+  Platform& platform = platform_;
+  const auto connection = X11MainConnection::open();
+  auto workspace = sharing<X11Workspace>(connection, std::as_const(*platform.applications));
+  auto poster = connection ? makePoster(*connection, platform, *workspace, pasteboard_) : nullptr;
+  place<InertWorkspace>(platform.workspace, std::move(workspace),
+                        "The frontmost application cannot be told on this X server");
   place<InertHotKeyCenter>(platform.hotKeyCenter, sharing<X11HotKeys>(connection),
                            "No global hot keys: the X server does not offer what they need");
   place<InertKeyEventPoster>(
