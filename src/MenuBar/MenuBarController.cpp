@@ -27,8 +27,7 @@ void MenuBarController::setupStatusItem() {
 }
 
 StatusItem::Picture MenuBarController::drawIcon(int size) {
-  if (icon_.isNull()) icon_ = menuBarIcon();
-  QImage image = icon_.pixmap(QSize(size, size), 1).toImage();
+  QImage image = menuBarIcon(size);
   image.convertTo(QImage::Format_ARGB32);
   const auto* pixels = reinterpret_cast<const QRgb*>(image.constBits());
   return {image.width(), image.height(), {pixels, pixels + image.width() * image.height()}};

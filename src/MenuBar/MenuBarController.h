@@ -43,7 +43,6 @@ class MenuBarController {
 
   StatusItem& statusItem_;
   /// Made when it is first drawn.
-  QIcon icon_;
 };
 
 }  // namespace stowboard

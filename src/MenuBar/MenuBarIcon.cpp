@@ -3,6 +3,7 @@
 #include <QGuiApplication>
 #include <QPainter>
 #include <QPalette>
+#include <QSvgRenderer>
 
 #include "UI/Looks/Icons.h"
 
@@ -10,33 +11,45 @@ namespace stowboard {
 
 namespace {
 
-constexpr int trayIconSize = 22;
+// Not by way of QIcon: its SVG engine keeps a timer and idle threads for half a minute.
+QImage drawing(const QString& file, int size) {
+  QSvgRenderer renderer(file);
+  if (!renderer.isValid()) return {};
+  QImage image = emptySquare(size);
+  QPainter painter(&image);
+  renderer.render(&painter, QRectF(image.rect()));
+  return image;
+}
 
-bool canBeDrawn(const QIcon& icon) { return !icon.pixmap(trayIconSize).isNull(); }
-
-QPixmap letters() {
-  constexpr int size = 2 * trayIconSize;
-  QPixmap pixmap(size, size);
-  pixmap.fill(Qt::transparent);
-  QPainter painter(&pixmap);
+QImage letters(int size) {
+  QImage image = emptySquare(size);
+  QPainter painter(&image);
   QFont font;
   font.setPixelSize(size * 2 / 3);
   font.setBold(true);
   painter.setFont(font);
   painter.setPen(QGuiApplication::palette().color(QPalette::WindowText));
-  painter.drawText(pixmap.rect(), Qt::AlignCenter, QStringLiteral("SB"));
-  return pixmap;
+  painter.drawText(image.rect(), Qt::AlignCenter, QStringLiteral("SB"));
+  return image;
 }
 
 }  // namespace
 
-QIcon menuBarIcon() {
-  if (const QIcon own(QStringLiteral(":/icons/MenuBarIcon.svg")); canBeDrawn(own)) return own;
+QImage menuBarIcon(int size) {
+  QImage image = drawing(QStringLiteral(":/icons/MenuBarIcon.svg"), size);
+  if (!image.isNull()) return image;
   const QColor color = QGuiApplication::palette().color(QPalette::WindowText);
-  const QIcon symbol(Icons::pixmap(Symbol::clipboard, trayIconSize, color, 2));
-  return canBeDrawn(symbol) ? symbol : QIcon(letters());
+  image = Icons::pixmap(Symbol::clipboard, size, color, 1).toImage();
+  return image.isNull() ? letters(size) : image;
 }
 
-QIcon applicationIcon() { return QIcon(QStringLiteral(":/icons/com.qarvin.stowboard.svg")); }
+QIcon applicationIcon() {
+  QIcon icon;
+  for (const int size : {16, 24, 32, 48, 64, 128}) {
+    icon.addPixmap(
+        QPixmap::fromImage(drawing(QStringLiteral(":/icons/com.qarvin.stowboard.svg"), size)));
+  }
+  return icon;
+}
 
 }  // namespace stowboard

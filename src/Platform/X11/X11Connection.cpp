@@ -101,6 +101,11 @@ std::vector<std::string> X11Connection::atomNames(const std::vector<xcb_atom_t>&
   return names;
 }
 
+void X11Connection::selectOnRoot(std::uint32_t events) {
+  rootEvents_ |= events;
+  xcb_change_window_attributes(xcb(), root(), XCB_CW_EVENT_MASK, &rootEvents_);
+}
+
 xcb_window_t X11Connection::createWindow(std::uint32_t eventMask) const {
   const auto window = xcb_generate_id(xcb());
   xcb_create_window(xcb(), 0, window, root_, -10, -10, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_ONLY,

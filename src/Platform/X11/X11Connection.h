@@ -77,6 +77,9 @@ class X11Connection {
   /// The names of the atoms in their order; atoms that the server does not know are left out.
   std::vector<std::string> atomNames(const std::vector<xcb_atom_t>& atoms);
 
+  /// Has the root window's events sent, besides those asked for before.
+  void selectOnRoot(std::uint32_t events);
+
   /// A window that is never shown.
   xcb_window_t createWindow(std::uint32_t eventMask) const;
   void destroyWindow(xcb_window_t window) const { xcb_destroy_window(xcb(), window); }
@@ -99,6 +102,7 @@ class X11Connection {
 
   std::unique_ptr<xcb_connection_t, Disconnect> connection_;
   xcb_window_t root_ = XCB_NONE;
+  std::uint32_t rootEvents_ = 0;
   int xfixesEventBase_ = 0;
   std::map<std::string, xcb_atom_t, std::less<>> atoms_;
   std::map<xcb_atom_t, std::string> names_;

@@ -56,7 +56,7 @@ void X11Desktop::select(xcb_window_t window, std::uint32_t events) const {
   xcb_flush(xcb());
 }
 
-void X11Desktop::followFront() const { select(connection_.root(), XCB_EVENT_MASK_PROPERTY_CHANGE); }
+void X11Desktop::followFront() const { connection_.selectOnRoot(XCB_EVENT_MASK_PROPERTY_CHANGE); }
 
 std::optional<RunningApplication> X11Desktop::frontmost() const {
   const auto askedManager = ask(connection_.root(), managerCheck);

@@ -1,8 +1,8 @@
 #include "UI/Looks/Icons.h"
 
+#include <QHash>
 #include <QIcon>
 #include <QPainter>
-#include <QPixmapCache>
 #include <QSvgRenderer>
 #include <algorithm>
 #include <array>
@@ -60,17 +60,16 @@ QImage ownMask(const char* name, int pixels) {
   return mask;
 }
 
-QPixmap tinted(QImage mask, const QColor& color, qreal devicePixelRatio) {
+QImage tinted(QImage mask, const QColor& color, qreal devicePixelRatio) {
   QPainter painter(&mask);
   painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
   painter.fillRect(mask.rect(), color);
   painter.end();
-  QPixmap pixmap = QPixmap::fromImage(std::move(mask));
-  pixmap.setDevicePixelRatio(devicePixelRatio);
-  return pixmap;
+  mask.setDevicePixelRatio(devicePixelRatio);
+  return mask;
 }
 
-QPixmap drawn(Symbol symbol, int pixels, const QColor& color, qreal devicePixelRatio) {
+QImage drawn(Symbol symbol, int pixels, const QColor& color, qreal devicePixelRatio) {
   const auto [theme, own] = names[static_cast<std::size_t>(symbol)];
   QImage mask = themeMask(QLatin1String(theme), pixels);
   if (mask.isNull()) mask = ownMask(own, pixels);
@@ -93,11 +92,15 @@ QPixmap Icons::pixmap(Symbol symbol, int size, const QColor& color, qreal device
                           .arg(devicePixelRatio)
                           .arg(color.rgba(), 0, 16)
                           .arg(QIcon::themeName());
-  QPixmap pixmap;
-  if (QPixmapCache::find(key, &pixmap)) return pixmap;
-  pixmap = drawn(symbol, pixels, color, devicePixelRatio);
-  QPixmapCache::insert(key, pixmap);
-  return pixmap;
+  // Not the toolkit's cache, whose timer wakes an idle program. A drawing is a few hundred bytes.
+  constexpr qsizetype mostDrawings = 128;
+  static QHash<QString, QImage> drawings;
+  if (drawings.size() > mostDrawings) drawings.clear();
+  auto found = drawings.find(key);
+  if (found == drawings.end()) {
+    found = drawings.insert(key, drawn(symbol, pixels, color, devicePixelRatio));
+  }
+  return QPixmap::fromImage(*found);
 }
 
 void Icons::paint(QPainter& painter, const QRectF& rect, Symbol symbol, int size,

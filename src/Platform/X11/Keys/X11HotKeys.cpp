@@ -1,5 +1,7 @@
 #include "Platform/X11/Keys/X11HotKeys.h"
 
+#include <xcb/xinput.h>
+
 #include <algorithm>
 #include <utility>
 #include <vector>
@@ -48,6 +50,13 @@ X11HotKeys::X11HotKeys(std::shared_ptr<X11MainConnection> connection)
            [] {
              Log::hotKey.error("The connection to the X server broke; hot keys no longer work");
            }})) {
+  // The server tells the grabs' window of their beginning and end as of a change of focus.
+  connection_->connection().selectOnRoot(XCB_EVENT_MASK_FOCUS_CHANGE);
+  if (const auto* input = findExtension(xcb(), xcb_input_id)) {
+    inputExtension_ = input->major_opcode;
+    // Raw events come only to a client that has named its version; during grabs from 2.1 on.
+    xcb_discard_reply(xcb(), xcb_input_xi_query_version(xcb(), 2, 2).sequence);
+  }
   const auto* xkb = findExtension(xcb(), xcb_xkb_id);
   if (xkb == nullptr) return;
   firstXkbEvent_ = xkb->first_event;
@@ -143,6 +152,12 @@ bool X11HotKeys::handle(const xcb_generic_event_t& event) {
     handlePress(*press);
   } else if (const auto* release = eventAs<xcb_key_release_event_t>(event, XCB_KEY_RELEASE)) {
     handleRelease(*release);
+  } else if (const auto* focus = eventAs<xcb_focus_out_event_t>(event, XCB_FOCUS_OUT)) {
+    if (focus->event == connection_->root() && focus->mode == XCB_NOTIFY_MODE_UNGRAB) {
+      handleEndOfGrab();
+    }
+  } else if (const auto* other = eventAs<xcb_ge_generic_event_t>(event, XCB_GE_GENERIC)) {
+    handleLateRelease(*other);
   }
   // All XKB events have one number; others than those of the map are not asked for.
   const int type = event.response_type & 0x7f;
@@ -170,6 +185,39 @@ void X11HotKeys::handleRelease(const xcb_key_release_event_t& release) {
   pressed_.reset(release.detail);
   // The releases of the others go elsewhere from now on.
   if (release.detail == grabbingKey_) pressed_.reset();
+}
+
+// An XWayland server ends the grab without a release when the focus moves while the key is down. A
+// held key then repeats, which begins the grab anew: that is told from a press by the release,
+// which the raw events tell of whoever it goes to.
+void X11HotKeys::handleEndOfGrab() {
+  if (pressed_.none()) return setReleaseEvents(false);
+  // Asked for first, so that a release is in the answer or comes after it.
+  setReleaseEvents(true);
+  const auto down = awaitReply(xcb_query_keymap_reply, xcb(), xcb_query_keymap(xcb()));
+  for (std::size_t key = 0; key < pressed_.size(); ++key) {
+    const bool isDown = inputExtension_ != 0 && down && (down->keys[key / 8] >> (key % 8) & 1) != 0;
+    if (!isDown) pressed_.reset(key);
+  }
+  if (pressed_.none()) setReleaseEvents(false);
+}
+
+void X11HotKeys::handleLateRelease(const xcb_ge_generic_event_t& event) {
+  if (event.extension != inputExtension_ || event.event_type != XCB_INPUT_RAW_KEY_RELEASE) return;
+  const auto key = reinterpret_cast<const xcb_input_raw_key_release_event_t&>(event).detail;
+  if (key < pressed_.size()) pressed_.reset(key);
+  if (pressed_.none()) setReleaseEvents(false);
+}
+
+void X11HotKeys::setReleaseEvents(bool areWanted) {
+  if (inputExtension_ == 0) return;
+  struct {
+    xcb_input_event_mask_t head;
+    std::uint32_t mask;
+  } const masks{{XCB_INPUT_DEVICE_ALL_MASTER, 1},
+                areWanted ? std::uint32_t{XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE} : 0};
+  xcb_input_xi_select_events(xcb(), connection_->root(), 1, &masks.head);
+  xcb_flush(xcb());
 }
 
 // The server announces a changed mapping also when only the device changed that was typed on last:

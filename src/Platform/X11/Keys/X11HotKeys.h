@@ -61,6 +61,9 @@ class X11HotKeys final : public HotKeyCenter {
   bool handle(const xcb_generic_event_t& event);
   void handlePress(const xcb_key_press_event_t& press);
   void handleRelease(const xcb_key_release_event_t& release);
+  void handleEndOfGrab();
+  void handleLateRelease(const xcb_ge_generic_event_t& event);
+  void setReleaseEvents(bool areWanted);
   void followKeyboard();
   void ungrabAll();
   void takeAllAnew();
@@ -75,6 +78,8 @@ class X11HotKeys final : public HotKeyCenter {
   /// The key whose release gives the keyboard back.
   xcb_keycode_t grabbingKey_ = 0;
   int firstXkbEvent_ = -1;
+  /// XInput's number; 0 where the server has none.
+  std::uint8_t inputExtension_ = 0;
   const X11MainConnection::Subscription subscription_;
 };
 
