@@ -1,9 +1,11 @@
 #include "MenuBar/MenuBarIcon.h"
 
 #include <QGuiApplication>
+#include <QIconEngine>
 #include <QPainter>
 #include <QPalette>
 #include <QSvgRenderer>
+#include <algorithm>
 
 #include "UI/Looks/Icons.h"
 
@@ -25,6 +27,27 @@ QImage drawing(const QString& file, int size) {
   }
   return image;
 }
+
+/// Draws the application's icon each time that a size of it is asked for, once a window: what the
+/// toolkit's own engines draw goes into its cache, whose timer wakes the idle program.
+class ApplicationIconEngine final : public QIconEngine {
+ public:
+  void paint(QPainter* painter, const QRect& rect, QIcon::Mode, QIcon::State) override {
+    painter->drawImage(rect, draw(std::max(rect.width(), rect.height())));
+  }
+  QPixmap pixmap(const QSize& size, QIcon::Mode, QIcon::State) override {
+    return QPixmap::fromImage(draw(std::min(size.width(), size.height())));
+  }
+  QList<QSize> availableSizes(QIcon::Mode, QIcon::State) override {
+    return {{16, 16}, {24, 24}, {32, 32}, {48, 48}, {64, 64}};
+  }
+  QIconEngine* clone() const override { return new ApplicationIconEngine; }
+
+ private:
+  static QImage draw(int size) {
+    return drawing(QStringLiteral(":/icons/com.qarvin.stowboard.svg"), size);
+  }
+};
 
 QImage letters(int size) {
   QImage image = emptySquare(size);
@@ -48,13 +71,6 @@ QImage menuBarIcon(int size) {
   return image.isNull() ? letters(size) : image;
 }
 
-QIcon applicationIcon() {
-  QIcon icon;
-  for (const int size : {16, 24, 32, 48, 64}) {
-    icon.addPixmap(
-        QPixmap::fromImage(drawing(QStringLiteral(":/icons/com.qarvin.stowboard.svg"), size)));
-  }
-  return icon;
-}
+QIcon applicationIcon() { return QIcon(new ApplicationIconEngine); }
 
 }  // namespace stowboard
