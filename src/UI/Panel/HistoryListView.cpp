@@ -39,6 +39,7 @@ HistoryListView::HistoryListView(QWidget* parent) : QListView(parent) {
   setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   setSelectionMode(SingleSelection);
   setEditTriggers(NoEditTriggers);
+  setAutoScroll(false);
 }
 
 void HistoryListView::setScrollBarColor(const QColor& color) {
@@ -84,7 +85,9 @@ int HistoryListView::rowsPerPage(int row, int direction) const {
 void HistoryListView::mousePressEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton) return;
   pressed_ = indexAt(event->position().toPoint());
-  if (pressed_.isValid() && onPress) onPress(pressed_.row());
+  if (!pressed_.isValid()) return;
+  setCurrentIndex(pressed_);
+  if (onPress) onPress(pressed_.row());
 }
 
 // The list itself would select what the pointer is dragged over.
@@ -93,8 +96,14 @@ void HistoryListView::mouseMoveEvent(QMouseEvent* /*event*/) {}
 void HistoryListView::mouseReleaseEvent(QMouseEvent* event) {
   if (event->button() != Qt::LeftButton) return;
   const QPersistentModelIndex pressed = std::exchange(pressed_, {});
-  if (pressed.isValid() && pressed == indexAt(event->position().toPoint()) && onClick)
-    onClick(pressed.row());
+  if (!pressed.isValid()) return;
+  if (pressed == indexAt(event->position().toPoint()) && onClick) onClick(pressed.row());
+  if (onRelease) onRelease();
+}
+
+void HistoryListView::hideEvent(QHideEvent* event) {
+  pressed_ = QModelIndex();
+  QListView::hideEvent(event);
 }
 
 void HistoryListView::mouseDoubleClickEvent(QMouseEvent* event) { mousePressEvent(event); }

@@ -46,15 +46,21 @@ class HistoryListView : public QListView {
   /// How many rows from this one in a direction, 1 or -1, make a page: at least one.
   int rowsPerPage(int row, int direction) const;
 
-  /// The left button went down on a row, and up again on the same one. Absent at first.
+  /// Whether the left button is down on a row. Nothing may move under it then.
+  bool isPressed() const { return pressed_.isValid(); }
+
+  /// The left button went down on a row, which is selected where it is; up again on the same one;
+  /// and up anywhere. Absent at first.
   std::function<void(int row)> onPress;
   std::function<void(int row)> onClick;
+  std::function<void()> onRelease;
 
  protected:
   void mousePressEvent(QMouseEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
   void mouseReleaseEvent(QMouseEvent* event) override;
   void mouseDoubleClickEvent(QMouseEvent* event) override;
+  void hideEvent(QHideEvent* event) override;
 
  private:
   void scrollIntoView(const QModelIndex& index);

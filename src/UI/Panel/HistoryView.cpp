@@ -6,6 +6,7 @@
 #include <QHBoxLayout>
 #include <QPainter>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <unordered_set>
 #include <utility>
 
@@ -83,6 +84,9 @@ void HistoryView::connectParts() {
     viewModel_.moveSelection(row - viewModel_.selectedIndex().value_or(0));
   };
   list_->onClick = [this](int row) { click(row); };
+  list_->onRelease = [this] {
+    if (needsRefresh_) refresh();
+  };
   thumbnails_.onDidLoad = [this] { list_->viewport()->update(); };
   viewModel_.changes().subscribe([this] { setNeedsRefresh(); }).storeIn(cancellables_);
   appState_->clipsPublisher()
@@ -173,7 +177,7 @@ void HistoryView::setNeedsRefresh() {
   QMetaObject::invokeMethod(
       this,
       [this] {
-        if (needsRefresh_) refresh();
+        if (needsRefresh_ && !list_->isPressed()) refresh();
       },
       Qt::QueuedConnection);
 }
@@ -190,6 +194,8 @@ void HistoryView::refresh() {
 }
 
 void HistoryView::showClips() {
+  rowView_.setQuery(viewModel_.query());
+  list_->viewport()->update();
   model_.setClips(viewModel_.visibleClips());
   list_->showSelection(static_cast<int>(viewModel_.selectedIndex().value_or(-1)));
   showEmptyState(model_.rowCount() == 0);
@@ -219,6 +225,10 @@ void HistoryView::perform(const PanelCommand& command) {
       return movePage(1);
     case Action::activateSelected:
       return viewModel_.activateSelected();
+    case Action::activateSelectedAsPlainText:
+      return viewModel_.activateSelectedAsPlainText();
+    case Action::removeSelected:
+      return viewModel_.removeSelected();
     case Action::activateDigit:
       return viewModel_.activate(command.digit - 1);
     case Action::close:
@@ -231,17 +241,16 @@ void HistoryView::perform(const PanelCommand& command) {
 }
 
 void HistoryView::movePage(int direction) {
-  if (needsRefresh_) refresh();
+  if (needsRefresh_ && !list_->isPressed()) refresh();
   const int row = static_cast<int>(viewModel_.selectedIndex().value_or(0));
   viewModel_.moveSelection(direction * list_->rowsPerPage(row, direction));
 }
 
-// What was clicked is what was shown, though a change may not have been shown yet.
+// What was clicked is what was shown, wherever a change that is not shown yet has moved it.
 void HistoryView::click(int row) {
   const Uuid id = model_.clip(row).id();
   const AppState::Clips clips = viewModel_.visibleClips();
-  const auto place = static_cast<std::size_t>(row);
-  if (place < clips.size() && clips[place].id() == id) viewModel_.activate(row);
+  viewModel_.activate(std::ranges::find(clips, id, &ClipItem::id) - clips.begin());
 }
 
 }  // namespace stowboard

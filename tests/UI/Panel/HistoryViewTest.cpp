@@ -62,7 +62,9 @@ class HistoryViewTest : public ::testing::Test {
     for (const QChar character : text) press(character.toUpper().unicode(), {}, character);
   }
   void mouse(QEvent::Type type, int row) {
-    const QPointF place = list().visualRect(list().model()->index(row, 0)).center();
+    mouse(type, list().visualRect(list().model()->index(row, 0)).center());
+  }
+  void mouse(QEvent::Type type, const QPointF& place) {
     QMouseEvent event(type, place, list().viewport()->mapToGlobal(place), Qt::LeftButton,
                       Qt::LeftButton, {});
     QApplication::sendEvent(list().viewport(), &event);
@@ -182,15 +184,40 @@ TEST_F(HistoryViewTest, AClickActivatesTheRowThatItBeganOn) {
   mouse(QEvent::MouseMove, 3);
   mouse(QEvent::MouseButtonRelease, 3);
   EXPECT_THAT(simulator_.activated, IsEmpty());
+  EXPECT_TRUE(field().hasFocus());
   mouse(QEvent::MouseButtonPress, 1);
+  view_->hide();
+  view_->show();
+  mouse(QEvent::MouseButtonRelease, 1);
+  EXPECT_THAT(simulator_.activated, IsEmpty()) << "it began in an earlier opening";
+}
+
+TEST_F(HistoryViewTest, NothingMovesUnderAPressedButton) {
+  const QPoint lastLine(100, list().viewport()->height() - 1);
+  const QModelIndex cut = list().indexAt(lastLine);
+  const QRect before = list().visualRect(cut);
+  mouse(QEvent::MouseButtonPress, lastLine);
   state_->append(textClip("new"));
   turn();
-  mouse(QEvent::MouseButtonRelease, 1);
-  EXPECT_THAT(simulator_.activated, IsEmpty()) << "another clip has come under the pointer";
-  mouse(QEvent::MouseButtonPress, 1);
-  mouse(QEvent::MouseButtonRelease, 1);
-  EXPECT_THAT(simulator_.activated, ElementsAre("clip 1"));
-  EXPECT_TRUE(field().hasFocus());
+  EXPECT_EQ(list().visualRect(cut), before);
+  EXPECT_EQ(list().currentIndex(), cut) << "it shows as selected all the same";
+  const std::string shown = "clip " + std::to_string(cut.row() + 1);
+  mouse(QEvent::MouseButtonRelease, lastLine);
+  EXPECT_THAT(simulator_.activated, ElementsAre(shown));
+  turn();
+  EXPECT_EQ(list().model()->rowCount(), 31);
+}
+
+TEST_F(HistoryViewTest, RemovingAClipLeavesTheOthersInTheirPlaces) {
+  for (int step = 0; step < 15; ++step) press(Qt::Key_Down);
+  turn();
+  const QRect before = list().visualRect(list().currentIndex());
+  press(Qt::Key_Delete, Qt::ShiftModifier);
+  turn();
+  EXPECT_EQ(list().visualRect(list().currentIndex()), before);
+  EXPECT_THAT(nameOfRow(15), MatchesRegex("clip 17, .*"));
+  press(Qt::Key_Return, Qt::ShiftModifier);
+  EXPECT_THAT(simulator_.activated, ElementsAre("clip 17"));
 }
 
 TEST_F(HistoryViewTest, ShowsWhyTheListIsEmpty) {
@@ -230,11 +257,11 @@ TEST_F(HistoryViewTest, ScreenReadersHearNamesInTheLanguageOfTheSettings) {
   EXPECT_EQ(nameOf(field()), "Search history");
   EXPECT_EQ(nameOf(clearButton()), "Clear search");
   EXPECT_EQ(nameOf(list()), "Clipboard history");
-  EXPECT_THAT(nameOfRow(0), MatchesRegex("clip 1, [A-Z][a-z]+ [0-9]+, [0-9:]+, shortcut ⌘ "
-                                         "Command \\+ ⌥ Option \\+ 1"));
+  EXPECT_THAT(nameOfRow(0), MatchesRegex("clip 1, [A-Z][a-z]+ [0-9]+, [0-9:]+, shortcut "
+                                         "Super \\+ Alt \\+ 1"));
   EXPECT_THAT(nameOfRow(9), MatchesRegex("clip 10, [A-Z][a-z]+ [0-9]+, [0-9:]+"));
   useChinese(DirectPasteModifierPair::commandShift);
-  EXPECT_THAT(nameOfRow(1), MatchesRegex("clip 2，.*月.*日 [0-9:]+，快捷键 ⌘ Command \\+ ⇧ "
+  EXPECT_THAT(nameOfRow(1), MatchesRegex("clip 2，.*月.*日 [0-9:]+，快捷键 Super \\+ "
                                          "Shift \\+ 2"));
   EXPECT_EQ(nameOf(list()), "剪贴板历史记录");
 }
