@@ -55,6 +55,12 @@ bool AppState::hasFilteredClips(std::string_view query) const {
   return search.empty() ? !clips().empty() : std::ranges::any_of(clips(), contains(search));
 }
 
+void AppState::remove(const Uuid& id) {
+  Clips rest = clips();
+  if (std::erase_if(rest, [&](const ClipItem& clip) { return clip.id() == id; }) == 0) return;
+  clips_.assign(std::move(rest));
+}
+
 void AppState::clearAll() { clips_.assign({}); }
 
 void AppState::updateSettings(AppSettings settings) {

@@ -44,6 +44,8 @@ class AppState {
   /// Whether there is one among them; looks no further than the first.
   bool hasFilteredClips(std::string_view query) const;
 
+  /// Takes one clip out; nobody is notified when it is not there.
+  void remove(const Uuid& id);
   void clearAll();
 
   /// Replaces the settings and trims the history to their maximum.

@@ -12,12 +12,14 @@ struct NamedModifier {
   std::uint32_t mask;
   std::string_view symbol;
   std::string_view label;
+  /// On the keyboards of PCs.
+  std::string_view keyboardName;
 };
 
-constexpr NamedModifier command{ModifierMask::command, "⌘", "⌘ Command"};
-constexpr NamedModifier option{ModifierMask::option, "⌥", "⌥ Option"};
-constexpr NamedModifier shift{ModifierMask::shift, "⇧", "⇧ Shift"};
-constexpr NamedModifier control{ModifierMask::control, "⌃", "⌃ Control"};
+constexpr NamedModifier command{ModifierMask::command, "⌘", "⌘ Command", "Super"};
+constexpr NamedModifier option{ModifierMask::option, "⌥", "⌥ Option", "Alt"};
+constexpr NamedModifier shift{ModifierMask::shift, "⇧", "⇧ Shift", "Shift"};
+constexpr NamedModifier control{ModifierMask::control, "⌃", "⌃ Control", "Ctrl"};
 
 // The two forms list the modifiers in different orders.
 constexpr std::array compactOrder{control, option, shift, command};
@@ -91,6 +93,21 @@ std::string HotKeyConfig::fullDisplayString() const {
   return display + nameToShow(keyCode);
 }
 
+std::string HotKeyConfig::keyboardString() const {
+  const std::string names = keyboardNames(modifiers);
+  return names.empty() ? nameToShow(keyCode) : fmt::format("{} + {}", names, nameToShow(keyCode));
+}
+
+std::string keyboardNames(std::uint32_t modifiers) {
+  std::string names;
+  for (const NamedModifier& modifier : fullOrder) {
+    if (!(modifiers & modifier.mask)) continue;
+    if (!names.empty()) names += " + ";
+    names += modifier.keyboardName;
+  }
+  return names;
+}
+
 std::optional<std::string_view> HotKeyConfig::symbolName(std::uint32_t keyCode) {
   const auto offered = nameIn(keyOptions, keyCode);
   return offered ? offered : nameIn(otherKeys, keyCode);
@@ -143,6 +160,10 @@ std::string_view modifierDisplayString(DirectPasteModifierPair pair) { return fa
 
 std::string fullDisplayString(DirectPasteModifierPair pair) {
   return fmt::format("{} + 1~9", modifierDisplayString(pair));
+}
+
+std::string keyboardString(DirectPasteModifierPair pair) {
+  return fmt::format("{} + 1~9", keyboardNames(carbonMask(pair)));
 }
 
 DirectPasteModifierPair directPasteModifierPairFrom(std::uint32_t mask) {

@@ -33,6 +33,9 @@ struct HotKeyConfig {
   /// Spelled-out form, for instance ⌘ Command + ⇧ Shift + V.
   std::string fullDisplayString() const;
 
+  /// In the words that keyboards here bear, for instance Super + Shift + V.
+  std::string keyboardString() const;
+
   /// The name of a key; absent for the keys that have none.
   static std::optional<std::string_view> symbolName(std::uint32_t keyCode);
   /// The key of a digit, 0 to 9, in the main row of the keyboard.
@@ -43,6 +46,9 @@ struct HotKeyConfig {
 
 inline constexpr HotKeyConfig HotKeyConfig::defaultConfig{
     9, ModifierMask::command | ModifierMask::shift};
+
+/// What keyboards here call the modifiers of a mask, for instance "Super + Shift"; empty for none.
+std::string keyboardNames(std::uint32_t modifiers);
 
 /// One modifier key, or none, as a picker offers it.
 enum class ModifierKeyOption { command, option, shift, control, none };
@@ -90,6 +96,8 @@ std::string_view symbolString(DirectPasteModifierPair pair);
 std::string_view modifierDisplayString(DirectPasteModifierPair pair);
 /// The modifiers with the digits, for instance "⌘ Command + ⌥ Option + 1~9".
 std::string fullDisplayString(DirectPasteModifierPair pair);
+/// In the words that keyboards here bear, for instance "Super + Alt + 1~9".
+std::string keyboardString(DirectPasteModifierPair pair);
 /// The pair with exactly this mask; `commandOption` when there is none.
 DirectPasteModifierPair directPasteModifierPairFrom(std::uint32_t carbonMask);
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -10,9 +11,13 @@ namespace stowboard {
 /// Records the previews of the clips that it was given.
 class FakePasteSimulator final : public PasteSimulating {
  public:
-  void activate(const ClipItem& clip) override { activated.emplace_back(clip.previewText()); }
+  void activate(const ClipItem& clip) override {
+    activated.emplace_back(clip.previewText());
+    last = clip;
+  }
 
   std::vector<std::string> activated;
+  std::optional<ClipItem> last;
 };
 
 }  // namespace stowboard

@@ -52,6 +52,15 @@ class Panel(SessionCase):
         self.gtk.wait_for("[first]")
         self.stowboard.wait_until_panel_closed()
 
+    def test_removes_a_clip_and_pastes_the_next_without_formatting(self):
+        self.start("[third]", "[second]", "[first]")
+        self.open_at(400, 200)
+        self.desktop.keys("Down", "shift+Delete")
+        wait_until(lambda: self.stowboard.texts() == ["[first]", "[third]"], "removed on disk")
+        self.desktop.keys("shift+Return")
+        self.gtk.wait_for("[third]")
+        self.stowboard.wait_until_panel_closed()
+
     def test_what_closes_it_and_what_does_not(self):
         self.start("[clip]")
         server = display.Display(self.desktop.environment["DISPLAY"])

@@ -50,7 +50,7 @@ class Settings(SessionCase):
         self.wait_for_setting(hotKey={"keyCode": 40, "modifiers": 0x1800})
         self.choose("Modifier keys for direct paste", "Down")
         self.wait_for_setting(directPasteModifiers=0x1100)
-        self.controls.find("label", "⌘ Command + ⌃ Control + 1~9")
+        self.controls.find("label", "Super + Ctrl + 1~9")
         self.stowboard.wait_for_log("Hotkey [109] registered: ⌃⌘9")
 
         self.desktop.keys("super+shift+v", "super+ctrl+k", "super+alt+1", "super+ctrl+1")

@@ -1,7 +1,5 @@
 #include "Base/Unicode/Text.h"
 
-#include <unicode/uchar.h>
-
 #include <algorithm>
 #include <atomic>
 #include <utility>
@@ -29,11 +27,6 @@ bool equalsButForAsciiCase(std::string_view text, std::string_view folded) {
   return std::ranges::equal(text, folded, [](char left, char right) {
     return left == right || (left >= 'A' && left <= 'Z' && (left | 0x20) == right);
   });
-}
-
-bool isFollowedByMark(std::string_view text, std::size_t place) {
-  if (place == text.size()) return false;
-  return u_getCombiningClass(static_cast<UChar32>(decodeUtf8(text, place).codePoint)) != 0;
 }
 
 }  // namespace
@@ -110,14 +103,7 @@ bool Text::contains(const SearchQuery& query) const {
   if (query.empty()) return true;
   if (!shared_) return false;
   const auto text = shared_->searchable(query.locale_, query.plainTextIsExact_);
-  const auto& pattern = query.pattern_;
-  for (std::size_t from = 0;;) {
-    const auto place = pattern.findIn(text, from);
-    if (place == SubstringPattern::none) return false;
-    // The mark belongs to the last letter found: with it, that is another letter.
-    if (!isFollowedByMark(text, place + pattern.bytes().size())) return true;
-    from = place + 1;
-  }
+  return query.findIn(text, 0) != SubstringPattern::none;
 }
 
 void Text::prepareForSearch(std::string_view locale) const {

@@ -24,14 +24,6 @@ constexpr int titleGap = 6;
 constexpr int hairlineIndent = 12;
 constexpr qreal radius = 9;
 
-// Dark palettes have their darkest colour in the base, where a group is to stand out from the
-// window.
-QColor groundColor(const QPalette& palette) {
-  const Colors colors(palette);
-  if (!colors.isDark() || colors.isHighContrast()) return colors.controlBackground();
-  return palette.color(QPalette::Window).lighter(118);
-}
-
 constexpr QSize switchSize(38, 22);
 constexpr qreal knobInset = 2.5;
 
@@ -156,7 +148,7 @@ class FormSection::Ground : public QWidget {
     painter.setRenderHint(QPainter::Antialiasing);
     const QColor line = Colors(palette()).separator();
     painter.setPen(QPen(line, 1));
-    painter.setBrush(groundColor(palette()));
+    painter.setBrush(Colors(palette()).formGround());
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
     for (const int top : hairlines()) {
       painter.fillRect(hairlineIndent, top, width() - 2 * hairlineIndent, 1, line);

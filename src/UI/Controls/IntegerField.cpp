@@ -1,5 +1,6 @@
 #include "UI/Controls/IntegerField.h"
 
+#include <QCoreApplication>
 #include <QFocusEvent>
 #include <QKeyEvent>
 #include <QLocale>
@@ -22,6 +23,7 @@ IntegerField::IntegerField(std::int64_t largest, int width, const Pasteboard& pa
   setAlignment(Qt::AlignRight | Qt::AlignVCenter);
   setMaxLength(mostCharacters);
   connect(this, &QLineEdit::returnPressed, this, [this] { commit(); });
+  connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { commit(); });
 }
 
 QSize IntegerField::sizeHint() const {

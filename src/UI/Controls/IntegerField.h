@@ -8,9 +8,9 @@
 namespace stowboard {
 
 /// A field for a whole number, in the digits and with the grouping of its locale. What is typed
-/// counts when Return is pressed or the focus leaves; Escape takes it back, and what is no number
-/// is taken back too. As wide as asked for, or as its largest number needs in a large font. Main
-/// thread.
+/// counts when Return is pressed, the focus leaves or the program ends; Escape takes it back, and
+/// what is no number is taken back too. As wide as asked for, or as its largest number needs in a
+/// large font. Main thread.
 class IntegerField : public TextField {
  public:
   /// The width in device-independent pixels.

@@ -18,16 +18,22 @@ Picker::Picker() {
   });
 }
 
-void Picker::addChoice(std::string_view text) { addItem(QString::fromUtf8(text)); }
+void Picker::addChoice(std::string_view text, std::string_view words) {
+  addItem(QString::fromUtf8(text));
+  if (words.empty()) return;
+  for (const int role : {Qt::ToolTipRole, Qt::AccessibleTextRole})
+    setItemData(count() - 1, QString::fromUtf8(words), role);
+}
 
 void Picker::showChoice(int index, std::string_view other) {
   shown_ = index;
   const QString placeholder = index < 0 ? QString::fromUtf8(other) : QString();
   if (placeholder != placeholderText()) {
     setPlaceholderText(placeholder);
-    setAccessibleDescription(placeholder);
     forgetSizeHint();
   }
+  setToolTip(itemData(index, Qt::ToolTipRole).toString());
+  setAccessibleDescription(index < 0 ? placeholder : toolTip());
   if (!view()->isVisible()) setCurrentIndex(shown_);
 }
 
@@ -35,6 +41,17 @@ void Picker::showChoice(int index, std::string_view other) {
 void Picker::forgetSizeHint() {
   setSizeAdjustPolicy(QComboBox::AdjustToContentsOnFirstShow);
   setSizeAdjustPolicy(QComboBox::AdjustToContents);
+}
+
+// Styles derive the list's frame from the colours of the window, which leaves none on black.
+void Picker::showPopup() {
+  QStyleOptionComboBox option;
+  initStyleOption(&option);
+  const int usual = style()->styleHint(QStyle::SH_ComboBox_PopupFrameStyle, &option, this);
+  const bool needsEdge = Colors(palette()).isHighContrast();
+  if (auto* list = qobject_cast<QFrame*>(view()->parentWidget()))
+    list->setFrameStyle(needsEdge ? static_cast<int>(QFrame::Box) | QFrame::Plain : usual);
+  QComboBox::showPopup();
 }
 
 // Comes before the choice that the user made in the list, if any.

@@ -12,8 +12,8 @@ class Picker : public QComboBox {
  public:
   Picker();
 
-  /// UTF-8.
-  void addChoice(std::string_view text);
+  /// UTF-8. A tool tip and screen readers tell what `words` say as well, if anything.
+  void addChoice(std::string_view text, std::string_view words = {});
 
   /// Shows a choice, or with -1 the text of something that is not among the choices. While the list
   /// is open the choice waits until it has been closed.
@@ -22,6 +22,7 @@ class Picker : public QComboBox {
   /// The user chose another one than is shown.
   std::function<void(int index)> onChoose;
 
+  void showPopup() override;
   void hidePopup() override;
 
  protected:

@@ -5,19 +5,11 @@
 #include <QWidget>
 #include <algorithm>
 #include <cmath>
+#include <initializer_list>
 
 namespace stowboard {
 
 namespace {
-
-QColor mixed(const QColor& over, const QColor& under, double share) {
-  const auto channel = [share](double upper, double lower) {
-    return static_cast<float>(share * upper + (1 - share) * lower);
-  };
-  return QColor::fromRgbF(channel(over.redF(), under.redF()),
-                          channel(over.greenF(), under.greenF()),
-                          channel(over.blueF(), under.blueF()));
-}
 
 QColor withAlpha(QColor color, float alpha) {
   color.setAlphaF(alpha);
@@ -31,14 +23,6 @@ double linear(double channel) {
 double luminance(const QColor& color) {
   return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) +
          0.0722 * linear(color.blueF());
-}
-
-// As WCAG 2.1 defines it, which asks for this much for small text.
-constexpr double readableContrast = 4.5;
-
-double contrast(const QColor& first, const QColor& second) {
-  const auto [darker, lighter] = std::minmax({luminance(first), luminance(second)});
-  return (lighter + 0.05) / (darker + 0.05);
 }
 
 /// A child of the widget that it tints.
@@ -70,7 +54,34 @@ class Tint : public QObject {
   const Colors::Getter color_;
 };
 
+// The weakest share of a colour that is readable on each of the grounds it is mixed towards.
+QColor weakened(const QColor& color, const QColor& towards, std::initializer_list<QColor> grounds,
+                double share) {
+  for (; share < 1; share += 0.05) {
+    const QColor weaker = mixed(color, towards, share);
+    const auto isReadableOn = [&](const QColor& ground) {
+      return contrast(weaker, ground) >= readableContrast;
+    };
+    if (std::ranges::all_of(grounds, isReadableOn)) return weaker;
+  }
+  return color;
+}
+
 }  // namespace
+
+QColor mixed(const QColor& over, const QColor& under, double share) {
+  const auto channel = [share](double upper, double lower) {
+    return static_cast<float>(share * upper + (1 - share) * lower);
+  };
+  return QColor::fromRgbF(channel(over.redF(), under.redF()),
+                          channel(over.greenF(), under.greenF()),
+                          channel(over.blueF(), under.blueF()));
+}
+
+double contrast(const QColor& first, const QColor& second) {
+  const auto [darker, lighter] = std::minmax({luminance(first), luminance(second)});
+  return (lighter + 0.05) / (darker + 0.05);
+}
 
 bool Colors::isDark() const {
   return palette_.color(QPalette::Window).lightness() <
@@ -83,9 +94,11 @@ bool Colors::isHighContrast() const {
 
 QColor Colors::primary() const { return palette_.color(QPalette::Text); }
 
-// 4.5 to 1 on white and on black, as WCAG 2.1 asks for small text.
 QColor Colors::secondary() const {
-  return isHighContrast() ? primary() : mixed(primary(), palette_.color(QPalette::Base), 0.6);
+  if (isHighContrast()) return primary();
+  const QColor window = palette_.color(QPalette::Window);
+  const QColor row = mixed(primary(), window, alternateRow().alphaF());
+  return weakened(primary(), palette_.color(QPalette::Base), {window, row, formGround()}, 0.6);
 }
 
 QColor Colors::separator() const {
@@ -93,6 +106,11 @@ QColor Colors::separator() const {
 }
 
 QColor Colors::controlBackground() const { return palette_.color(QPalette::Base); }
+
+QColor Colors::formGround() const {
+  if (!isDark() || isHighContrast()) return controlBackground();
+  return palette_.color(QPalette::Window).lighter(118);
+}
 
 QColor Colors::alternateRow() const { return withAlpha(primary(), isDark() ? 0.06F : 0.045F); }
 
@@ -102,17 +120,23 @@ QColor Colors::selection() const { return palette_.color(QPalette::Highlight); }
 
 QColor Colors::primaryOnSelection() const { return palette_.color(QPalette::HighlightedText); }
 
-// At normal contrast only as far from the primary colour as a selection of the desktop's choice
-// leaves it readable.
 QColor Colors::secondaryOnSelection() const {
   if (isHighContrast()) return primaryOnSelection();
-  const QColor weaker = mixed(primaryOnSelection(), selection(), 0.8);
-  return contrast(weaker, selection()) >= readableContrast ? weaker : primaryOnSelection();
+  return weakened(primaryOnSelection(), selection(), {selection()}, secondaryShare);
 }
 
-QColor Colors::badge() const { return withAlpha(orange(), isHighContrast() ? 0.4F : 0.15F); }
+Colors::Pair Colors::badge(bool isOnSelection) const {
+  if (isOnSelection) return {primaryOnSelection(), selection()};
+  return {withAlpha(orange(), isHighContrast() ? 0.4F : 0.15F), primary()};
+}
 
-QColor Colors::red() const { return isDark() ? QColor(0xff6961) : QColor(0xc4231c); }
+Colors::Pair Colors::match(bool isOnSelection) const {
+  if (isOnSelection) return {primaryOnSelection(), selection()};
+  if (isHighContrast()) return {selection(), primaryOnSelection()};
+  return {withAlpha(orange(), 0.4F), primary()};
+}
+
+QColor Colors::red() const { return isDark() ? QColor(0xff8a82) : QColor(0xc4231c); }
 QColor Colors::green() const { return isDark() ? QColor(0x32d74b) : QColor(0x248a3d); }
 QColor Colors::orange() const { return isDark() ? QColor(0xff9f0a) : QColor(0xf57c00); }
 

@@ -17,6 +17,9 @@ QStringList withSimplifiedChinese(const QFont& font) {
          << QStringLiteral("Source Han Sans SC") << QStringLiteral("WenQuanYi Micro Hei");
 }
 
+// Below it the strokes of Chinese run together.
+constexpr int leastPixelSize = 10;
+
 QFont scaled(QFont font, double factor) {
   if (font.pointSizeF() > 0) {
     font.setPointSizeF(font.pointSizeF() * factor);
@@ -42,6 +45,10 @@ void Fonts::useFamilies(QWidget& window) {
 
 QFont Fonts::callout(const QFont& application) { return scaled(body(application), 12.0 / 13); }
 
-QFont Fonts::caption(const QFont& application) { return scaled(body(application), 10.0 / 13); }
+QFont Fonts::caption(const QFont& application) {
+  QFont font = scaled(body(application), 10.0 / 13);
+  if (QFontInfo(font).pixelSize() < leastPixelSize) font.setPixelSize(leastPixelSize);
+  return font;
+}
 
 }  // namespace stowboard

@@ -18,7 +18,7 @@ class Fonts {
   static void useFamilies(QWidget& window);
   /// 12/13 of the body's size.
   static QFont callout(const QFont& application);
-  /// 10/13 of the body's size.
+  /// 10/13 of the body's size, and at least 10 pixels.
   static QFont caption(const QFont& application);
 };
 

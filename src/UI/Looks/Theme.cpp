@@ -4,6 +4,7 @@
 #include <QColor>
 #include <QIcon>
 #include <QStyle>
+#include <algorithm>
 
 #include "UI/Looks/Colors.h"
 
@@ -66,6 +67,30 @@ QPalette withFullContrast(QPalette palette) {
   return palette;
 }
 
+// As little further from the text as it takes.
+QColor readableSelection(const QColor& selection, const QColor& text) {
+  const QColor away = contrast(text, Qt::black) > contrast(text, Qt::white) ? Qt::black : Qt::white;
+  for (double share = 0; share < 1; share += 0.02) {
+    const QColor moved = mixed(away, selection, share);
+    if (contrast(mixed(text, moved, secondaryShare), moved) >= readableContrast) return moved;
+  }
+  return away;
+}
+
+// Never the text's own colour, which would tell of high contrast.
+QColor readableHint(const QPalette& palette, QPalette::ColorGroup group) {
+  const QColor text = palette.color(group, QPalette::Text);
+  const QColor base = palette.color(group, QPalette::Base);
+  const QColor window = palette.color(group, QPalette::Window);
+  const QColor hint = palette.color(group, QPalette::PlaceholderText);
+  for (double share = hint.alphaF();; share += 0.02) {
+    const QColor onBase = mixed(share > hint.alphaF() ? text : hint, base, std::min(share, 0.96));
+    const bool isReadable =
+        std::min(contrast(onBase, base), contrast(onBase, window)) >= readableContrast;
+    if (isReadable || share >= 0.96) return onBase;
+  }
+}
+
 // Making one anew has every widget laid out again.
 void useStyle(const QString& name) {
   const bool isUsed = QApplication::style()->objectName().compare(name, Qt::CaseInsensitive) == 0;
@@ -76,8 +101,8 @@ void useStyle(const QString& name) {
 
 Theme::Theme() : desktopStyle_(QApplication::style()->objectName()) {}
 
-QPalette Theme::palette(bool isDark, Contrast contrast) {
-  const Shades shade = shades(isDark, contrast);
+QPalette Theme::palette(bool isDark, Contrast wanted) {
+  const Shades shade = shades(isDark, wanted);
   QPalette palette(shade.text, shade.button, shade.button.lighter(), shade.line, shade.line,
                    shade.text, Qt::white, shade.base, shade.window);
   palette.setColor(QPalette::AlternateBase, shade.alternateBase);
@@ -87,14 +112,24 @@ QPalette Theme::palette(bool isDark, Contrast contrast) {
   palette.setColor(QPalette::LinkVisited, shade.link);
   palette.setColor(QPalette::ToolTipBase, shade.base);
   palette.setColor(QPalette::ToolTipText, shade.text);
-  QColor placeholder = shade.text;
-  placeholder.setAlphaF(0.55F);
-  palette.setColor(QPalette::PlaceholderText, placeholder);
+  QColor hint = shade.text;
+  hint.setAlphaF(0.55F);
+  palette.setColor(QPalette::PlaceholderText, hint);
   for (const auto role : {QPalette::Text, QPalette::WindowText, QPalette::ButtonText}) {
     palette.setColor(QPalette::Disabled, role, shade.disabledText);
   }
   palette.setColor(QPalette::Disabled, QPalette::Highlight, shade.disabledText);
-  return contrast == Contrast::high ? withFullContrast(palette) : palette;
+  return wanted == Contrast::high ? withFullContrast(palette) : readable(palette);
+}
+
+QPalette Theme::readable(QPalette palette) {
+  for (const auto group : {QPalette::Active, QPalette::Inactive}) {
+    palette.setColor(group, QPalette::Highlight,
+                     readableSelection(palette.color(group, QPalette::Highlight),
+                                       palette.color(group, QPalette::HighlightedText)));
+    palette.setColor(group, QPalette::PlaceholderText, readableHint(palette, group));
+  }
+  return palette;
 }
 
 void Theme::apply(const Appearance& appearance) {
@@ -106,7 +141,7 @@ void Theme::apply(const Appearance& appearance) {
   const bool isDesktopRight = fits(desktop, appearance.colorScheme) && (isDesktopHigh || !isHigh);
   useStyle(isDesktopRight ? desktopStyle_ : QString(ownStyle));
   if (isDesktopRight) {
-    if (isDesktopHigh) QApplication::setPalette(withFullContrast(desktop));
+    QApplication::setPalette(isDesktopHigh ? withFullContrast(desktop) : readable(desktop));
     return;
   }
   const bool isDark = appearance.colorScheme == ColorScheme::noPreference

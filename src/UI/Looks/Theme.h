@@ -20,6 +20,10 @@ class Theme {
   /// May be called as often as the preference changes.
   void apply(const Appearance& appearance);
 
+  /// A palette whose selections and hints are readable, and a secondary colour on a selection too;
+  /// as it is where they are already.
+  static QPalette readable(QPalette palette);
+
   /// The program's own colours.
   static QPalette palette(bool isDark, Contrast contrast);
 

@@ -87,6 +87,19 @@ QString printablePreview(const ClipItem& clip) {
   return printable(firstGraphemes(head, previewCharacters));
 }
 
+std::vector<PreviewStretch> matches(const SearchQuery& query, const QString& printable) {
+  const QByteArray utf8 = printable.toUtf8();
+  const auto units = [&](std::size_t from, std::size_t to) {
+    return static_cast<int>(
+        QString::fromUtf8(utf8.data() + from, static_cast<qsizetype>(to - from)).size());
+  };
+  std::vector<PreviewStretch> stretches;
+  for (const auto& [from, to] :
+       query.placesIn({utf8.data(), static_cast<std::size_t>(utf8.size())}))
+    stretches.push_back({units(0, from), units(from, to)});
+  return stretches;
+}
+
 PreviewMeasure PreviewMeasure::of(const QString& printable, const QFont& font) {
   const QString first = printable.section(lineBreak, 0, 0);
   return {unwrappedWidth(first, font, directionOf(first)), first.size() < printable.size()};
@@ -95,39 +108,60 @@ PreviewMeasure PreviewMeasure::of(const QString& printable, const QFont& font) {
 PreviewLayout::PreviewLayout(const QString& printable, const QFont& font, double width)
     : font_(font) {
   const QStringList paragraphs = printable.split(lineBreak);
-  for (qsizetype index = 0; index < paragraphs.size() && lineCount() < maxLines; ++index)
-    addParagraph(paragraphs[index], index + 1 == paragraphs.size(), width);
+  int start = 0;
+  for (qsizetype index = 0; index < paragraphs.size() && lineCount() < maxLines; ++index) {
+    addParagraph(paragraphs[index], start, index + 1 == paragraphs.size(), width);
+    start += static_cast<int>(paragraphs[index].size()) + 1;
+  }
 }
 
 PreviewLayout::~PreviewLayout() = default;
 
-void PreviewLayout::addParagraph(const QString& paragraph, bool isLast, double width) {
+void PreviewLayout::addParagraph(const QString& paragraph, int start, bool isLast, double width) {
   const Qt::LayoutDirection direction = directionOf(paragraph);
-  if (lineCount() + 1 == maxLines) return addLastLine(paragraph, direction, !isLast, width);
-  if (unwrappedWidth(paragraph, font_, direction) <= width) return addLine(paragraph, direction);
+  if (lineCount() + 1 == maxLines) return addLastLine(paragraph, start, direction, !isLast, width);
+  if (unwrappedWidth(paragraph, font_, direction) <= width)
+    return addLine(paragraph, start, direction);
   const auto wrapped = layoutOf(paragraph, font_, direction, width);
   const int length = wrapped->lineAt(0).textLength();
-  addLine(paragraph.left(length), direction);
-  if (length < paragraph.size()) addLastLine(paragraph.mid(length), direction, !isLast, width);
+  addLine(paragraph.left(length), start, direction);
+  if (length < paragraph.size())
+    addLastLine(paragraph.mid(length), start + length, direction, !isLast, width);
 }
 
-void PreviewLayout::addLine(const QString& text, Qt::LayoutDirection direction) {
-  lines_.push_back(layoutOf(text, font_, direction, unbounded));
+void PreviewLayout::addLine(const QString& text, int start, Qt::LayoutDirection direction) {
+  lines_.push_back(
+      {layoutOf(text, font_, direction, unbounded), start, static_cast<int>(text.size()), {}});
 }
 
-void PreviewLayout::addLastLine(const QString& text, Qt::LayoutDirection direction, bool hasMore,
-                                double width) {
+void PreviewLayout::addLastLine(const QString& text, int start, Qt::LayoutDirection direction,
+                                bool hasMore, double width) {
   const QString ended = hasMore ? text + QChar(0x2026) : text;
-  if (unwrappedWidth(ended, font_, direction) <= width) return addLine(ended, direction);
-  addLine(QFontMetricsF(font_).elidedText(ended, Qt::ElideRight, width), direction);
+  if (unwrappedWidth(ended, font_, direction) <= width) return addLine(ended, start, direction);
+  addLine(QFontMetricsF(font_).elidedText(ended, Qt::ElideRight, width), start, direction);
 }
 
-void PreviewLayout::draw(QPainter& painter, const QPointF& topLeft) const {
+void PreviewLayout::mark(const std::vector<PreviewStretch>& stretches) {
+  for (Line& line : lines_) {
+    line.marks.clear();
+    for (const auto& [start, length] : stretches) {
+      const int from = std::max(start - line.start, 0);
+      const int to = std::min(start + length - line.start, line.length);
+      if (from < to) line.marks.push_back({from, to - from});
+    }
+  }
+}
+
+void PreviewLayout::draw(QPainter& painter, const QPointF& topLeft,
+                         const QTextCharFormat& mark) const {
   const QFontMetrics metrics(font_);
   double baseline = topLeft.y() + metrics.ascent();
-  for (const auto& layout : lines_) {
-    if (layout->lineCount() > 0)
-      layout->draw(&painter, QPointF(topLeft.x(), baseline - layout->lineAt(0).ascent()));
+  for (const Line& line : lines_) {
+    const QTextLayout& layout = *line.layout;
+    QList<QTextLayout::FormatRange> marks;
+    for (const auto& [start, length] : line.marks) marks.push_back({start, length, mark});
+    if (layout.lineCount() > 0)
+      layout.draw(&painter, QPointF(topLeft.x(), baseline - layout.lineAt(0).ascent()), marks);
     baseline += metrics.height();
   }
 }

@@ -5,6 +5,7 @@
 #include <QFontMetrics>
 #include <QPainter>
 #include <algorithm>
+#include <utility>
 
 #include "UI/Looks/Fonts.h"
 #include "UI/Looks/Icons.h"
@@ -88,7 +89,7 @@ QString RowTexts::shortcutSymbols() const { return QString::fromUtf8(symbolStrin
 
 QString RowTexts::description(const ClipItem& clip, int row) const {
   const std::string shortcut =
-      row < shortcutCount ? fmt::format("{} + {}", modifierDisplayString(pair_), row + 1) : "";
+      row < shortcutCount ? fmt::format("{} + {}", keyboardNames(carbonMask(pair_)), row + 1) : "";
   const QString preview = printablePreview(clip).replace(QChar::LineSeparator, u' ');
   return QString::fromUtf8(L10n::historyRow(language_, preview.toStdString(),
                                             dateFormat_.format(clip.timestamp()), shortcut));
@@ -129,6 +130,13 @@ void HistoryRowView::setLooks(const QFont& font, const QPalette& palette) {
   layouts_.clear();
 }
 
+void HistoryRowView::setQuery(const std::string& query) {
+  if (query == queryText_) return;
+  queryText_ = query;
+  query_ = SearchQuery(query);
+  ++queryNumber_;
+}
+
 void HistoryRowView::keepOnly(const std::unordered_set<Uuid>& ids) {
   const auto isGone = [&](const Uuid& id) { return !ids.contains(id); };
   for (const Uuid& id : measures_.keys())
@@ -145,13 +153,15 @@ PreviewMeasure HistoryRowView::measured(const ClipItem& clip) const {
 }
 
 const PreviewLayout& HistoryRowView::layout(const ClipItem& clip, int width) const {
-  const auto* known = layouts_.object(clip.id());
+  auto* known = layouts_.object(clip.id());
   if (known == nullptr || known->width != width) {
-    auto made = std::unique_ptr<CachedLayout>(
-        new CachedLayout{width, PreviewLayout(printablePreview(clip), looks_.body, width)});
+    auto made = std::unique_ptr<CachedLayout>(new CachedLayout{
+        .width = width, .layout = PreviewLayout(printablePreview(clip), looks_.body, width)});
     known = made.get();
     layouts_.insert(clip.id(), made.release());
   }
+  if (std::exchange(known->query, queryNumber_) != queryNumber_)
+    known->layout.mark(matches(query_, printablePreview(clip)));
   return known->layout;
 }
 
@@ -248,7 +258,11 @@ void HistoryRowView::paintPreview(QPainter& painter, const Row& row, const QRect
                     column.bottom() + 1 - looks_.captionHeight - row.background.top());
   painter.setClipRect(lines, Qt::IntersectClip);
   painter.setPen(row.primary);
-  layout(row.clip, column.width()).draw(painter, column.topLeft());
+  const auto [ground, text] = looks_.colors.match(row.isSelected);
+  QTextCharFormat mark;
+  mark.setBackground(ground);
+  mark.setForeground(text);
+  layout(row.clip, column.width()).draw(painter, column.topLeft(), mark);
   painter.restore();
 }
 
@@ -257,10 +271,11 @@ void HistoryRowView::paintBadge(QPainter& painter, const Row& row) const {
   const QRect badge = row.centred(contentRight - badgeWidth(), badgeWidth(),
                                   metrics.height() + 2 * badgeVerticalPadding);
   painter.setPen(Qt::NoPen);
-  painter.setBrush(looks_.colors.badge());
+  const auto [ground, text] = looks_.colors.badge(row.isSelected);
+  painter.setBrush(ground);
   painter.drawRoundedRect(badge, badgeRadius, badgeRadius);
   painter.setFont(looks_.badge);
-  painter.setPen(row.primary);
+  painter.setPen(text);
   const int baseline = badge.top() + badgeVerticalPadding + metrics.ascent();
   painter.drawText(badge.left() + badgeSidePadding, baseline, looks_.badgeSymbols);
   // Each digit in a column of the same width, whatever the font makes of them.

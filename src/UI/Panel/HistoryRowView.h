@@ -56,6 +56,9 @@ class HistoryRowView : public QStyledItemDelegate {
   /// desktop's application font. Rows may have another height after it.
   void setLooks(const QFont& font, const QPalette& palette);
 
+  /// What is looked for, to be marked where it occurs.
+  void setQuery(const std::string& query);
+
   /// Measures a clip's preview ahead of its first layout.
   void measure(const ClipItem& clip) { measured(clip); }
 
@@ -93,10 +96,16 @@ class HistoryRowView : public QStyledItemDelegate {
   struct CachedLayout {
     int width;
     PreviewLayout layout;
+    /// Which query's matches are marked.
+    int query = 0;
   };
   const RowTexts& texts_;
   ThumbnailCache& thumbnails_;
   Looks looks_;
+  std::string queryText_;
+  SearchQuery query_{""};
+  /// Counts the queries; the first one marks nothing.
+  int queryNumber_ = 0;
   mutable QCache<Uuid, PreviewMeasure> measures_;
   mutable QCache<Uuid, CachedLayout> layouts_;
 };

@@ -41,6 +41,10 @@ class HistoryViewModel {
   /// Stops at either end.
   void moveSelection(std::ptrdiff_t step);
   void activateSelected();
+  /// Without its formatting; what has no text, an image, goes as it is.
+  void activateSelectedAsPlainText();
+  /// Takes it out of the history. The selection goes to the clip that follows, or to the new last.
+  void removeSelected();
   /// Does nothing for an index that is not in `visibleClips`.
   void activate(std::ptrdiff_t index);
 
@@ -54,9 +58,12 @@ class HistoryViewModel {
  private:
   void resetSelectionIfNeeded();
   void select(std::optional<std::ptrdiff_t> index);
+  std::optional<ClipItem> visibleClip(std::ptrdiff_t index) const;
+  void use(const ClipItem& clip);
 
   std::string query_;
   std::optional<std::ptrdiff_t> selectedIndex_;
+  bool isRemoving_ = false;
   const std::shared_ptr<AppState> appState_;
   PasteSimulating* const pasteSimulator_;
   ChangeAnnouncer changes_;

@@ -31,6 +31,17 @@ std::optional<PanelCommand> commandKey(const QKeyEvent& event) {
                       static_cast<int>(event.nativeScanCode() - scanCodeOfOne + 1)};
 }
 
+// The keypad's Delete types a decimal point where Num Lock is on.
+std::optional<PanelCommand> shiftKey(const QKeyEvent& event) {
+  using Action = PanelCommand::Action;
+  const int key = event.key();
+  if (key == Qt::Key_Return || key == Qt::Key_Enter)
+    return PanelCommand{Action::activateSelectedAsPlainText};
+  const bool isOnKeypad = event.modifiers().testFlag(Qt::KeypadModifier);
+  if (key == Qt::Key_Delete && !isOnKeypad) return PanelCommand{Action::removeSelected};
+  return std::nullopt;
+}
+
 std::optional<PanelCommand> plainKey(const QKeyEvent& event) {
   using Action = PanelCommand::Action;
   static constexpr std::pair<int, Action> actions[] = {{Qt::Key_Up, Action::selectPrevious},
@@ -50,6 +61,7 @@ std::optional<PanelCommand> plainKey(const QKeyEvent& event) {
 std::optional<PanelCommand> PanelCommand::of(const QKeyEvent& event) {
   const Qt::KeyboardModifiers modifiers = modifiersOf(event);
   if (modifiers == Qt::ControlModifier || modifiers == Qt::MetaModifier) return commandKey(event);
+  if (modifiers == Qt::ShiftModifier) return shiftKey(event);
   return modifiers == Qt::NoModifier ? plainKey(event) : std::nullopt;
 }
 

@@ -14,6 +14,8 @@ struct PanelCommand {
     selectPageUp,
     selectPageDown,
     activateSelected,
+    activateSelectedAsPlainText,
+    removeSelected,
     activateDigit,
     close,
     openSettings,

@@ -22,13 +22,23 @@ namespace {
 
 constexpr auto idOf = [](auto option) { return id(option); };
 
+/// What this keyboard calls a choice of modifiers; empty for any other choice.
+constexpr auto onKeyboard = [](auto option) {
+  if constexpr (requires { carbonMask(option); }) {
+    return keyboardNames(carbonMask(option));
+  } else {
+    return std::string();
+  }
+};
+
 /// A drop-down list that shows `current` and calls `choose` with another one of the options. A
 /// current value that is not among the options is shown all the same.
 template <typename Options, typename Text, typename Current, typename Choose>
 Picker* makePicker(SettingsSection& section, Options options, Text text, Current current,
                    Choose choose) {
   auto* picker = new Picker;
-  for (const auto& option : options) picker->addChoice(std::invoke(text, option));
+  for (const auto& option : options)
+    picker->addChoice(std::invoke(text, option), onKeyboard(option));
   picker->onChoose = [options, choose](int index) {
     choose(options[static_cast<std::size_t>(index)]);
   };
@@ -62,12 +72,16 @@ void fillGeneral(SettingsSection& section, SettingsViewModel* model) {
   });
 }
 
-template <typename Shortcut>
-void addKeyCap(SettingsSection& section, const SettingsSection::Localized& label,
-               Shortcut shortcut) {
+template <typename Shortcut, typename Words>
+void addKeyCap(SettingsSection& section, const SettingsSection::Localized& label, Shortcut shortcut,
+               Words words) {
   auto* cap = new KeyCap;
   section.addLabelledRow(label, {cap});
-  section.onRefresh([=] { cap->setText(QString::fromStdString(shortcut())); });
+  section.onRefresh([=] {
+    cap->setText(QString::fromStdString(shortcut()));
+    cap->setToolTip(QString::fromStdString(words()));
+    cap->setAccessibleName(cap->toolTip());
+  });
 }
 
 /// A row of drop-down lists, whose names only a screen reader tells.
@@ -92,7 +106,9 @@ void fillShortcuts(SettingsSection& section, SettingsViewModel* model) {
   };
   const std::span modifiers(allModifierKeyOptions);
   section.showTitle(L10n::hotKeySection);
-  addKeyCap(section, L10n::showHistoryPanel, [=] { return model->hotKeyFullDisplay(); });
+  addKeyCap(
+      section, L10n::showHistoryPanel, [=] { return model->hotKeyFullDisplay(); },
+      [=] { return model->hotKeyOnKeyboard(); });
   // The first modifier is never none, which is the last option.
   addPickers(section, {{makePicker(section, modifiers.first(modifiers.size() - 1), idOf, first,
                                    [=](auto chosen) { setHotKey(chosen, second(), key()); }),
@@ -103,7 +119,9 @@ void fillShortcuts(SettingsSection& section, SettingsViewModel* model) {
                        {makePicker(section, KeyOption::allOptions(), &KeyOption::name, key,
                                    [=](auto chosen) { setHotKey(first(), second(), chosen); }),
                         L10n::hotKeyKey}});
-  addKeyCap(section, L10n::directPasteSection, [=] { return model->directPasteFullDisplay(); });
+  addKeyCap(
+      section, L10n::directPasteSection, [=] { return model->directPasteFullDisplay(); },
+      [=] { return model->directPasteOnKeyboard(); });
   addPickers(section, {{makePicker(
                             section, std::span(allDirectPasteModifierPairs), idOf,
                             [=] { return model->directPastePair(); },
@@ -176,6 +194,7 @@ class ClearHistoryDialog : public QDialog {
     auto* buttons = new QDialogButtonBox;
     buttons->addButton(confirm_, QDialogButtonBox::DestructiveRole);
     buttons->addButton(cancel_, QDialogButtonBox::RejectRole);
+    tint(*confirm_, QPalette::ButtonText, &Colors::red);
     cancel_->setDefault(true);
     connect(confirm_, &QPushButton::clicked, this, &QDialog::accept);
     connect(cancel_, &QPushButton::clicked, this, &QDialog::reject);

@@ -39,6 +39,8 @@ class SettingsViewModel {
   bool isDirectPaste() const { return settings().pasteMode == PasteMode::directPaste; }
 
   std::string hotKeyFullDisplay() const { return settings().hotKey.fullDisplayString(); }
+  /// The same as this keyboard calls it.
+  std::string hotKeyOnKeyboard() const { return settings().hotKey.keyboardString(); }
   /// Never none.
   ModifierKeyOption hotKeyModifier1() const;
   /// The shortcut's second modifier; a third and a fourth are not told.
@@ -47,6 +49,8 @@ class SettingsViewModel {
   KeyOption hotKeyKeyOption() const;
   DirectPasteModifierPair directPastePair() const;
   std::string directPasteFullDisplay() const { return fullDisplayString(directPastePair()); }
+
+  std::string directPasteOnKeyboard() const { return keyboardString(directPastePair()); }
 
   void setLanguage(AppLanguage language);
   void setDirectPastePair(DirectPasteModifierPair pair);

@@ -70,6 +70,31 @@ TEST(ClipPreviewTest, NoTextTakesMoreThanItsLines) {
   }
 }
 
+TEST(ClipPreviewTest, MatchesAreWhereTheSearchFindsThem) {
+  const struct {
+    const char *query, *text, *marked;
+  } rows[] = {
+      {"AB", "abcAbc", "[ab]c[Ab]c"},
+      {" b ", "abc", "a[b]c"},
+      {"strasse", "Die Straße", "Die [Straße]"},
+      {"s", "ß", "[ß]"},
+      {"é", "e\u0301 é e", "[e\u0301] [é] e"},
+      {"e", "e\u0301 é e", "e\u0301 é [e]"},
+      {"aa", "aaaaa", "[aa][aa]a"},
+      {"中", "👩‍👩‍👧‍👦中文", "👩‍👩‍👧‍👦[中]文"},
+      {"", "abc", "abc"},
+      {"x", "abc", "abc"},
+  };
+  for (const auto& row : rows) {
+    QString marked = row.text;
+    const auto found = matches(SearchQuery(row.query), marked);
+    EXPECT_EQ(!found.empty(), Text(row.text).contains(SearchQuery(row.query)) && *row.query);
+    for (auto each = found.rbegin(); each != found.rend(); ++each)
+      marked.insert(each->start + each->length, ']').insert(each->start, '[');
+    EXPECT_EQ(marked.toStdString(), row.marked);
+  }
+}
+
 TEST(ClipPreviewTest, WrapsAndElidesAtTheWidth) {
   const QFont font = QGuiApplication::font();
   const auto lines = [&](const std::string& text, double width) {

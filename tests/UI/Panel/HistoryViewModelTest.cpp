@@ -71,6 +71,41 @@ TEST_F(HistoryViewModelTest, ActivatesWhatIsVisibleAtAnIndexAndNothingElse) {
   EXPECT_FALSE(isClosing) << "that is left to the simulator's report";
 }
 
+TEST_F(HistoryViewModelTest, ARemovedClipLeavesTheSelectionToItsNeighbour) {
+  make({"apple", "pear", "grape", "plum", "apricot"});
+  model_->removeSelected();
+  EXPECT_EQ(state_->clips().size(), 5u) << "nothing is selected";
+  model_->setQuery("ap");
+  model_->moveSelection(1);
+  for (const auto& [left, selected] : std::vector<std::pair<std::vector<std::string>, int>>{
+           {{"apple", "apricot"}, 1}, {{"apple"}, 0}, {{}, -1}}) {
+    model_->removeSelected();
+    EXPECT_EQ(previews(model_->visibleClips()), left);
+    EXPECT_EQ(model_->selectedIndex().value_or(-1), selected);
+    loop_.runUntilIdle();
+    EXPECT_EQ(model_->selectedIndex().value_or(-1), selected) << "also when it has got about";
+  }
+  EXPECT_THAT(previews(state_->clips()), ElementsAre("pear", "plum"));
+}
+
+TEST_F(HistoryViewModelTest, PastesWithoutFormattingWhatHasAText) {
+  for (const auto& [clip, type] :
+       {std::pair(richTextClip("a", "{\\rtf1 a}"), ClipType::text),
+        {textClip("b"), ClipType::text},
+        {imageClip("c"), ClipType::image},
+        {ClipItem(Uuid::random(), ClipType::rtf, {}, Bytes("{}"), {}, Timestamp::now()),
+         ClipType::rtf}}) {
+    make({});
+    state_->append(clip);
+    model_->reset();
+    model_->activateSelectedAsPlainText();
+    ASSERT_TRUE(simulator_.last);
+    EXPECT_EQ(simulator_.last->type(), type);
+    EXPECT_EQ(simulator_.last->textContent(), clip.textContent());
+    EXPECT_EQ(simulator_.last->rtfData().has_value(), type == ClipType::rtf);
+  }
+}
+
 TEST_F(HistoryViewModelTest, HearsOfTheStateOnALaterTurn) {
   make({"b", "a"});
   loop_.runUntilIdle();

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QLineEdit>
 #include <QScrollArea>
@@ -15,6 +16,7 @@
 #include "UI/Controls/IntegerField.h"
 #include "UI/Controls/Picker.h"
 #include "UI/Controls/Stepper.h"
+#include "UI/Looks/Theme.h"
 #include "UI/Settings/SettingsFixture.h"
 #include "UI/Settings/SettingsWindow.h"
 #include "Utils/L10n.h"
@@ -108,6 +110,36 @@ TEST(SettingsView, EveryPickerOffersItsChoicesAndWritesAtOnce) {
   form.loginItems.failure.reset();
 }
 
+TEST(SettingsView, ShortcutsAreAlsoToldInTheWordsOfThisKeyboard) {
+  Form form;
+  const auto caps = form.all<KeyCap>();
+  EXPECT_EQ(caps.at(0)->text(), "⌘ Command + ⇧ Shift + V");
+  EXPECT_EQ(caps.at(0)->toolTip(), "Super + Shift + V");
+  EXPECT_EQ(caps.at(1)->accessibleName(), "Super + Alt + 1~9");
+  auto* second = form.find<Picker>(2);
+  EXPECT_EQ(second->currentText(), "⇧ Shift");
+  EXPECT_EQ(second->itemData(3, Qt::AccessibleTextRole), "Ctrl");
+  form.change(&AppSettings::hotKey, HotKeyConfig{9, ModifierMask::option | ModifierMask::control});
+  EXPECT_EQ(caps.at(0)->accessibleName(), "Ctrl + Alt + V");
+  EXPECT_EQ(second->toolTip(), "Alt");
+  EXPECT_EQ(second->accessibleDescription(), "Alt");
+  form.change(&AppSettings::hotKey, HotKeyConfig{9, ModifierMask::option});
+  EXPECT_EQ(second->toolTip(), "");
+}
+
+TEST(SettingsView, AnOpenListStandsOutOnBlack) {
+  const QPalette usual = QApplication::palette();
+  QApplication::setPalette(Theme::palette(true, Contrast::high));
+  Form form;
+  auto* picker = form.find<Picker>();
+  picker->showPopup();
+  const QImage list = picker->view()->parentWidget()->grab().toImage();
+  EXPECT_EQ(list.pixelColor(0, list.height() / 2), QColor(Qt::white));
+  EXPECT_EQ(list.pixelColor(list.width() / 2, list.height() - 1), QColor(Qt::white));
+  picker->hidePopup();
+  QApplication::setPalette(usual);
+}
+
 TEST(SettingsView, LongShortcutsAndLargeFontsFit) {
   const QFont usual = QApplication::font();
   QFont large = usual;
@@ -169,6 +201,9 @@ TEST(SettingsView, AFieldThatIsBeingEditedIsLeftAlone) {
   EXPECT_EQ(form.settings().maxRecords, 30) << "entered when the focus leaves";
   press(field, Qt::Key_Escape);
   EXPECT_FALSE(form.window->isVisible()) << "nothing left to take back";
+  form.type("40");
+  QMetaObject::invokeMethod(qApp, "aboutToQuit");
+  EXPECT_EQ(form.settings().maxRecords, 40) << "entered when the program ends";
 }
 
 TEST(SettingsView, TheStepperStaysInItsRange) {
