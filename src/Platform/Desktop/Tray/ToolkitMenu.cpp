@@ -1,5 +1,6 @@
 #include "Platform/Desktop/Tray/ToolkitMenu.h"
 
+#include <QKeyEvent>
 #include <utility>
 
 namespace stowboard {
@@ -11,6 +12,16 @@ QString label(const StatusMenuEntry& entry) {
   return QString::fromStdString(entry.title).replace('&', QLatin1String("&&"));
 }
 
+// A sign may need Shift to be typed, a letter does not.
+bool chooses(const QKeyEvent& event, const QAction& action) {
+  if (!action.isEnabled() || action.shortcut().isEmpty()) return false;
+  const QKeyCombination wanted = action.shortcut()[0];
+  const bool isLetter = wanted.key() >= Qt::Key_A && wanted.key() <= Qt::Key_Z;
+  const auto ignored = isLetter ? Qt::NoModifier : Qt::ShiftModifier;
+  return event.key() == wanted.key() &&
+         (event.modifiers() & ~ignored) == wanted.keyboardModifiers();
+}
+
 }  // namespace
 
 ToolkitMenu::ToolkitMenu(std::function<StatusMenu()> menu) {
@@ -18,6 +29,16 @@ ToolkitMenu::ToolkitMenu(std::function<StatusMenu()> menu) {
     clear();
     for (const StatusMenuEntry& entry : menu()) add(entry);
   });
+}
+
+// The toolkit asks for shortcuts in windows only, never in a menu that has the keyboard.
+void ToolkitMenu::keyPressEvent(QKeyEvent* event) {
+  for (QAction* action : actions()) {
+    if (!chooses(*event, *action)) continue;
+    close();
+    return action->trigger();
+  }
+  QMenu::keyPressEvent(event);
 }
 
 void ToolkitMenu::add(const StatusMenuEntry& entry) {

@@ -293,6 +293,31 @@ TEST(ToolkitMenuTest, IsFilledWithTheMenuOfTheMoment) {
   EXPECT_EQ(quits, 1);
 }
 
+TEST(ToolkitMenuTest, ItsKeysChooseItsEntriesWhileItIsOpen) {
+  std::string chosen;
+  ToolkitMenu menu([&]() -> StatusMenu {
+    return {{"Help", "?", [&] { chosen += "help "; }},
+            {"Settings", ",", [&] { chosen += "settings "; }},
+            {"v2", "", nullptr},
+            {"Quit", "Q", [&] { chosen += "quit "; }}};
+  });
+  const auto shift = Qt::ControlModifier | Qt::ShiftModifier;
+  for (const auto& [key, modifiers, closes] :
+       {std::tuple(Qt::Key_Q, Qt::KeyboardModifiers(), false),
+        {Qt::Key_Q, Qt::KeyboardModifiers(shift), false},
+        {Qt::Key_X, Qt::KeyboardModifiers(Qt::ControlModifier), false},
+        {Qt::Key_Question, Qt::KeyboardModifiers(shift), true},
+        {Qt::Key_Comma, Qt::KeyboardModifiers(Qt::ControlModifier), true},
+        {Qt::Key_Q, Qt::KeyboardModifiers(Qt::ControlModifier), true}}) {
+    menu.popup({});
+    QKeyEvent press(QEvent::KeyPress, key, modifiers);
+    QApplication::sendEvent(&menu, &press);
+    EXPECT_EQ(menu.isVisible(), !closes) << key;
+    menu.close();
+  }
+  EXPECT_EQ(chosen, "help settings quit ");
+}
+
 TEST(SystemTrayIconTest, SaysOnceThatThereIsNoTray) {
   const LogCapture log;
   SystemTrayIcon icon;
