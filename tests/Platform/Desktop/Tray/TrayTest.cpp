@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QDBusMetaType>
 #include <QDBusReply>
+#include <QKeyEvent>
 #include <memory>
 
 #include "Platform/Desktop/Tray/BusRecords.h"
