@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""portal.py light|dark
+"""portal.py light|dark [high]
 
-A desktop's settings portal whose user prefers light or dark windows. Says "ready" when it is on the
+A desktop's settings portal whose user prefers light or dark windows, and high contrast if so told. Says "ready" when it is on the
 session bus, and runs until it is ended.
 """
 
@@ -15,9 +15,9 @@ INTERFACE = """<node><interface name="org.freedesktop.portal.Settings">
 </interface></node>"""
 
 
-def main(scheme):
+def main(scheme, contrast=""):
     appearance = {"color-scheme": GLib.Variant("u", SCHEMES[scheme]),
-                  "contrast": GLib.Variant("u", 0)}
+                  "contrast": GLib.Variant("u", int(contrast == "high"))}
     groups = GLib.Variant("(a{sa{sv}})", ({"org.freedesktop.appearance": appearance},))
 
     def answer(_bus, _sender, _path, _interface, _method, _arguments, invocation):
@@ -32,4 +32,4 @@ def main(scheme):
 
 
 if __name__ == "__main__":
-    main(sys.argv[1])
+    main(*sys.argv[1:])
