@@ -2,6 +2,9 @@
 """The settings window, by a screen reader's way and with real keys: every control takes effect."""
 
 import pathlib
+import struct
+
+from Xlib import X, display
 
 from case import SessionCase, main, wait_until
 from accessibility import Accessibility
@@ -105,6 +108,33 @@ class Settings(SessionCase):
         self.controls.press(*switch, "Toggle")
         self.stowboard.wait_for_log("Login item toggle failed")
         wait_until(lambda: not self.controls.is_checked(*switch), "it springs back")
+
+    def test_another_text_scaling_takes_effect_while_it_is_open(self):
+        server = display.Display(self.desktop.environment["DISPLAY"])
+        self.addCleanup(server.close)
+        manager = server.screen().root.create_window(0, 0, 1, 1, 0, X.CopyFromParent)
+
+        def scale(serial, dots_per_inch):
+            """What a desktop's settings daemon tells of its text scaling."""
+            name = b"Xft/DPI"
+            settings = struct.pack("<BxxxIIBxH7sxIi", 0, serial, 1, 0, len(name), name, serial,
+                                   dots_per_inch * 1024)
+            kind = server.intern_atom("_XSETTINGS_SETTINGS")
+            manager.change_property(kind, kind, 8, settings)
+            server.sync()
+
+        def size():
+            return self.desktop.rect(self.desktop.windows(TITLE)[0])[2:]
+        scale(1, 96)
+        manager.set_selection_owner(server.intern_atom("_XSETTINGS_S0"), X.CurrentTime)
+        server.sync()
+        self.start()
+        self.open_settings()
+        usual = size()
+        scale(2, 144)
+        wait_until(lambda: all(now >= 1.45 * before for now, before in zip(size(), usual)), "larger")
+        scale(3, 96)
+        wait_until(lambda: size() == usual, "and back")
 
     def test_one_window_that_keeps_its_place(self):
         def window():

@@ -7,6 +7,7 @@
 #include <QScreen>
 #include <QVBoxLayout>
 #include <QWindow>
+#include <algorithm>
 #include <utility>
 
 #include "UI/Settings/SettingsView.h"
@@ -25,6 +26,17 @@ SettingsWindow::SettingsWindow(std::unique_ptr<SettingsViewModel> viewModel,
   column->setContentsMargins(0, 0, 0, 0);
   column->setSizeConstraint(QLayout::SetFixedSize);
   column->addWidget(view_.get());
+  const auto watch = [this](const QScreen* screen) {
+    connect(screen, &QScreen::logicalDotsPerInchChanged, this, &SettingsWindow::fitDensity,
+            Qt::QueuedConnection);
+  };
+  std::ranges::for_each(QGuiApplication::screens(), watch);
+  connect(qApp, &QGuiApplication::screenAdded, this, watch);
+}
+
+// The toolkit goes on drawing an open window in as many pixels as it had at the density of before.
+void SettingsWindow::fitDensity() {
+  if (QWindow* window = windowHandle()) window->resize(sizeHint());
 }
 
 SettingsWindow::~SettingsWindow() = default;

@@ -33,6 +33,7 @@ class SettingsWindow : public QWidget {
 
  private:
   void centerOnScreen();
+  void fitDensity();
   void askForFront();
 
   const std::unique_ptr<SettingsViewModel> viewModel_;
