@@ -8,6 +8,7 @@
 #include "App/HelpDocument.h"
 #include "Base/Log.h"
 #include "MenuBar/MenuBarController.h"
+#include "UI/Controls/MenuYielding.h"
 #include "UI/Panel/HistoryPanel.h"
 #include "UI/Settings/SettingsWindow.h"
 #include "Utils/AppBuildInfo.h"
@@ -47,6 +48,10 @@ void AppCoordinator::start() {
   registerQuickPasteHotKeys(std::nullopt);
   observeSettingsChanges();
   setupStatusItem();
+  if (auto* application = QCoreApplication::instance()) {
+    menuYielding_ = std::make_unique<MenuYielding>();
+    application->installEventFilter(menuYielding_.get());
+  }
   container_->pasteSimulator().onDidActivate = weakly(&AppCoordinator::closeHistoryPanel);
 }
 

@@ -14,6 +14,7 @@ namespace stowboard {
 
 class HistoryPanel;
 class MenuBarController;
+class MenuYielding;
 class SettingsWindow;
 
 /// Turns the object graph into the running program: starts recording, registers the global hot keys
@@ -74,6 +75,7 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
   std::unique_ptr<MenuBarController> menuBarController_;
   std::unique_ptr<HistoryPanel> historyPanel_;
   std::unique_ptr<SettingsWindow> settingsWindow_;
+  std::unique_ptr<MenuYielding> menuYielding_;
   Cancellables cancellables_;
 };
 

@@ -136,6 +136,21 @@ class Settings(SessionCase):
         scale(3, 96)
         wait_until(lambda: size() == usual, "and back")
 
+    def test_an_open_list_leaves_the_hot_key_alone(self):
+        def windows():
+            return self.desktop.windows("^stowboard$", by="classname")
+        self.start()
+        self.open_settings()
+        closed = windows()
+        self.controls.focus("combo box", "Language")
+        self.desktop.keys("space")
+        wait_until(lambda: windows() != closed, "the list is open")
+        self.desktop.hold("Super_L")
+        wait_until(lambda: windows() == closed, "the list is closed")
+        self.desktop.keys("shift+v")
+        self.desktop.release("Super_L")
+        self.stowboard.wait_for_panel()
+
     def test_one_window_that_keeps_its_place(self):
         def window():
             return wait_until(lambda: self.desktop.windows(TITLE), "the window is on screen")[0]
