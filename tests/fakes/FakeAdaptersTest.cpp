@@ -3,6 +3,8 @@
 #include <functional>
 
 #include "contract/AccessibilityTrustContract.h"
+#include "contract/ApplicationIdentifyingContract.h"
+#include "contract/BundleContract.h"
 #include "contract/CompositingContract.h"
 #include "contract/DesktopAppearanceContract.h"
 #include "contract/FileOpenerContract.h"
@@ -16,6 +18,8 @@
 #include "contract/TransientWindowsContract.h"
 #include "contract/WorkspaceContract.h"
 #include "fakes/FakeAccessibilityTrust.h"
+#include "fakes/FakeApplicationIdentifying.h"
+#include "fakes/FakeBundle.h"
 #include "fakes/FakeCompositing.h"
 #include "fakes/FakeDesktopAppearance.h"
 #include "fakes/FakeFileOpener.h"
@@ -141,7 +145,20 @@ struct PasteboardDriver {
   FakePasteboard fake;
 };
 
+struct BundleHarness {
+  FakeBundle& bundle() { return fake; }
+  void set(const char* name, const char* value) { fake.variables[name] = value; }
+  FakeBundle fake{"/data"};
+};
+
+struct ApplicationsHarness {
+  ApplicationIdentifying& applications() { return fake; }
+  FakeApplicationIdentifying fake;
+};
+
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, AccessibilityTrustContract, TrustHarness);
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, ApplicationIdentifyingContract, ApplicationsHarness);
+INSTANTIATE_TYPED_TEST_SUITE_P(Fake, BundleContract, BundleHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, CompositingContract, CompositingHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, DesktopAppearanceContract, AppearanceHarness);
 INSTANTIATE_TYPED_TEST_SUITE_P(Fake, FileOpenerContract, FileOpenerHarness);

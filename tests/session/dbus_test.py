@@ -1,14 +1,10 @@
 #!/usr/bin/python3
 """One program a session, and what launchers and key bindings ask of it over the session bus."""
 
-import pathlib
 import signal
 import socket
-import sys
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools" / "session"))
-from applications import copy_text  # noqa: E402
-from case import PROGRAM, SessionCase, main, subprocess, wait_until  # noqa: E402
+from case import PROGRAM, SessionCase, main, subprocess, wait_until
 
 NAME = "com.qarvin.stowboard"
 PATH = "/com/qarvin/stowboard"
@@ -110,7 +106,7 @@ class DBus(SessionCase):
     def test_quits_with_everything_on_disk(self):
         self.stowboard.start()
         large = "x" * 4_000_000  # takes a while to write
-        copy_text(self.desktop, large)
+        self.desktop.copy(large)
         wait_until(lambda: list(self.stowboard.folder.iterdir()), "it saves")
         self.assertEqual(self.act("quit")[0], 0)
         self.assertEqual(self.stowboard.wait_for_end(), 0)
@@ -134,8 +130,7 @@ class DBus(SessionCase):
             with self.subTest(first=first):
                 self.stowboard.start(**first)
                 self.assertEqual(self.stowboard.logged("No session bus"), len(first))
-                copy_text(self.desktop, f"copied {len(first)}")
-                self.stowboard.wait_for_text(f"copied {len(first)}")
+                self.record(f"copied {len(first)}")
                 status, errors = self.launch(**busless)
                 self.assertEqual((status, errors.count("\n")), (0, 1), errors)
                 self.assertIn(RUNS, errors)
@@ -159,8 +154,7 @@ class DBus(SessionCase):
         self.desktop.stop_program(bus)
         self.stowboard.wait_for_log("The session bus is gone")
         self.stowboard.settle()
-        copy_text(self.desktop, "after the bus")
-        self.stowboard.wait_for_text("after the bus")
+        self.record("after the bus")
 
 
 if __name__ == "__main__":

@@ -2,14 +2,11 @@
 """The status icon in real trays of both kinds, whenever they come, and what its menu does."""
 
 import pathlib
-import sys
 
 from gi.repository import Gio, GLib
 from Xlib import X, display, error
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "tools" / "session"))
-from applications import copy_text  # noqa: E402
-from case import SessionCase, main, subprocess, wait_until  # noqa: E402
+from case import SessionCase, main, wait_until
 
 WATCHER = "org.kde.StatusNotifierWatcher"
 MISSING = "No panel shows status icons yet"
@@ -49,8 +46,7 @@ class Tray(SessionCase):
     # The trays
 
     def start_xembed_tray(self):
-        tray = self.desktop.start(["trayer", "--edge", "bottom", "--align", "right", "--widthtype",
-                                   "request", "--height", "24"])
+        tray = self.desktop.start_tray()
         self.addCleanup(self.desktop.stop_program, tray)
         return tray
 
@@ -58,9 +54,7 @@ class Tray(SessionCase):
         folder = pathlib.Path(self.desktop.environment["XDG_CONFIG_HOME"]) / "lxqt"
         folder.mkdir(parents=True, exist_ok=True)
         (folder / "panel.conf").write_text(PANEL)
-        tray = self.desktop.start(["lxqt-panel"])
-        self.addCleanup(self.desktop.stop_program, tray)
-        return tray
+        return self.start_program("lxqt-panel")
 
     def windows(self, of_class):
         """Windows on screen of a class, at any depth, as (x, y, width, height)."""
@@ -116,22 +110,16 @@ class Tray(SessionCase):
     def choose(self, icon, *keys):
         """Returns the size of the menu from which the entry was chosen."""
         size = self.open_menu(icon)
-        self.desktop._xdotool("key", *keys)
+        self.desktop.keys(*keys)
         wait_until(lambda: not self.menus(), "the menu is closed")
         return size
 
     def record_opened_files(self):
         """Makes a viewer of text files that only notes their paths; returns its notes."""
-        notes, home = self.desktop.directory / "opened", self.desktop.environment
-        viewer = self.desktop.directory / "viewer"
+        notes, viewer = self.desktop.directory / "opened", self.desktop.directory / "viewer"
         viewer.write_text(f'#!/bin/sh\necho "$1" >> {notes}\n')
         viewer.chmod(0o755)
-        folder = pathlib.Path(home["XDG_DATA_HOME"]) / "applications"
-        folder.mkdir(parents=True, exist_ok=True)
-        (folder / "viewer.desktop").write_text(
-            f"[Desktop Entry]\nType=Application\nName=Viewer\nExec={viewer} %f\nMimeType=text/plain;\n")
-        (pathlib.Path(home["XDG_CONFIG_HOME"]) / "mimeapps.list").write_text(
-            "[Default Applications]\ntext/plain=viewer.desktop\n")
+        self.desktop.show_text_with([str(viewer)])
         notes.unlink(missing_ok=True)
         return lambda: notes.read_text().splitlines() if notes.exists() else []
 
@@ -187,8 +175,7 @@ class Tray(SessionCase):
     def test_a_watcher_that_hangs_holds_up_nothing(self):
         hung = self.start_owner(HUNG_WATCHER)
         self.stowboard.start()
-        copy_text(self.desktop, "copied meanwhile")
-        self.stowboard.wait_for_text("copied meanwhile")
+        self.record("copied meanwhile")
         self.desktop.stop_program(hung)
         self.start_xembed_tray()
         wait_until(self.xembed_icon, "the X11 tray has it")

@@ -31,10 +31,6 @@ def write_picture(path, width=800, height=600):
         chunk(b"IDAT", zlib.compress(b"".join(map(row, range(height))), 1)) + chunk(b"IEND", b""))
 
 
-def copy_text(desktop, text):
-    desktop.copy(text)
-
-
 def copy_in_terminal(desktop, text):
     """A command typed into xterm copies a line. Returns the running xterm."""
     terminal = desktop.start(["xterm", "-T", "Terminal", "-geometry", "80x20+40+40", "-e", "sh"])

@@ -57,6 +57,12 @@ std::string objectPath(std::string id) {
   return "/" + id;
 }
 
+// Whatever type of number a caller's library makes of a digit.
+struct NumberType {
+  char type;
+  double (*read)(sd_bus_message*, char type);
+};
+
 template <typename Number>
 double readNumber(sd_bus_message* message, char type) {
   Number number = 0;
@@ -64,38 +70,31 @@ double readNumber(sd_bus_message* message, char type) {
   return static_cast<double>(number);
 }
 
-double readDigitText(sd_bus_message* message) {
+double readDigitText(sd_bus_message* message, char type) {
   const char* text = "";
-  sd_bus_message_read_basic(message, SD_BUS_TYPE_STRING, &text);
+  sd_bus_message_read_basic(message, type, &text);
   return std::strlen(text) == 1 ? text[0] - '0' : 0;
 }
 
+constexpr auto numberTypes = std::to_array<NumberType>({
+    {SD_BUS_TYPE_BYTE, readNumber<std::uint8_t>},
+    {SD_BUS_TYPE_INT16, readNumber<std::int16_t>},
+    {SD_BUS_TYPE_UINT16, readNumber<std::uint16_t>},
+    {SD_BUS_TYPE_INT32, readNumber<std::int32_t>},
+    {SD_BUS_TYPE_UINT32, readNumber<std::uint32_t>},
+    {SD_BUS_TYPE_INT64, readNumber<std::int64_t>},
+    {SD_BUS_TYPE_UINT64, readNumber<std::uint64_t>},
+    {SD_BUS_TYPE_DOUBLE, readNumber<double>},
+    {SD_BUS_TYPE_STRING, readDigitText},
+});
+
 // The number inside a variant that has been entered; 0 for anything that is none.
 double readVariant(sd_bus_message* message, std::string_view signature) {
-  const char type = signature.size() == 1 ? signature.front() : '\0';
-  switch (type) {
-    case SD_BUS_TYPE_BYTE:
-      return readNumber<std::uint8_t>(message, type);
-    case SD_BUS_TYPE_INT16:
-      return readNumber<std::int16_t>(message, type);
-    case SD_BUS_TYPE_UINT16:
-      return readNumber<std::uint16_t>(message, type);
-    case SD_BUS_TYPE_INT32:
-      return readNumber<std::int32_t>(message, type);
-    case SD_BUS_TYPE_UINT32:
-      return readNumber<std::uint32_t>(message, type);
-    case SD_BUS_TYPE_INT64:
-      return readNumber<std::int64_t>(message, type);
-    case SD_BUS_TYPE_UINT64:
-      return readNumber<std::uint64_t>(message, type);
-    case SD_BUS_TYPE_DOUBLE:
-      return readNumber<double>(message, type);
-    case SD_BUS_TYPE_STRING:
-      return readDigitText(message);
-    default:
-      sd_bus_message_skip(message, nullptr);
-      return 0;
+  for (const auto& [type, read] : numberTypes) {
+    if (signature == std::string_view(&type, 1)) return read(message, type);
   }
+  sd_bus_message_skip(message, nullptr);
+  return 0;
 }
 
 // What came with an action, an array of variants.

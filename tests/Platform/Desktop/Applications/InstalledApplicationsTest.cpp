@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Platform/Desktop/TemporaryFolder.h"
+#include "contract/ApplicationIdentifyingContract.h"
 
 namespace stowboard {
 namespace {
@@ -64,6 +65,22 @@ TEST(DesktopEntries, KeepWhatIdentifiesAnApplication) {
     EXPECT_FALSE(DesktopEntry::parse("x", other)) << other;
   }
 }
+
+class InstalledHarness {
+ public:
+  InstalledHarness() {
+    folder_.write("applications/Editor.desktop", application());
+    folder_.write("applications/Terminal.desktop", application("Categories=TerminalEmulator;\n"));
+    applications_.emplace(std::vector{folder_.path()});
+  }
+  const ApplicationIdentifying& applications() const { return *applications_; }
+
+ private:
+  const TemporaryFolder folder_;
+  std::optional<InstalledApplications> applications_;
+};
+
+INSTANTIATE_TYPED_TEST_SUITE_P(Installed, ApplicationIdentifyingContract, InstalledHarness);
 
 bool becomes(const InstalledApplications& applications, const std::string& wmClass,
              const std::string& id) {

@@ -18,6 +18,7 @@
 #include "Platform/X11/Windows/X11Workspace.h"
 #include "contract/AccessibilityTrustContract.h"
 #include "contract/KeyEventPosterContract.h"
+#include "fakes/FakeApplicationIdentifying.h"
 
 namespace stowboard {
 namespace {
@@ -37,13 +38,6 @@ struct Seen {
 constexpr unsigned control = XCB_MOD_MASK_CONTROL, shift = XCB_MOD_MASK_SHIFT;
 constexpr int insertKey = 118;
 constexpr Seen controlV{Typist::v, control};
-
-class ByWindowClass final : public ApplicationIdentifying {
-  std::optional<std::string> applicationId(const WindowTraits& window) const override {
-    return window.wmClass;
-  }
-  bool isTerminal(const std::string& id) const override { return id == "Terminal"; }
-};
 
 /// Another application's window.
 class Target {
@@ -94,7 +88,7 @@ struct Typing {
 
   QtApplication application;
   QtRunLoop loop;
-  ByWindowClass applications;
+  FakeApplicationIdentifying applications;
   Typist typist;
   std::shared_ptr<X11MainConnection> connection = X11MainConnection::open();
   X11Workspace workspace{connection, applications};
@@ -310,7 +304,7 @@ TEST_F(X11KeyEventPosterTest, WaitsForTheClipToBeOnTheClipboard) {
 TEST(X11KeyEventPoster, IsNotMadeWhereNoProgramMayType) {
   const QtApplication application;
   QtRunLoop loop;
-  const ByWindowClass applications;
+  const FakeApplicationIdentifying applications;
   const PrivateServer server({"-noreset", "-extension", "XTEST"});
   EXPECT_FALSE(
       X11KeyEventPoster::create(*X11MainConnection::open(server.display), loop, applications, {}));
