@@ -23,7 +23,8 @@ struct ProcessTraits {
   friend bool operator==(const ProcessTraits&, const ProcessTraits&) = default;
 
   /// Reads /proc, or the folder given in its place; what is missing or may not be read is left
-  /// out. These files are the kernel's or in memory: no disk is waited for.
+  /// out. These files are the kernel's, but for one inside a sandbox, which is waited for 50 ms at
+  /// most.
   static ProcessTraits read(std::int64_t processIdentifier,
                             const std::filesystem::path& procFolder = "/proc");
 };

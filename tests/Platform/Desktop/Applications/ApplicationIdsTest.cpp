@@ -1,9 +1,12 @@
 #include "Platform/Desktop/Applications/ApplicationIds.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -11,6 +14,8 @@
 
 namespace stowboard {
 namespace {
+
+namespace fs = std::filesystem;
 
 DesktopEntry entry(const char* id, const char* exec, const char* more = "") {
   const std::string content =
@@ -148,11 +153,32 @@ TEST(ProcessTraits, ReadsWhatARunningProgramBelongsTo) {
     const TemporaryFolder proc;
     proc.write("42/cgroup", each.cgroup);
     if (*each.flatpakInfo) proc.write("42/root/.flatpak-info", each.flatpakInfo);
-    std::filesystem::create_symlink("/opt/bin/tool (deleted)", proc.path() / "42/exe");
+    fs::create_symlink("/opt/bin/tool (deleted)", proc.path() / "42/exe");
     EXPECT_EQ(ProcessTraits::read(42, proc.path()), each.expected) << each.what;
   }
   EXPECT_EQ(ProcessTraits::read(43, "/nowhere"), ProcessTraits());
   EXPECT_EQ(ProcessTraits::read(getpid()).executable, "platform_desktop_tests");
+}
+
+// A program chooses what stands in its own root.
+TEST(ProcessTraits, AreNotHeldUpByWhatAProgramPutsIntoItsRoot) {
+  const std::string words = "[Application]\nname=org.x.Y\n";
+  const std::function<void(const fs::path&)> traps[] = {
+      [](const fs::path& info) { ASSERT_EQ(mkfifo(info.c_str(), 0600), 0); },
+      [](const fs::path& info) { fs::create_symlink("/dev/zero", info); },
+      [](const fs::path& info) { fs::create_directory(info); },
+      [&](const fs::path& info) {
+        std::ofstream(info) << std::string(1 << 20, '\n') << words;
+        fs::resize_file(info, 1LL << 36);
+      },
+  };
+  for (const auto& makeTrap : traps) {
+    const TemporaryFolder proc;
+    proc.write("42/cgroup", "0::/\n");
+    fs::create_directory(proc.path() / "42/root");
+    makeTrap(proc.path() / "42/root/.flatpak-info");
+    EXPECT_EQ(ProcessTraits::read(42, proc.path()), ProcessTraits());
+  }
 }
 
 }  // namespace
