@@ -56,10 +56,10 @@ class SessionCase(unittest.TestCase):
         self.addCleanup(receiver.close)
         return receiver
 
-    def start_owner(self, script, *arguments):
+    def start_owner(self, script, *arguments, **options):
         """Starts a clipboard owner written in Python; waits until it says that it owns."""
         owner = self.start_program("/usr/bin/python3", "-c", script, *arguments,
-                                   stdout=subprocess.PIPE)
+                                   stdout=subprocess.PIPE, **options)
         self.addCleanup(owner.stdout.close)
         self.assertEqual(owner.stdout.readline().strip(), b"owns")
         return owner

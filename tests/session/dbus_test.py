@@ -10,14 +10,56 @@ NAME = "com.qarvin.stowboard"
 PATH = "/com/qarvin/stowboard"
 NO_CLIP = "Direct paste hotkey triggered but no clip at index"
 RUNS = "Stowboard already runs"
+LOCKER = """
+import sys, dbus, dbus.service, dbus.mainloop.glib
+from gi.repository import GLib
+dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
+name, path, saver = sys.argv[1], sys.argv[2], "org.gnome.ScreenSaver"
+
+class Locker(dbus.service.Object):
+    isLocked = True
+
+    @dbus.service.method(saver, out_signature="b")
+    def GetActive(self):
+        return self.isLocked
+
+    @dbus.service.method("org.freedesktop.DBus.Properties", in_signature="ss", out_signature="v")
+    def Get(self, interface, name):
+        return self.isLocked and (interface, name) == ("org.freedesktop.login1.Session", "LockedHint")
+
+    @dbus.service.signal(saver, signature="b")
+    def ActiveChanged(self, isActive):
+        pass
+
+    @dbus.service.signal("org.freedesktop.DBus.Properties", signature="sa{sv}as")
+    def PropertiesChanged(self, interface, changed, invalidated):
+        pass
+
+def toggle(*_):
+    sys.stdin.readline()
+    locker.isLocked = not locker.isLocked
+    locker.ActiveChanged(locker.isLocked)
+    locker.PropertiesChanged("org.freedesktop.login1.Session", {"LockedHint": locker.isLocked}, [])
+    return True
+
+bus = dbus.SessionBus()
+locker = Locker(bus, path)
+held = dbus.service.BusName(name, bus)
+GLib.io_add_watch(0, GLib.IO_IN, toggle)
+print("owns", flush=True)
+GLib.MainLoop().run()
+"""
 
 
 class DBus(SessionCase):
+    other_bus = {}  # where it is not the desktop's
+
     def gdbus(self, command, *arguments):
         """Returns the exit status and everything that it wrote."""
         result = subprocess.run(
             ["gdbus", command, "--session", "--dest", NAME, "--object-path", PATH, *arguments],
-            env=self.desktop.environment, capture_output=True, text=True, timeout=30)
+            env={**self.desktop.environment, **self.other_bus}, capture_output=True, text=True,
+            timeout=30)
         return result.returncode, result.stdout + result.stderr
 
     def call(self, method, *arguments):
@@ -103,6 +145,26 @@ class DBus(SessionCase):
         for interface in ("Application", "DBus.Introspectable", "DBus.Peer"):
             self.assertIn(f"interface org.freedesktop.{interface} ", self.gdbus("introspect")[1])
 
+    def test_pastes_nothing_while_the_session_is_locked(self):
+        system = {"DBUS_SYSTEM_BUS_ADDRESS": self.desktop.environment["DBUS_SESSION_BUS_ADDRESS"]}
+        for name, path in (("org.gnome.ScreenSaver", "/org/gnome/ScreenSaver"),
+                           ("org.freedesktop.login1", "/org/freedesktop/login1/session/auto")):
+            with self.subTest(name):
+                locker = self.start_owner(LOCKER, name, path, stdin=subprocess.PIPE)
+                self.addCleanup(locker.stdin.close)
+                self.stowboard.start(**system)
+                for is_locked in (True, False, True):
+                    expected = (1, "AccessDenied") if is_locked else (0, "()")
+                    def is_as_expected():
+                        status, text = self.act("paste", "[<1>]")
+                        return status == expected[0] and expected[1] in text
+                    wait_until(is_as_expected, f"locked: {is_locked}")
+                    locker.stdin.write(b"\n")
+                    locker.stdin.flush()
+                self.assertEqual(self.act("show-history")[0], 0, "all else goes on")
+                self.stowboard.stop()
+                self.desktop.stop_program(locker)
+
     def test_quits_with_everything_on_disk(self):
         self.stowboard.start()
         large = "x" * 4_000_000  # takes a while to write
@@ -145,16 +207,27 @@ class DBus(SessionCase):
             self.assertEqual(self.stowboard.logged("No session bus"), 1)
             self.assertEqual(self.stowboard.stop(), 0)
 
-    def test_it_goes_on_at_rest_when_the_bus_goes_away(self):
-        bus = self.desktop.start(["dbus-daemon", "--session", "--nofork", "--print-address"],
-                                 stdout=subprocess.PIPE)
+    def start_bus(self, address):
+        bus = self.start_program("dbus-daemon", "--session", "--nofork", "--nopidfile",
+                                 f"--address={address}", "--print-address", stdout=subprocess.PIPE)
         with bus.stdout:
-            address = bus.stdout.readline().decode().strip()
-        self.stowboard.start(DBUS_SESSION_BUS_ADDRESS=address)
-        self.desktop.stop_program(bus)
-        self.stowboard.wait_for_log("The session bus is gone")
-        self.stowboard.settle()
-        self.record("after the bus")
+            bus.stdout.readline()
+        return bus
+
+    def test_it_goes_on_at_rest_when_the_bus_goes_away_and_joins_it_again(self):
+        address = f"unix:path={self.desktop.directory}/bus"
+        self.other_bus = {"DBUS_SESSION_BUS_ADDRESS": address}
+        bus = self.start_bus(address)
+        self.stowboard.start(**self.other_bus)
+        for count in (1, 2):
+            self.desktop.stop_program(bus)
+            self.stowboard.wait_for_log("The session bus is gone")
+            self.stowboard.settle()
+            self.record(f"without the bus {count}")
+            bus = self.start_bus(address)
+            wait_until(lambda: self.stowboard.logged("The session bus is back") == count, "it is back")
+            self.assertEqual(self.act("paste", "[<9>]")[0], 0)
+            wait_until(lambda: self.stowboard.logged(NO_CLIP) == count, "and it hears")
 
 
 if __name__ == "__main__":

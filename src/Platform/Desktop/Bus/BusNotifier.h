@@ -1,7 +1,10 @@
 #pragma once
 
 #include <QSocketNotifier>
+#include <QTimer>
+#include <chrono>
 #include <functional>
+#include <memory>
 
 struct sd_bus;
 
@@ -15,7 +18,8 @@ class BusNotifier {
   explicit BusNotifier(sd_bus* bus, std::function<void(int error)> onBroken = nullptr);
 
   /// Deals with what has been read from the socket already, which would not wake anybody, and sends
-  /// what waits to be sent. To be called after calls and subscriptions have been made.
+  /// what waits to be sent. To be called after calls and subscriptions have been made. Of very much
+  /// it leaves a part for later turns of the loop.
   void process();
 
  private:
@@ -23,6 +27,33 @@ class BusNotifier {
   const std::function<void(int)> onBroken_;
   QSocketNotifier readable_;
   QSocketNotifier writable_;
+  QTimer goOn_;
+};
+
+/// A connection to the session bus that is made again, from time to time, after the bus went away.
+/// Main thread.
+class LastingBus {
+ public:
+  /// Takes the connection over. `onJoin` is called for it at once and for each later one, which it
+  /// may use until it is called for the next; `onLost` with the negative error number.
+  LastingBus(sd_bus* bus, std::function<void(sd_bus*)> onJoin,
+             std::function<void(int error)> onLost = nullptr);
+  ~LastingBus();
+  LastingBus(const LastingBus&) = delete;
+  LastingBus& operator=(const LastingBus&) = delete;
+
+ private:
+  void join();
+  void didLose(int error);
+  void tryAgain();
+
+  const std::function<void(sd_bus*)> onJoin_;
+  const std::function<void(int)> onLost_;
+  sd_bus* bus_;
+  std::unique_ptr<BusNotifier> notifier_;
+  QTimer retry_;
+  std::chrono::milliseconds patience_;
+  std::chrono::steady_clock::time_point joined_;
 };
 
 }  // namespace stowboard

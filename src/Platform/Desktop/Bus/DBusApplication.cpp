@@ -16,6 +16,7 @@
 
 #include "Base/Log.h"
 #include "Platform/Desktop/Bus/BusNotifier.h"
+#include "Platform/Desktop/Bus/SessionLock.h"
 
 namespace stowboard {
 
@@ -133,13 +134,12 @@ class DBusApplication::Connection {
         name_(bundle.identifier()),
         path_(objectPath(name_)),
         deadline_(deadline) {}
-  /// Unlike flushing, closing never waits; answers have been handed to the socket by then.
   ~Connection() { sd_bus_close_unref(bus_); }
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  sd_bus* bus() const { return bus_; }
-  const char* path() const { return path_.c_str(); }
+  sd_bus* release() { return std::exchange(bus_, nullptr); }
+  const std::string& name() const { return name_; }
 
   /// 0 or a negative errno, like the two below.
   int open() {
@@ -154,7 +154,7 @@ class DBusApplication::Connection {
 
   int activateOwner(BusError& error) {
     sd_bus_message* created = nullptr;
-    const int status = sd_bus_message_new_method_call(bus_, &created, name_.c_str(), path(),
+    const int status = sd_bus_message_new_method_call(bus_, &created, name_.c_str(), path_.c_str(),
                                                       interface, "Activate");
     if (status < 0) return status;
     const Message message(created);
@@ -206,17 +206,26 @@ class DBusApplication::Connection {
 /// Answers what comes in, from the main thread's event loop.
 class DBusApplication::Service {
  public:
-  Service(const Connection& connection, RunLoop& runLoop, Actions actions)
-      : bus_(connection.bus()),
-        runLoop_(runLoop),
-        actions_(std::move(actions)),
-        notifier_(bus_, [](int error) {
-          Log::app.info("The session bus is gone: {}", systemWords(error));
-        }) {
+  Service(sd_bus* bus, const std::string& name, RunLoop& runLoop, const Actions& actions)
+      : runLoop_(runLoop), actions_(actions), lock_(bus, runLoop) {
     const int status =
-        sd_bus_add_object_vtable(bus_, nullptr, connection.path(), interface, methods, this);
+        sd_bus_add_object_vtable(bus, nullptr, objectPath(name).c_str(), interface, methods, this);
     if (status < 0) Log::app.error("No D-Bus calls can be taken: {}", systemWords(status));
-    notifier_.process();
+  }
+
+  /// The answer to a request for the name on a bus that came back.
+  static int didAskForName(sd_bus_message* answer, void*, sd_bus_error*) {
+    const sd_bus_error* error = sd_bus_message_get_error(answer);
+    std::uint32_t outcome = 0;
+    sd_bus_message_read_basic(answer, SD_BUS_TYPE_UINT32, &outcome);
+    if (error == nullptr && outcome <= 1) {
+      Log::app.info("The session bus is back");
+    } else {
+      Log::app.error(
+          "The session bus is back, but launchers and key bindings cannot reach Stowboard: {}",
+          error != nullptr ? error->message : "its name is taken");
+    }
+    return 0;
   }
 
  private:
@@ -232,7 +241,7 @@ class DBusApplication::Service {
     return static_cast<Service*>(service)->activateAction(message, error);
   }
 
-  int activateAction(sd_bus_message* message, sd_bus_error* error) const {
+  int activateAction(sd_bus_message* message, sd_bus_error* error) {
     const char* name = "";
     sd_bus_message_read_basic(message, SD_BUS_TYPE_STRING, &name);
     const Parameters parameters = readParameters(message);
@@ -249,11 +258,20 @@ class DBusApplication::Service {
     return answer(message, *action);
   }
 
-  int paste(sd_bus_message* message, const Parameters& parameters, sd_bus_error* error) const {
+  int paste(sd_bus_message* message, const Parameters& parameters, sd_bus_error* error) {
     const auto digit = parameters.digit();
     if (!digit) return refuse(error, "The action paste takes one parameter, a number from 1 to 9");
-    if (!actions_.paste) return answer(message, nullptr);
-    return answer(message, [paste = actions_.paste, digit = *digit] { paste(digit); });
+    const std::shared_ptr<sd_bus_message> call(sd_bus_message_ref(message), MessageUnref());
+    lock_.ask([this, call, digit = *digit](bool isLocked) {
+      if (isLocked) {
+        sd_bus_reply_method_errorf(call.get(), SD_BUS_ERROR_ACCESS_DENIED, "The session is locked");
+      } else {
+        answer(call.get(), [paste = actions_.paste, digit] {
+          if (paste) paste(digit);
+        });
+      }
+    });
+    return 1;
   }
 
   const std::function<void()>* plainAction(std::string_view name) const {
@@ -275,10 +293,9 @@ class DBusApplication::Service {
     return status;
   }
 
-  sd_bus* const bus_;
   RunLoop& runLoop_;
   const Actions actions_;
-  BusNotifier notifier_;
+  SessionLock lock_;
 };
 
 const std::array<sd_bus_vtable, 5> DBusApplication::Service::methodTable = {{
@@ -325,7 +342,16 @@ DBusApplication::DBusApplication(std::unique_ptr<Connection> connection)
 DBusApplication::~DBusApplication() = default;
 
 void DBusApplication::serve(RunLoop& runLoop, Actions actions) {
-  service_ = std::make_unique<Service>(*connection_, runLoop, std::move(actions));
+  const auto join = [this, &runLoop, actions = std::move(actions)](sd_bus* bus) {
+    const std::string& name = connection_->name();
+    const bool isFirst = service_ == nullptr;
+    service_ = std::make_unique<Service>(bus, name, runLoop, actions);
+    if (!isFirst)
+      sd_bus_request_name_async(bus, nullptr, name.c_str(), 0, Service::didAskForName, nullptr);
+  };
+  bus_ = std::make_unique<LastingBus>(connection_->release(), join, [](int error) {
+    Log::app.info("The session bus is gone: {}", systemWords(error));
+  });
 }
 
 }  // namespace stowboard

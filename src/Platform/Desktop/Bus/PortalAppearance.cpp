@@ -75,21 +75,21 @@ Appearance readGroups(sd_bus_message* message) {
 /// Asks and listens, from the main thread's event loop.
 class PortalAppearance::Client {
  public:
-  Client(PortalAppearance& owner, sd_bus* bus) : owner_(owner), bus_(bus), notifier_(bus) {
+  Client(PortalAppearance& owner, sd_bus* bus)
+      : owner_(owner), connection_(bus, [this](sd_bus* each) { join(each); }) {}
+
+  const Appearance& appearance() const { return appearance_; }
+
+ private:
+  void join(sd_bus* bus) {
+    bus_ = bus;
     // Listening first, so that no change is missed between the answer and the first signal.
     sd_bus_match_signal_async(bus_, nullptr, portal, portalPath, settings, "SettingChanged",
                               onSettingChanged, nullptr, this);
     sd_bus_add_match_async(bus_, nullptr, portalComesAndGoes, onOwnerChanged, nullptr, this);
     ask();
-    notifier_.process();
   }
-  ~Client() { sd_bus_close_unref(bus_); }
-  Client(const Client&) = delete;
-  Client& operator=(const Client&) = delete;
 
-  const Appearance& appearance() const { return appearance_; }
-
- private:
   void ask() {
     sd_bus_call_method_async(bus_, nullptr, portal, portalPath, settings, "ReadAll", onAnswer, this,
                              "as", 1, appearanceGroup);
@@ -125,9 +125,9 @@ class PortalAppearance::Client {
   }
 
   PortalAppearance& owner_;
-  sd_bus* const bus_;
-  BusNotifier notifier_;
+  sd_bus* bus_ = nullptr;
   Appearance appearance_;
+  LastingBus connection_;
 };
 
 std::unique_ptr<PortalAppearance> PortalAppearance::create() {
