@@ -8,23 +8,38 @@ namespace stowboard {
 
 namespace {
 
-std::filesystem::path temporaryFolder(const Bundle& bundle) {
-  const std::filesystem::path folder = bundle.environment("TMPDIR").value_or("");
-  return folder.is_absolute() ? folder : "/tmp";
+// The user's folder for temporary files, or one that he has to himself: what lies under a fixed
+// name in a folder shared by all may be another user's.
+FileError findFolder(const Bundle& bundle, std::filesystem::path& folder) {
+  const auto named = [&](const char* variable) {
+    folder = bundle.environment(variable).value_or("");
+    return folder.is_absolute();
+  };
+  if (named("TMPDIR")) return {};
+  if (!named("XDG_RUNTIME_DIR") && !named("XDG_CACHE_HOME")) {
+    folder = bundle.applicationSupportFolder();
+  }
+  folder /= "Stowboard";
+  const FileError error = createPrivateFolder(folder);
+  return error.empty() ? makePrivate(folder) : error;
 }
 
 }  // namespace
 
-// Others may write to the folder, too. A new file put in the place of the name follows no link that
-// they have left there.
+// Others may write to a folder that the user names, too. A new file put in the place of the name
+// follows no link that they have left there.
 void HelpDocument::open(const AppSettings& settings, const Bundle& bundle, FileOpener& opener) {
-  const auto file = temporaryFolder(bundle) / HelpGuide::fileName(settings.language);
-  AtomicFile replacement(file);
-  if (replacement.write(HelpGuide::text(settings)) && replacement.putInPlace()) {
-    opener.open(file);
-  } else {
-    Log::ui.error("Failed to write help file: {}", replacement.error().description);
+  std::filesystem::path folder;
+  FileError error = findFolder(bundle, folder);
+  const auto file = folder / HelpGuide::fileName(settings.language);
+  if (error.empty()) {
+    AtomicFile replacement(file);
+    if (replacement.write(HelpGuide::text(settings)) && replacement.putInPlace()) {
+      return opener.open(file);
+    }
+    error = replacement.error();
   }
+  Log::ui.error("Failed to write help file: {}", error.description);
 }
 
 }  // namespace stowboard

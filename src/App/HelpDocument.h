@@ -10,10 +10,10 @@ namespace stowboard {
 struct HelpDocument {
   HelpDocument() = delete;
 
-  /// Writes the guide for these settings afresh, readable by the user only, into the user's folder
-  /// for temporary files ($TMPDIR, or /tmp where that is no absolute path), and has the desktop
-  /// open it. Waits for no disk. A file that cannot be written, as where another user has put
-  /// something under its name, is logged and not opened.
+  /// Writes the guide for these settings afresh, readable by the user only, and has the desktop
+  /// open it. It goes into $TMPDIR, or where that is no absolute path into a private folder in
+  /// $XDG_RUNTIME_DIR, $XDG_CACHE_HOME or among the user's data. Waits for a disk only to make that
+  /// folder. A file that cannot be written is logged and not opened.
   static void open(const AppSettings& settings, const Bundle& bundle, FileOpener& opener);
 };
 

@@ -63,11 +63,23 @@ TEST_F(HelpDocumentTest, OpensNothingThatItCouldNotWrite) {
               ElementsAre(StartsWith("error ui: Failed to write help file: Is a directory (")));
 }
 
-TEST_F(HelpDocumentTest, TakesTmpWhereTheUserNamesNoFolder) {
+TEST_F(HelpDocumentTest, TakesAPrivateFolderWhereTheUserNamesNone) {
   bundle_.variables["TMPDIR"] = "relative";
+  const fs::path data = fake_.folder() / "Stowboard";
+  fs::create_directory(data);
+  fs::permissions(data, fs::perms::all);
+  std::vector<fs::path> expected{data};
   open();
-  EXPECT_THAT(opener_.opened, ElementsAre("/tmp/Stowboard_Help.txt"));
-  fs::remove(opener_.opened.at(0));
+  for (const char* variable : {"XDG_CACHE_HOME", "XDG_RUNTIME_DIR"}) {
+    bundle_.variables[variable] = fake_.folder() / variable;
+    expected.push_back(fake_.folder() / variable / "Stowboard");
+    open();
+  }
+  ASSERT_EQ(opener_.opened.size(), expected.size());
+  for (std::size_t at = 0; at < expected.size(); ++at) {
+    EXPECT_EQ(opener_.opened[at], expected[at] / "Stowboard_Help.txt");
+    EXPECT_EQ(fs::status(expected[at]).permissions(), fs::perms::owner_all);
+  }
 }
 
 }  // namespace
