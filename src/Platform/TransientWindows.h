@@ -14,6 +14,8 @@ class TransientWindows {
   class Watch {
    public:
     virtual ~Watch() = default;
+    /// Called when a button is let go, or a finger lifted, anywhere. Absent at first.
+    std::function<void()> onRelease;
   };
 
   virtual ~TransientWindows() = default;

@@ -23,12 +23,15 @@ TYPED_TEST_P(TransientWindowsContract, TellsOfClicksOutsideForAsLongAsTheWatchLi
   auto& harness = this->harness_;
   harness.windows().prepareToShow(harness.window(), 0);
   auto watch = harness.windows().watch(harness.window(), [this] { this->clicks_ += 1; });
+  int releasesAfterClicks = 0;
+  watch->onRelease = [&] { releasesAfterClicks = this->clicks_; };
   for (int round = 1; round <= 2; ++round) {
     harness.clickInside();
     harness.turnWheelOutside();
     harness.clickOutside();
     EXPECT_TRUE(harness.turnUntil([&] { return this->clicks_ >= round; }));
     EXPECT_EQ(this->clicks_, round);
+    EXPECT_TRUE(harness.turnUntil([&] { return releasesAfterClicks == round; }));
   }
   watch.reset();
   harness.clickOutside();

@@ -18,12 +18,14 @@ class FakeTransientWindows final : public TransientWindows {
     auto watch = std::make_unique<FakeWatch>();
     watch->onClickOutside = std::make_shared<std::function<void()>>(std::move(onClickOutside));
     onClickOutside_ = watch->onClickOutside;
+    watch_ = watch.get();
     return watch;
   }
 
   bool isWatching() const { return !onClickOutside_.expired(); }
   void clickOutside() {
     if (const auto callback = onClickOutside_.lock()) (*callback)();
+    if (isWatching() && watch_->onRelease) watch_->onRelease();
   }
 
  private:
@@ -32,6 +34,7 @@ class FakeTransientWindows final : public TransientWindows {
   };
 
   std::weak_ptr<std::function<void()>> onClickOutside_;
+  Watch* watch_ = nullptr;
 };
 
 }  // namespace stowboard

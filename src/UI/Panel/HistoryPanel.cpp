@@ -12,7 +12,7 @@ namespace stowboard {
 
 namespace {
 
-// From the press of a button to a tray's report of the click, over the session bus if need be.
+// From the release of a button to a tray's report of the click, over the session bus if need be.
 constexpr std::chrono::milliseconds clickTakes(300);
 
 QRect squareBelowPointer() { return {QCursor::pos() + QPoint(0, 1), QSize(1, 1)}; }
@@ -24,6 +24,7 @@ HistoryPanel::HistoryPanel(std::shared_ptr<AppState> appState, PasteSimulating* 
     : appState_(std::move(appState)),
       compositing_(*platform.compositing),
       transientWindows_(*platform.transientWindows),
+      runLoop_(*platform.runLoop),
       focus_(*platform.workspace, *platform.bundle),
       viewModel_(appState_, pasteSimulator, *platform.runLoop) {
   auto view = std::make_unique<HistoryView>(appState_, viewModel_, *platform.pasteboard);
@@ -55,10 +56,10 @@ void HistoryPanel::prepare() {
 }
 
 void HistoryPanel::showRelativeTo(const QRect& anchor) {
-  const bool isSameClick =
-      sinceClickOutside_.isValid() && !sinceClickOutside_.hasExpired(clickTakes.count());
-  if (isSameClick) return sinceClickOutside_.invalidate();
-  show(anchor.isEmpty() ? squareBelowPointer() : anchor);
+  const auto ended = std::exchange(clickEnded_, std::nullopt);
+  const bool isSameClick = heldClick_ || (ended && runLoop_.now() - *ended < clickTakes);
+  heldClick_.reset();
+  if (!isSameClick) show(anchor.isEmpty() ? squareBelowPointer() : anchor);
 }
 
 void HistoryPanel::showAtCursor() { show(squareBelowPointer()); }
@@ -71,6 +72,7 @@ void HistoryPanel::show(const QRect& anchor) {
   window_->prepare(compositing_.isRunning());
   window_->placeBy(anchor);
   prepareToShow();
+  heldClick_.reset();
   clickWatch_ = transientWindows_.watch(window_->winId(), [this] { didClickOutside(); });
   window_->show();
   view_->viewDidAppear();
@@ -100,7 +102,11 @@ void HistoryPanel::bringToFront() {
 void HistoryPanel::didClickOutside() {
   // A menu of the panel's is a window of its own.
   if (QApplication::activePopupWidget() || view_->isComposing()) return;
-  sinceClickOutside_.start();
+  heldClick_ = std::move(clickWatch_);
+  heldClick_->onRelease = [this] {
+    clickEnded_ = runLoop_.now();
+    heldClick_.reset();
+  };
   dismiss();
 }
 

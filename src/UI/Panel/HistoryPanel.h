@@ -1,9 +1,9 @@
 #pragma once
 
-#include <QElapsedTimer>
 #include <QRect>
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "Core/AppState.h"
 #include "Platform/Platform.h"
@@ -40,7 +40,7 @@ class HistoryPanel {
   /// side has room; at the pointer when the rectangle is empty. An open panel is only raised.
   ///
   /// The click on the button of an open panel has closed it already, as a click outside, when the
-  /// button reports it. Asked for within 300 ms of such a click, it stays closed.
+  /// button reports it. Asked for before such a click has ended, or within 300 ms, it stays closed.
   void showRelativeTo(const QRect& anchor);
 
   /// Opens it below the pointer's tip, or above where there is no room below. An open panel is only
@@ -66,14 +66,17 @@ class HistoryPanel {
   const std::shared_ptr<AppState> appState_;
   Compositing& compositing_;
   TransientWindows& transientWindows_;
+  RunLoop& runLoop_;
   WindowFocus focus_;
   HistoryViewModel viewModel_;
   std::unique_ptr<PopoverWindow> window_;
   /// Owned by the window.
   HistoryView* view_;
   std::unique_ptr<TransientWindows::Watch> clickWatch_;
-  /// Not started before the first click outside.
-  QElapsedTimer sinceClickOutside_;
+  /// Of a click outside whose button is still down.
+  std::unique_ptr<TransientWindows::Watch> heldClick_;
+  /// When the last click outside did; absent before the first.
+  std::optional<RunLoop::TimePoint> clickEnded_;
 };
 
 }  // namespace stowboard

@@ -30,10 +30,21 @@ struct FakeTransientWindows : TransientWindows {
       ~Watching() override { isWatching = false; }
       bool& isWatching;
     };
-    clickOutside = std::move(clicked);
-    return std::make_unique<Watching>(isWatching);
+    press = std::move(clicked);
+    auto made = std::make_unique<Watching>(isWatching);
+    current = made.get();
+    return made;
   }
-  std::function<void()> clickOutside;
+  void clickOutside() const {
+    press();
+    release();
+  }
+  void release() const {
+    if (!isWatching) return;
+    if (const auto callback = current->onRelease) callback();
+  }
+  std::function<void()> press;
+  Watch* current = nullptr;
   bool isWatching = false;
   int margin = -1;
 };
@@ -101,6 +112,19 @@ TEST(HistoryPanel, AClickOnItsButtonClosesItForGood) {
   const QRect button(100, 100, 22, 22);
   opened.panel->showRelativeTo(button);
   opened.windows->clickOutside();
+  opened.panel->showRelativeTo(button);
+  EXPECT_FALSE(opened.panel->isVisible());
+  opened.panel->showRelativeTo(button);
+  EXPECT_TRUE(opened.panel->isVisible());
+  // However long the button is held.
+  opened.windows->press();
+  opened.fake.runLoop().advance(std::chrono::seconds(1));
+  opened.windows->release();
+  opened.panel->showRelativeTo(button);
+  EXPECT_FALSE(opened.panel->isVisible());
+  opened.panel->showRelativeTo(button);
+  // The report of the click may be quicker than that of the release.
+  opened.windows->press();
   opened.panel->showRelativeTo(button);
   EXPECT_FALSE(opened.panel->isVisible());
   opened.panel->showRelativeTo(button);

@@ -17,7 +17,8 @@ namespace stowboard {
 namespace {
 
 constexpr std::uint32_t clickMask =
-    XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_TOUCH_BEGIN;
+    XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE |
+    XCB_INPUT_XI_EVENT_MASK_RAW_TOUCH_BEGIN | XCB_INPUT_XI_EVENT_MASK_RAW_TOUCH_END;
 
 bool isWheel(std::uint32_t button) { return button >= 4 && button <= 7; }
 
@@ -53,13 +54,10 @@ class X11TransientWindows::Server {
   }
 
   bool isClick(const xcb_generic_event_t& event) const {
-    const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
-    if (generic.response_type != XCB_GE_GENERIC || generic.extension != input_->major_opcode) {
-      return false;
-    }
-    if (generic.event_type == XCB_INPUT_RAW_TOUCH_BEGIN) return true;
-    return generic.event_type == XCB_INPUT_RAW_BUTTON_PRESS &&
-           !isWheel(reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event).detail);
+    return isOf(event, XCB_INPUT_RAW_BUTTON_PRESS, XCB_INPUT_RAW_TOUCH_BEGIN);
+  }
+  bool isRelease(const xcb_generic_event_t& event) const {
+    return isOf(event, XCB_INPUT_RAW_BUTTON_RELEASE, XCB_INPUT_RAW_TOUCH_END);
   }
 
   // Raw events do not tell where; the windows below the pointer are asked from the outermost in.
@@ -86,6 +84,16 @@ class X11TransientWindows::Server {
   }
 
  private:
+  bool isOf(const xcb_generic_event_t& event, int ofButton, int ofTouch) const {
+    const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
+    if (generic.response_type != XCB_GE_GENERIC || generic.extension != input_->major_opcode) {
+      return false;
+    }
+    if (generic.event_type == ofTouch) return true;
+    return generic.event_type == ofButton &&
+           !isWheel(reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event).detail);
+  }
+
   template <std::size_t count>
   void set(xcb_window_t window, xcb_atom_t property, xcb_atom_t type,
            const std::array<std::uint32_t, count>& values) const {
@@ -140,6 +148,10 @@ class X11TransientWindows::FilteringWatch final : public Watch, private QAbstrac
     if (type == XCB_FOCUS_IN || type == XCB_FOCUS_OUT) {
       const auto& focus = reinterpret_cast<const xcb_focus_in_event_t&>(event);
       return focus.event == window_ && isOfGrab(focus.mode);
+    }
+    if (server_->isRelease(event)) {
+      if (const auto callback = onRelease) callback();
+      return true;
     }
     if (!server_->isClick(event)) return false;
     // A copy, because it may end this watch.
