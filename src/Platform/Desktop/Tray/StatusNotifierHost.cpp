@@ -4,12 +4,17 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
+#include <chrono>
+#include <limits>
 #include <utility>
 
 namespace stowboard {
 
 namespace {
 
+constexpr auto watcherAnswersIn = std::chrono::seconds(2);
+// Its late answer is the sign that it hangs no more.
+constexpr int noTimeout = std::numeric_limits<int>::max();
 const QString watcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
 const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
 
@@ -32,6 +37,8 @@ StatusNotifierHost::StatusNotifierHost(const QDBusConnection& connection,
     : connection_(connection), onChange_(std::move(onChange)) {
   changed_.setSingleShot(true);
   QObject::connect(&changed_, &QTimer::timeout, &changed_, [this] { look(); });
+  patience_.setSingleShot(true);
+  QObject::connect(&patience_, &QTimer::timeout, &patience_, [this] { onChange_(false); });
   if (connection_.isConnected()) subscribe();
 }
 
@@ -49,10 +56,14 @@ void StatusNotifierHost::subscribe() {
 
 void StatusNotifierHost::look() {
   if (!connection_.isConnected()) return onChange_(false);
+  asksAgain_ = isAsking_;
+  if (std::exchange(isAsking_, true)) return;
+  patience_.start(watcherAnswersIn);
   auto question =
       callTo(watcherName, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
   question << watcherName << QStringLiteral("IsStatusNotifierHostRegistered");
-  auto* pending = new QDBusPendingCallWatcher(connection_.asyncCall(question), &changed_);
+  auto* pending =
+      new QDBusPendingCallWatcher(connection_.asyncCall(question, noTimeout), &changed_);
   QObject::connect(pending, &QDBusPendingCallWatcher::finished, pending, [this, pending] {
     pending->deleteLater();
     handle(pending->reply());
@@ -60,6 +71,9 @@ void StatusNotifierHost::look() {
 }
 
 void StatusNotifierHost::handle(const QDBusMessage& answer) {
+  isAsking_ = false;
+  patience_.stop();
+  if (asksAgain_) changed_.start();
   if (isUnanswered(answer)) return;
   const auto value = answer.arguments().value(0).value<QDBusVariant>().variant();
   const bool isPresent = answer.type() == QDBusMessage::ReplyMessage && value.toBool();

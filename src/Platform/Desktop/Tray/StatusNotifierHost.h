@@ -15,7 +15,7 @@ namespace stowboard {
 class StatusNotifierHost {
  public:
   /// `onChange` is called with the answer, first when it is known, and again whenever it may have
-  /// changed. A watcher that does not answer leaves it unknown.
+  /// changed. A watcher that does not answer for two seconds shows nothing until it does.
   StatusNotifierHost(const QDBusConnection& connection, std::function<void(bool)> onChange);
 
   /// Asks for the first time. From here on each watcher that comes is told of the item on the
@@ -33,6 +33,10 @@ class StatusNotifierHost {
   QString registeredWith_;
   /// The bus starts it at each signal that may mean a change; only a slot can receive those.
   QTimer changed_;
+  /// Runs out where the watcher hangs.
+  QTimer patience_;
+  bool isAsking_ = false;
+  bool asksAgain_ = false;
 };
 
 }  // namespace stowboard

@@ -58,6 +58,18 @@ class Watcher final : public DBusObject {
   }
   QString introspect(const QString&) const override { return {}; }
 
+  /// Answers nothing until it is let go on.
+  void hang() { hangs_ = true; }
+  void goOn() {
+    hangs_ = false;
+    for (const auto& each : std::exchange(held_, {})) handleMessage(each, bus_);
+  }
+  bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override {
+    if (!hangs_) return DBusObject::handleMessage(message, connection);
+    held_.push_back(message);
+    return true;
+  }
+
   /// Bus names, as often as they were told.
   QStringList items;
 
@@ -74,6 +86,8 @@ class Watcher final : public DBusObject {
  private:
   QDBusConnection bus_;
   bool hasHost_;
+  bool hangs_ = false;
+  std::vector<QDBusMessage> held_;
 };
 
 /// What a panel asks of the item and its menu, on a connection of its own.
@@ -207,6 +221,17 @@ TEST_F(PanelStatusItemTest, IsElsewhereWheneverNoPanelTakesIt) {
   }
   item_->hide();
   EXPECT_FALSE(otherwise_->isShown());
+}
+
+TEST_F(PanelStatusItemTest, IsElsewhereWhileTheWatcherHangs) {
+  watcher_ = std::make_unique<Watcher>(true);
+  watcher_->hang();
+  show();
+  EXPECT_TRUE(isElsewhere(true));
+  watcher_->setHasHost(true);
+  watcher_->goOn();
+  EXPECT_TRUE(isElsewhere(false));
+  EXPECT_TRUE(turnQtUntil([this] { return watcher_->items.size() == 1; }));
 }
 
 TEST_F(PanelStatusItemTest, TellsWhatItIs) {
