@@ -9,7 +9,6 @@
 #include <string_view>
 #include <vector>
 
-#include "Platform/Clipboard/Background.h"
 #include "Platform/Clipboard/ClipboardSnapshot.h"
 
 namespace stowboard {

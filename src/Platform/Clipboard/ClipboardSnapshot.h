@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -25,5 +27,13 @@ struct ClipboardSnapshot {
   /// Content to be offered under exactly these names, besides what follows from the fields above.
   std::vector<std::pair<std::string, Bytes>> named;
 };
+
+/// Takes a snapshot of a copy, with the number of the last of our own writes that it came after.
+using SnapshotReceiver =
+    std::function<void(std::shared_ptr<const ClipboardSnapshot>, std::uint64_t)>;
+
+/// Runs `work` on another thread and then `finish` on the caller's own, in the order of the calls.
+/// Neither runs once the caller's thread has ended.
+using Background = std::function<void(std::function<void()> work, std::function<void()> finish)>;
 
 }  // namespace stowboard

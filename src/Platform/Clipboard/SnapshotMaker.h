@@ -3,9 +3,8 @@
 #include <functional>
 #include <memory>
 
-#include "Platform/Clipboard/Background.h"
 #include "Platform/Clipboard/ClipboardSnapshot.h"
-#include "Platform/Clipboard/FetchedContent.h"
+#include "Platform/Clipboard/ContentBuilder.h"
 #include "Platform/Image.h"
 
 namespace stowboard {

@@ -28,7 +28,7 @@ std::optional<Text> SnapshotPasteboard::string(std::string_view type) const {
   return type == PasteboardType::string ? current_->text : std::nullopt;
 }
 
-SnapshotPasteboard::Receiver SnapshotPasteboard::receiver() {
+SnapshotReceiver SnapshotPasteboard::receiver() {
   return [this, &runLoop = runLoop_, life = std::weak_ptr(life_)](auto snapshot, auto number) {
     runLoop.post([this, life, snapshot = std::move(snapshot), number] {
       if (!life.expired()) adopt(snapshot, number);

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 
 #include "Platform/Clipboard/ClipboardOffer.h"
@@ -31,13 +30,11 @@ class SnapshotPasteboard : public Pasteboard {
   void writeImage(std::shared_ptr<const Image> image) override;
 
  protected:
-  using Receiver = std::function<void(std::shared_ptr<const ClipboardSnapshot>, std::uint64_t)>;
-
   /// The run loop must outlive the pasteboard.
   explicit SnapshotPasteboard(RunLoop& runLoop) : runLoop_(runLoop) {}
 
   /// Where another thread puts what it has read, with the number of the write that it came after.
-  Receiver receiver();
+  SnapshotReceiver receiver();
 
   /// A write begins: the clipboard is meant to be ours from now on. Must not wait.
   virtual void beginWrite() = 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -7,6 +8,20 @@
 #include <vector>
 
 namespace stowboard {
+
+using SteadyTime = std::chrono::steady_clock::time_point;
+
+/// The bounds within which an owner has to hand its content over.
+struct TransferLimits {
+  /// From a request to any answer.
+  std::chrono::milliseconds replyTimeout{5000};
+  /// From one chunk of a transfer to the next.
+  std::chrono::milliseconds chunkTimeout{5000};
+  /// For all formats of one content together.
+  std::chrono::milliseconds totalTimeout{60000};
+  /// Of all formats of one content together.
+  std::size_t maxBytes = std::size_t{512} << 20;
+};
 
 /// Checks UTF-8 as it comes in, in pieces that may end within a character.
 class Utf8Checker {

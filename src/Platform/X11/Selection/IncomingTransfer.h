@@ -8,7 +8,6 @@
 #include <string>
 
 #include "Platform/Clipboard/TransferBuffer.h"
-#include "Platform/Clipboard/TransferLimits.h"
 #include "Platform/X11/X11Connection.h"
 
 namespace stowboard {

@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "Base/Bytes.h"
-#include "Platform/Clipboard/TransferLimits.h"
+#include "Platform/Clipboard/TransferBuffer.h"
 #include "Platform/X11/X11Connection.h"
 
 namespace stowboard {

@@ -15,8 +15,7 @@ bool isLater(std::uint32_t left, std::uint32_t right) {
 
 bool hasOwner(X11Connection& connection, xcb_atom_t selection) {
   const auto cookie = xcb_get_selection_owner(connection.xcb(), selection);
-  const XcbPointer<xcb_get_selection_owner_reply_t> reply(
-      xcb_get_selection_owner_reply(connection.xcb(), cookie, nullptr));
+  const auto reply = awaitReply(xcb_get_selection_owner_reply, connection.xcb(), cookie);
   return reply && reply->owner != XCB_NONE;
 }
 

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <optional>
 
-#include "Platform/Clipboard/TransferLimits.h"
+#include "Platform/Clipboard/TransferBuffer.h"
 #include "Platform/X11/Selection/SelectionClaim.h"
 #include "Platform/X11/X11Connection.h"
 

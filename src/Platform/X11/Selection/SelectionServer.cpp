@@ -65,10 +65,7 @@ std::optional<std::vector<SelectionServer::Entry>> SelectionServer::readEntries(
     const xcb_selection_request_event_t& event) const {
   const auto cookie = xcb_get_property(connection_.xcb(), 0, event.requestor, event.property,
                                        XCB_GET_PROPERTY_TYPE_ANY, 0, 2 * maxEntries);
-  xcb_generic_error_t* error = nullptr;
-  const XcbPointer<xcb_get_property_reply_t> reply(
-      xcb_get_property_reply(connection_.xcb(), cookie, &error));
-  const XcbPointer<xcb_generic_error_t> ignored(error);
+  const auto reply = awaitReply(xcb_get_property_reply, connection_.xcb(), cookie);
   if (!reply || reply->format != 32 || reply->bytes_after != 0) return std::nullopt;
   const auto* atoms = static_cast<const xcb_atom_t*>(xcb_get_property_value(reply.get()));
   std::vector<Entry> entries(reply->value_len / 2);

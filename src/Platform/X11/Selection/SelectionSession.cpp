@@ -15,13 +15,12 @@ const Event& as(const xcb_generic_event_t& event) {
 
 SelectionSession::SelectionSession(X11Connection& connection, ImageCodec& codec,
                                    const SelectionOptions& options, const Backgrounds& backgrounds,
-                                   Receiver receiver)
+                                   SnapshotReceiver receiver)
     : connection_(connection),
+      receiver_(std::move(receiver)),
       maker_(codec, options.thumbnailDimension, backgrounds.preparation),
       reader_(connection, options.limits,
-              [this, receiver = std::move(receiver)](FetchedContent content) {
-                receive(std::move(content), receiver);
-              }),
+              [this](FetchedContent content) { receive(std::move(content)); }),
       window_(connection.createWindow(XCB_EVENT_MASK_PROPERTY_CHANGE)),
       // The answer also tells that the window is there for other connections.
       writeProperty_(connection.atom("STOWBOARD_WRITE")),
@@ -96,13 +95,13 @@ void SelectionSession::handleOwner(const xcb_xfixes_selection_notify_event_t& ev
   reader_.handle(event, sequence);
 }
 
-void SelectionSession::receive(FetchedContent content, const Receiver& receiver) {
+void SelectionSession::receive(FetchedContent content) {
   const bool isWhole = content.isWhole;
-  maker_.make(std::move(content), [this, isWhole, receiver, copy = content.copyNumber,
-                                   write = writeNumber_](auto snapshot) {
-    if (isWhole && copy == reader_.copyCount()) takeover_.keep(snapshot);
-    receiver(std::move(snapshot), write);
-  });
+  maker_.make(std::move(content),
+              [this, isWhole, copy = content.copyNumber, write = writeNumber_](auto snapshot) {
+                if (isWhole && copy == reader_.copyCount()) takeover_.keep(snapshot);
+                receiver_(std::move(snapshot), write);
+              });
 }
 
 std::optional<SteadyTime> SelectionSession::deadline() const {
@@ -151,8 +150,7 @@ void SelectionSession::whenPublished(std::function<void()> done) {
 void SelectionSession::settlePublished() {
   if (onPublished_.empty() || isWriting() || primary_.isPending()) return;
   // The answer comes after the server has handled the claims.
-  const XcbPointer<xcb_get_input_focus_reply_t> answer(xcb_get_input_focus_reply(
-      connection_.xcb(), xcb_get_input_focus(connection_.xcb()), nullptr));
+  awaitReply(xcb_get_input_focus_reply, connection_.xcb(), xcb_get_input_focus(connection_.xcb()));
   for (const auto& done : std::exchange(onPublished_, {})) done();
 }
 

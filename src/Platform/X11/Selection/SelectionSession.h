@@ -39,8 +39,6 @@ struct SelectionOptions {
 /// events.
 class SelectionSession {
  public:
-  /// A snapshot of a copy, and the number of the last of our own writes that it came after.
-  using Receiver = std::function<void(std::shared_ptr<const ClipboardSnapshot>, std::uint64_t)>;
   /// Where contents that were fetched are prepared, and where those that are served are encoded.
   struct Backgrounds {
     Background preparation;
@@ -48,7 +46,7 @@ class SelectionSession {
   };
 
   SelectionSession(X11Connection& connection, ImageCodec& codec, const SelectionOptions& options,
-                   const Backgrounds& backgrounds, Receiver receiver);
+                   const Backgrounds& backgrounds, SnapshotReceiver receiver);
 
   void handle(const xcb_generic_event_t& event);
   /// The next moment at which expire() has something to do; absent when nothing is pending.
@@ -78,12 +76,13 @@ class SelectionSession {
   void dispatch(const xcb_generic_event_t& event);
   void handleProperty(const xcb_property_notify_event_t& event, std::uint32_t sequence);
   void handleOwner(const xcb_xfixes_selection_notify_event_t& event, std::uint32_t sequence);
-  void receive(FetchedContent content, const Receiver& receiver);
+  void receive(FetchedContent content);
   void beginWrite(xcb_timestamp_t time);
   bool isWriting() const { return clipboard_.isPending() || early_; }
   void settlePublished();
 
   X11Connection& connection_;
+  const SnapshotReceiver receiver_;
   SnapshotMaker maker_;
   SelectionReader reader_;
   const xcb_window_t window_;

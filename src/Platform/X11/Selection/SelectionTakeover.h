@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "Platform/Clipboard/ClipboardSnapshot.h"
-#include "Platform/Clipboard/TransferLimits.h"
+#include "Platform/Clipboard/TransferBuffer.h"
 #include "Platform/X11/Selection/SelectionClaim.h"
 #include "Platform/X11/X11Connection.h"
 

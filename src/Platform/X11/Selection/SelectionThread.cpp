@@ -29,7 +29,7 @@ int millisecondsUntil(std::optional<SteadyTime> deadline) {
 
 std::unique_ptr<SelectionThread> SelectionThread::create(ImageCodec& codec,
                                                          const SelectionOptions& options,
-                                                         SelectionSession::Receiver receiver,
+                                                         SnapshotReceiver receiver,
                                                          std::function<void()> onConnectionLost) {
   auto connection = X11Connection::open(options.display);
   auto writeConnection = X11Connection::open(options.display);
@@ -41,8 +41,7 @@ std::unique_ptr<SelectionThread> SelectionThread::create(ImageCodec& codec,
 
 SelectionThread::SelectionThread(std::unique_ptr<X11Connection> connection,
                                  std::unique_ptr<X11Connection> writeConnection, ImageCodec& codec,
-                                 const SelectionOptions& options,
-                                 SelectionSession::Receiver receiver,
+                                 const SelectionOptions& options, SnapshotReceiver receiver,
                                  std::function<void()> onConnectionLost)
     : connection_(std::move(connection)),
       writeConnection_(std::move(writeConnection)),

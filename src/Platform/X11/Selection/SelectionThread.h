@@ -24,7 +24,7 @@ class SelectionThread {
   /// are seen. `receiver` and `onConnectionLost` are called on the thread; the latter at most once,
   /// as the last thing that it does.
   static std::unique_ptr<SelectionThread> create(ImageCodec& codec, const SelectionOptions& options,
-                                                 SelectionSession::Receiver receiver,
+                                                 SnapshotReceiver receiver,
                                                  std::function<void()> onConnectionLost);
   ~SelectionThread();
   SelectionThread(const SelectionThread&) = delete;
@@ -42,7 +42,7 @@ class SelectionThread {
  private:
   SelectionThread(std::unique_ptr<X11Connection> connection,
                   std::unique_ptr<X11Connection> writeConnection, ImageCodec& codec,
-                  const SelectionOptions& options, SelectionSession::Receiver receiver,
+                  const SelectionOptions& options, SnapshotReceiver receiver,
                   std::function<void()> onConnectionLost);
 
   void run();

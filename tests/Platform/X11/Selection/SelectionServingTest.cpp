@@ -120,23 +120,6 @@ TEST_F(SelectionServingTest, RichTextAndOtherDataGoOutUnchangedBesideTheText) {
                             "text/html", "UTF8_STRING"}));
 }
 
-TEST_F(SelectionServingTest, AnImageIsGivenInFourFormatsAndItsOwnUnchanged) {
-  const auto file = codec_.encodeJpeg({40, 30, std::vector<std::uint8_t>(40 * 30 * 4, 0x80)}, 0.7);
-  pasteboard_->clearContents();
-  pasteboard_->writeImage(codec_.decode(*file));
-  publish();
-  for (const char* target : {"image/png", "image/jpeg", "image/bmp", "image/tiff"}) {
-    SCOPED_TRACE(target);
-    const auto answer = requester_.convert(target);
-    ASSERT_TRUE(answer);
-    EXPECT_EQ(answer->type, target);
-    const auto image = codec_.decode(Bytes(answer->bytes));
-    ASSERT_TRUE(image);
-    EXPECT_EQ(image->size(), (ImageSize{40, 30}));
-  }
-  EXPECT_EQ(requester_.convert("image/jpeg")->bytes, file->view());
-}
-
 TEST_F(SelectionServingTest, ASlowEncodingHoldsUpNobodyElseAndIsDoneOnce) {
   const auto image = std::make_shared<GatedImage>();
   pasteboard_->clearContents();

@@ -315,16 +315,6 @@ TEST_F(X11PasteboardTest, NothingIsCalledAfterItsEnd) {
   EXPECT_TRUE(seen_.empty());
 }
 
-TEST_F(X11PasteboardTest, AHandlerMayDestroyThePasteboard) {
-  bool wasCalled = false;
-  pasteboard_->onMoved = [this, &wasCalled] {
-    pasteboard_.reset();
-    wasCalled = true;
-  };
-  copy(text("any"));
-  EXPECT_TRUE(loop_.runUntil([&] { return wasCalled; }));
-}
-
 TEST_F(X11PasteboardTest, ALostConnectionIsReportedOnce) {
   int reports = 0;
   const Log::Observation observation([&](const Log::Line& line) {
@@ -336,14 +326,6 @@ TEST_F(X11PasteboardTest, ALostConnectionIsReportedOnce) {
   EXPECT_TRUE(loop_.runUntil([&] { return reports > 0; }));
   pasteboard_.reset();
   EXPECT_EQ(reports, 1);
-}
-
-TEST(X11PasteboardCreationTest, DeclinesWithoutAServer) {
-  QueueingRunLoop loop;
-  RecordingCodec codec;
-  SelectionOptions options;
-  options.display = ":9999";
-  EXPECT_EQ(X11Pasteboard::create(loop, codec, options), nullptr);
 }
 
 class X11Driver : SelectionRig<RecordingCodec> {
