@@ -51,6 +51,20 @@ class Pasteboard {
   /// The content as text, for PasteboardType::string; absent as for data().
   virtual std::optional<Text> string(std::string_view type) const = 0;
 
+  /// What is to be expected of reread().
+  enum class Rereading {
+    /// Nothing: it was not called for this content, or what came is in place.
+    ended,
+    underWay,
+    /// Nothing ever: the owner has ended or was replaced.
+    inVain,
+  };
+  /// Asks the content's owner for it anew, since an owner may refuse once, or be late once. What
+  /// comes takes the content's place some time later, without a move of the change count.
+  virtual void reread() = 0;
+  /// For the present content.
+  virtual Rereading rereading() const = 0;
+
   /// Empties the pasteboard and makes it ours: the change count has moved when this returns, and
   /// what is written next in this turn of the main loop goes out together with it. Other programs
   /// see the old content or the whole new one, never a part. Should another program copy meanwhile,

@@ -92,6 +92,7 @@ void ClipboardMonitor::runTicksWhileNeeded() {
 void ClipboardMonitor::poll() {
   const std::int64_t changeCount = pasteboard_.changeCount();
   if (changeCount == lastChangeCount_ || isOwnWrite(changeCount)) return;
+  if (pasteboard_.rereading() == Pasteboard::Rereading::underWay) return;
   if (isFrontmostExcluded()) {
     Log::clipboard.info("Skipped: source app is excluded");
     lastChangeCount_ = changeCount;
@@ -102,7 +103,7 @@ void ClipboardMonitor::poll() {
     lastChangeCount_ = changeCount;
     record(*clip);
   } else {
-    retryOrGiveUp(changeCount);
+    handleUnreadable(changeCount);
   }
 }
 
@@ -122,14 +123,20 @@ void ClipboardMonitor::record(const ClipItem& clip) {
   if (!appState_->append(clip)) Log::clipboard.info("Skipped: duplicate of the latest entry");
 }
 
-void ClipboardMonitor::retryOrGiveUp(std::int64_t changeCount) {
+void ClipboardMonitor::handleUnreadable(std::int64_t changeCount) {
+  // The first attempt's line says all there is to say.
+  if (pasteboard_.rereading() == Pasteboard::Rereading::inVain) return giveUp(changeCount);
   Log::clipboard.error("Detected change but no readable content; types: {}",
                        description(pasteboard_.types()));
   readRetryCount_ += 1;
-  if (readRetryCount_ < maxReadAttempts) return;
+  if (readRetryCount_ < maxReadAttempts) return pasteboard_.reread();
+  giveUp(changeCount);
+  Log::clipboard.error("Gave up reading clipboard content after {} retries", maxReadAttempts);
+}
+
+void ClipboardMonitor::giveUp(std::int64_t changeCount) {
   lastChangeCount_ = changeCount;
   readRetryCount_ = 0;
-  Log::clipboard.error("Gave up reading clipboard content after {} retries", maxReadAttempts);
 }
 
 std::optional<ClipItem> ClipboardMonitor::readContent() const {

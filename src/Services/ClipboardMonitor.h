@@ -18,7 +18,8 @@
 namespace stowboard {
 
 /// Reads every change of the pasteboard into a clip and hands it to the state. Skips our own writes
-/// and the copies of excluded applications; gives an unreadable change up after three attempts.
+/// and the copies of excluded applications; gives an unreadable change up after three attempts,
+/// each made when the owner was asked once more, or at once when the owner is gone.
 ///
 /// Looks at the change count twice a second. Where the pasteboard announces its moves it looks at
 /// once, and the half-second ticks run only while a change is still to be dealt with, so that an
@@ -47,7 +48,8 @@ class ClipboardMonitor : public ClipboardMonitoring {
   bool isOwnWrite(std::int64_t changeCount);
   bool isFrontmostExcluded() const;
   void record(const ClipItem& clip);
-  void retryOrGiveUp(std::int64_t changeCount);
+  void handleUnreadable(std::int64_t changeCount);
+  void giveUp(std::int64_t changeCount);
   void runTicksWhileNeeded();
 
   std::optional<ClipItem> readContent() const;

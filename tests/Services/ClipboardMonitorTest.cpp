@@ -166,6 +166,25 @@ TEST_F(ClipboardMonitorTest, GivesAnUnreadableCopyUpAfterThreeAttempts) {
   EXPECT_EQ(runLoop_.runningTimers(), 0);
 }
 
+TEST_F(ClipboardMonitorTest, ARetryReadsWhatTheOwnerGivesWhenItIsAskedAgain) {
+  startQuietly();
+  LogCapture log;
+  pasteboard_.secondAnswer = FakePasteboard::Content{{"text/plain", "late"}};
+  pasteboard_.copy({});
+  pasteboard_.state = Pasteboard::Rereading::underWay;
+  runLoop_.advance(5s);
+  EXPECT_THAT(history(), IsEmpty()) << "an owner that takes its time is waited for";
+  pasteboard_.state = Pasteboard::Rereading::ended;
+  runLoop_.advance(500ms);
+  EXPECT_THAT(history(), ElementsAre("late"));
+  pasteboard_.copy({});
+  pasteboard_.state = Pasteboard::Rereading::inVain;
+  runLoop_.advance(5s);
+  EXPECT_THAT(log.lines(), ElementsAre(unreadable + "[]", unreadable + "[]"))
+      << "an owner that is gone is told of once";
+  EXPECT_EQ(runLoop_.runningTimers(), 0);
+}
+
 TEST_F(ClipboardMonitorTest, CountsFailuresOfAReplacedCopyTowardsTheNext) {
   startQuietly();
   pasteboard_.hasTypeList = false;

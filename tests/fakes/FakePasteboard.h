@@ -17,6 +17,9 @@ class FakePasteboard : public Pasteboard {
 
   bool announces = true;
   bool hasTypeList = true;
+  /// What the owner gives when it is asked again; it is not there yet, or never, as the test says.
+  std::optional<Content> secondAnswer;
+  Rereading state = Rereading::ended;
   /// How often data or a string was asked for.
   mutable int reads = 0;
 
@@ -56,6 +59,11 @@ class FakePasteboard : public Pasteboard {
     const auto bytes = data(type);
     return bytes ? std::optional(Text(std::string(bytes->view()))) : std::nullopt;
   }
+
+  void reread() override {
+    if (secondAnswer) content_ = *std::exchange(secondAnswer, std::nullopt);
+  }
+  Rereading rereading() const override { return state; }
 
   bool announcesMoves() const override { return announces; }
 

@@ -14,9 +14,20 @@
 
 namespace stowboard {
 
+/// What a snapshot stands for.
+enum class ClipboardNews {
+  /// What a program copied, or gave when it was asked once more.
+  content,
+  /// A copy whose owner cannot be asked once more.
+  outOfReach,
+};
+
 /// One content of the clipboard, ready to be read without waiting. Immutable once it is shared with
 /// another thread.
 struct ClipboardSnapshot {
+  ClipboardNews news = ClipboardNews::content;
+  /// Which of the other programs' copies it is, in their order; 0 for none.
+  std::uint64_t copyNumber = 0;
   std::optional<std::vector<std::string>> types;
   std::optional<Bytes> tiff;
   std::optional<Bytes> png;

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "Platform/Clipboard/ClipboardSnapshot.h"
 #include "Platform/Clipboard/TargetPolicy.h"
 
 namespace stowboard {
@@ -17,6 +18,7 @@ struct FetchedContent {
     TextEncoding encoding = TextEncoding::utf8;
   };
 
+  ClipboardNews news = ClipboardNews::content;
   /// Absent when the owner did not tell.
   std::optional<std::vector<std::string>> types;
   std::optional<EncodedText> text;

@@ -38,6 +38,8 @@ class SnapshotMaker::Workshop {
 
   std::shared_ptr<const ClipboardSnapshot> make(FetchedContent content) {
     auto snapshot = std::make_shared<ClipboardSnapshot>();
+    snapshot->news = content.news;
+    snapshot->copyNumber = content.copyNumber;
     snapshot->types = std::move(content.types);
     if (auto& text = content.text) {
       snapshot->text =

@@ -40,17 +40,29 @@ void SnapshotPasteboard::adopt(std::shared_ptr<const ClipboardSnapshot> snapshot
                                std::uint64_t writeNumber) {
   // We have written since, and that counts.
   if (writeNumber < writeNumber_) return;
+  const bool isReread = !isOurs_ && snapshot->copyNumber == current_->copyNumber;
+  const bool isInVain = snapshot->news == ClipboardNews::outOfReach;
+  if (isReread || !isInVain) rereading_ = isInVain ? Rereading::inVain : Rereading::ended;
+  if (isInVain) return;
   current_ = std::move(snapshot);
+  if (isReread) return;
   isOurs_ = false;
   changeCount_ += 1;
   // A copy, since the handler may replace itself or destroy this pasteboard.
   if (const auto handler = onMoved) handler();
 }
 
+void SnapshotPasteboard::reread() {
+  if (isOurs_ || rereading_ != Rereading::ended) return;
+  rereading_ = Rereading::underWay;
+  askAgain(current_->copyNumber);
+}
+
 void SnapshotPasteboard::clearContents() {
   changeCount_ += 1;
   writeNumber_ += 1;
   isOurs_ = true;
+  rereading_ = Rereading::ended;
   draft_ = std::make_shared<ClipboardSnapshot>();
   draft_->types.emplace();
   current_ = draft_;

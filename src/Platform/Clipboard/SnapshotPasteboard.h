@@ -23,6 +23,8 @@ class SnapshotPasteboard : public Pasteboard {
   std::optional<Bytes> data(std::string_view type) const override;
   std::optional<Text> string(std::string_view type) const override;
   bool announcesMoves() const override { return true; }
+  void reread() override;
+  Rereading rereading() const override { return rereading_; }
 
   void clearContents() override;
   void setString(const Text& text, std::string_view type) override;
@@ -36,6 +38,8 @@ class SnapshotPasteboard : public Pasteboard {
   /// Where another thread puts what it has read, with the number of the write that it came after.
   SnapshotReceiver receiver();
 
+  /// Has the owner of that copy asked once more; the receiver is given the outcome in any case.
+  virtual void askAgain(std::uint64_t copyNumber) = 0;
   /// A write begins: the clipboard is meant to be ours from now on. Must not wait.
   virtual void beginWrite() = 0;
   /// The content of a write, counted from 1; once more when something was added in a later turn.
@@ -54,6 +58,7 @@ class SnapshotPasteboard : public Pasteboard {
   // Counts the calls of clearContents().
   std::uint64_t writeNumber_ = 0;
   bool isOurs_ = false;
+  Rereading rereading_ = Rereading::ended;
   // The current content while it is being written.
   std::shared_ptr<ClipboardSnapshot> draft_;
   bool isCommitScheduled_ = false;

@@ -29,7 +29,7 @@ class SelectionFetch {
 
   State state() const { return state_; }
   bool isPending() const { return state_ == State::pending; }
-  xcb_window_t owner() const { return owner_; }
+  std::uint64_t copyNumber() const { return copyNumber_; }
   /// The window that the owner answers to. Destroying it is the caller's.
   xcb_window_t window() const { return window_; }
   /// Why the content is not whole, as the end of a sentence. A pointer to constant text.
@@ -41,7 +41,11 @@ class SelectionFetch {
   void expire(SteadyTime now);
 
   /// The owner is gone: what it has not answered yet will never come.
-  void loseOwner() { fail("its owner ended before it handed everything over"); }
+  void loseOwner() {
+    hasLostOwner_ = true;
+    fail("its owner ended before it handed everything over");
+  }
+  bool hasLostOwner() const { return hasLostOwner_; }
 
   /// `newOwner` took over when the server had handled the requests up to `sequence`. What was asked
   /// before goes on; a later request would reach the wrong owner.
@@ -75,6 +79,7 @@ class SelectionFetch {
   const xcb_window_t window_;
   State state_ = State::pending;
   std::string_view failure_;
+  bool hasLostOwner_ = false;
   xcb_window_t successor_ = XCB_NONE;
   SteadyTime now_;
 

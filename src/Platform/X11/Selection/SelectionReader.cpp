@@ -44,18 +44,31 @@ void SelectionReader::handle(const xcb_xfixes_selection_notify_event_t& event,
   const bool isLoss =
       event.subtype != XCB_XFIXES_SELECTION_EVENT_SET_SELECTION_OWNER || event.owner == XCB_NONE;
   if (isLoss) {
+    owner_.reset();
     // All answers that the owner gave before its end have come in before this event.
     if (!fetches_.empty()) fetches_.back()->loseOwner();
     return settle();
   }
   for (auto& fetch : fetches_) fetch->supersede(sequence, event.owner);
-  fetches_.push_back(std::make_unique<SelectionFetch>(connection_, limits_, event.owner,
-                                                      event.timestamp, now(), ++copyCount_));
+  copyCount_ += 1;
+  owner_ = {event.owner, event.timestamp};
+  begin(*owner_);
   if (fetches_.size() > maxFetches) fetches_.front()->overtake();
   settle();
 }
 
+void SelectionReader::begin(const Owner& owner) {
+  fetches_.push_back(std::make_unique<SelectionFetch>(connection_, limits_, owner.window,
+                                                      owner.since, now(), copyCount_));
+}
+
+void SelectionReader::reread(std::uint64_t copyNumber) {
+  if (copyNumber == copyCount_ && owner_) return begin(*owner_);
+  deliverOutOfReach(copyNumber);
+}
+
 void SelectionReader::abandon() {
+  owner_.reset();
   for (auto& fetch : std::exchange(fetches_, {})) {
     fetch->abandon();
     Log::clipboard.info("Gave up reading the clipboard: {}", fetch->failure());
@@ -107,6 +120,7 @@ void SelectionReader::finish(SelectionFetch& fetch) {
   }
   if (fetch.state() == SelectionFetch::State::secret) {
     Log::clipboard.info("Skipped: the content is marked as a secret");
+    if (fetch.copyNumber() <= delivered_) deliverOutOfReach(fetch.copyNumber());
   } else {
     deliver(fetch);
   }
@@ -115,10 +129,22 @@ void SelectionReader::finish(SelectionFetch& fetch) {
 void SelectionReader::deliver(SelectionFetch& fetch) {
   auto content = fetch.takeContent();
   // Half a content counts where nothing better comes, but not before the same owner's next try.
+  // Of an owner that has ended, only what it gave counts: the clipboard is empty.
+  const bool isNextTry = fetch.isSuperseded() && !fetch.isFollowedByOther();
   const bool isWorthwhile = fetch.state() == SelectionFetch::State::complete ||
-                            !fetch.isSuperseded() ||
-                            (fetch.isFollowedByOther() && content.hasData());
-  if (isWorthwhile) receiver_(std::move(content));
+                            (!fetch.isSuperseded() && !fetch.hasLostOwner()) ||
+                            (!isNextTry && content.hasData());
+  const bool isReread = content.copyNumber <= delivered_;
+  if (!isWorthwhile) return isReread ? deliverOutOfReach(content.copyNumber) : void();
+  delivered_ = content.copyNumber;
+  receiver_(std::move(content));
+}
+
+void SelectionReader::deliverOutOfReach(std::uint64_t copyNumber) {
+  FetchedContent nothing;
+  nothing.news = ClipboardNews::outOfReach;
+  nothing.copyNumber = copyNumber;
+  receiver_(std::move(nothing));
 }
 
 void SelectionReader::retire(xcb_window_t window) {

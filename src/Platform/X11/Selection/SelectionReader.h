@@ -37,6 +37,9 @@ class SelectionReader {
   void handle(const xcb_selection_notify_event_t& event);
   /// A new value of a property.
   void handle(const xcb_property_notify_event_t& event);
+  /// Fetches that copy anew. The outcome is handed over with the same number; as out of reach when
+  /// its owner is there no longer, or keeps it to itself by now.
+  void reread(std::uint64_t copyNumber);
   /// Drops what is under way: nothing of it is handed over.
   void abandon();
   /// How many copies there have been; see FetchedContent::copyNumber.
@@ -46,15 +49,21 @@ class SelectionReader {
   void expire();
 
  private:
+  struct Owner {
+    xcb_window_t window;
+    xcb_timestamp_t since;
+  };
   struct Retired {
     xcb_window_t window;
     SteadyTime end;
   };
 
   SelectionFetch* fetchFor(xcb_window_t window);
+  void begin(const Owner& owner);
   void settle();
   void finish(SelectionFetch& fetch);
   void deliver(SelectionFetch& fetch);
+  void deliverOutOfReach(std::uint64_t copyNumber);
   void retire(xcb_window_t window);
 
   X11Connection& connection_;
@@ -63,7 +72,11 @@ class SelectionReader {
   // The oldest first. All but the last are superseded.
   std::deque<std::unique_ptr<SelectionFetch>> fetches_;
   std::deque<Retired> retired_;
+  // That of the last copy, unless it has ended or we have written since.
+  std::optional<Owner> owner_;
   std::uint64_t copyCount_ = 0;
+  // The last copy that was handed over.
+  std::uint64_t delivered_ = 0;
 };
 
 }  // namespace stowboard

@@ -68,6 +68,9 @@ class SelectionSession {
   /// program which asks from then on is given that.
   void whenPublished(std::function<void()> done);
 
+  /// Asks the owner of that copy once more; the outcome goes to the receiver, whatever it is.
+  void reread(std::uint64_t copyNumber) { reader_.reread(copyNumber); }
+
   /// Has the clipboard manager save what we own. Copies are not read any more.
   void handOver();
   bool isHandingOver() const { return handOver_.isUnderWay(); }

@@ -24,6 +24,10 @@ X11Pasteboard::~X11Pasteboard() {
   thread_->end();
 }
 
+void X11Pasteboard::askAgain(std::uint64_t copyNumber) {
+  thread_->post([copyNumber](SelectionSession& session) { session.reread(copyNumber); });
+}
+
 void X11Pasteboard::publish(std::uint64_t writeNumber, std::shared_ptr<ClipboardOffer> offer) {
   published_ = offer;
   thread_->post([writeNumber, offer = std::move(offer)](SelectionSession& session) {

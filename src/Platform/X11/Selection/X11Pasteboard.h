@@ -43,6 +43,7 @@ class X11Pasteboard : public SnapshotPasteboard {
  private:
   using SnapshotPasteboard::SnapshotPasteboard;
 
+  void askAgain(std::uint64_t copyNumber) override;
   void beginWrite() override { thread_->beginWrite(); }
   void publish(std::uint64_t writeNumber, std::shared_ptr<ClipboardOffer> offer) override;
   void commit() override;

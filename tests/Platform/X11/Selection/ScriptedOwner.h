@@ -35,6 +35,8 @@ struct OwnerScript {
   /// Above 0: transfers are incremental, in chunks of this size.
   std::size_t chunkSize = 0;
   bool refusesTargets = false;
+  /// So many answers apart from that to TARGETS are refusals.
+  int refusals = 0;
   /// Requests for these are only answered by release().
   std::set<std::string> heldTargets = {};
 
@@ -180,7 +182,7 @@ class ScriptedOwner {
   }
 
   bool writeFormat(const xcb_selection_request_event_t& request, const OfferedFormat& format) {
-    if (format.isRefused) return false;
+    if (format.isRefused || refusals_-- > 0) return false;
     const auto type = format.type.empty() ? request.target : connection_->atom(format.type);
     const Key key{request.requestor, request.property};
     if (script_.chunkSize == 0) {
@@ -230,6 +232,7 @@ class ScriptedOwner {
   const xcb_window_t window_ = connection_->createWindow(0);
   const xcb_atom_t clipboard_ = connection_->atom("CLIPBOARD");
   const xcb_atom_t targets_ = connection_->atom("TARGETS");
+  int refusals_ = script_.refusals;
   std::map<Key, Transfer> transfers_;
   std::vector<xcb_selection_request_event_t> held_;
   mutable std::mutex mutex_;

@@ -150,6 +150,32 @@ TEST_F(X11PasteboardTest, ContentOfAnySizeArrivesWhole) {
   }
 }
 
+TEST_F(X11PasteboardTest, AnOwnerIsAskedAgainOnDemandAsLongAsItIsThere) {
+  using Rereading = Pasteboard::Rereading;
+  const auto reread = [this] {
+    pasteboard_->reread();
+    EXPECT_EQ(pasteboard_->rereading(), Rereading::underWay);
+    EXPECT_TRUE(loop_.runUntil([this] { return pasteboard_->rereading() != Rereading::underWay; }));
+  };
+  auto once = text("at last");
+  once.refusals = 1;
+  copyAndAwait(once);
+  EXPECT_THAT(seen_, ElementsAre("<none>"));
+  reread();
+  EXPECT_EQ(currentText(), "at last");
+  EXPECT_EQ(pasteboard_->rereading(), Rereading::ended);
+  owners_.clear();
+  reread();
+  EXPECT_EQ(pasteboard_->rereading(), Rereading::inVain);
+  EXPECT_EQ(currentText(), "at last");
+  EXPECT_EQ(pasteboard_->changeCount(), 1);
+  copyAndAwait(once);
+  // Whoever replaced it is not asked in its place.
+  copyHolding(text("next"), "TARGETS");
+  reread();
+  EXPECT_EQ(pasteboard_->rereading(), Rereading::inVain);
+}
+
 TEST_F(X11PasteboardTest, ASecretIsNeitherReadNorCounted) {
   auto& secret = copyHolding(passwords, "TARGETS");
   secret.release();
@@ -186,7 +212,6 @@ TEST_F(X11PasteboardTest, AFaultyOwnerEndsWithItsTypesAndWhatDataCame) {
       {"no answer for the richer format", holding(rich, "text/rtf"), true, "came",
        "stopped answering"},
       {"stops halfway", failing(Fault::stopsAfterOneChunk), true, "<none>", "stopped answering"},
-      {"dies halfway", failing(Fault::diesAfterOneChunk), true, "<none>", "its owner ended"},
       {"takes its time", trickling, true, "<none>", "took too long"},
       {"never ends", failing(Fault::neverEnds), true, "<none>", "exceeds the size"},
       {"too large", huge, true, "<none>", "exceeds the size"},
@@ -256,6 +281,23 @@ TEST(SelectionFetchTest, ARequestThatReachedTheNextOwnerIsGivenUp) {
     fetch.supersede(reachedNext ? before : sequence(), 2);
     EXPECT_EQ(fetch.isPending(), !reachedNext);
   }
+}
+
+TEST_F(X11PasteboardTest, AnOwnerThatEndsHalfwayLeavesWhatCameAndElseNothing) {
+  auto script = offering({{"UTF8_STRING", std::string(500, 'x')}});
+  script.chunkSize = 100;
+  script.fault = Fault::diesAfterOneChunk;
+  std::atomic<bool> gaveUp = false;
+  const Log::Observation observation([&](const Log::Line& line) {
+    if (line.message.find("its owner ended") != std::string::npos) gaveUp = true;
+  });
+  copy(script);
+  ASSERT_TRUE(loop_.runUntil([&] { return gaveUp.load(); }));
+  auto& half = copyHolding(offering({{"UTF8_STRING", "text"}, {"text/rtf", "never"}}), "text/rtf");
+  EXPECT_TRUE(half.wasAskedFor("UTF8_STRING"));
+  owners_.clear();
+  awaitMoves(1);
+  EXPECT_THAT(seen_, ElementsAre("text"));
 }
 
 TEST_F(X11PasteboardTest, CopiesInQuickSuccessionAllArriveInOrder) {
