@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "Platform/Desktop/Applications/InstalledApplications.h"
 #include "Platform/Qt/QtImageCodec.h"
 #include "Platform/X11/QueueingRunLoop.h"
 #include "Platform/X11/Selection/ScriptedOwner.h"
@@ -93,7 +94,7 @@ class PlainReader {
 /// The adapter with a main loop of its own.
 class Capture {
  public:
-  Capture() : pasteboard_(X11Pasteboard::create(loop_, codec_, {})) {
+  Capture() : pasteboard_(X11Pasteboard::create(loop_, codec_, applications_, {})) {
     if (!pasteboard_) std::abort();
   }
 
@@ -106,6 +107,7 @@ class Capture {
  private:
   QueueingRunLoop loop_;
   QtImageCodec codec_;
+  InstalledApplications applications_;
   std::unique_ptr<X11Pasteboard> pasteboard_;
 };
 

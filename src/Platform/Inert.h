@@ -18,6 +18,8 @@ class InertPasteboard : public Pasteboard {
   std::optional<std::vector<std::string>> types() const override { return std::nullopt; }
   std::optional<Bytes> data(std::string_view) const override { return std::nullopt; }
   std::optional<Text> string(std::string_view) const override { return std::nullopt; }
+  std::optional<std::vector<std::string>> sources() const override { return std::nullopt; }
+  void discard() override {}
   void reread() override {}
   Rereading rereading() const override { return Rereading::ended; }
   void clearContents() override {}

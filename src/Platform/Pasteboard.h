@@ -51,6 +51,14 @@ class Pasteboard {
   /// The content as text, for PasteboardType::string; absent as for data().
   virtual std::optional<Text> string(std::string_view type) const = 0;
 
+  /// The ids of the applications that the content came from, as of the moment of the copy: the one
+  /// in front, and the one that the owner belongs to, as far as each is known. Absent when the
+  /// system cannot tell who is in front.
+  virtual std::optional<std::vector<std::string>> sources() const = 0;
+  /// Drops the content, which is not to be kept: it cannot be read any more, and is not offered in
+  /// its program's place when that ends. The change count stays. To be called by onMoved's handler.
+  virtual void discard() = 0;
+
   /// What is to be expected of reread().
   enum class Rereading {
     /// Nothing: it was not called for this content, or what came is in place.

@@ -85,13 +85,13 @@ PlatformSelection::PlatformSelection(const DisplaySelection& display,
   platform_.bundle = std::move(bundle);
   platform_.runLoop = std::make_unique<QtRunLoop>();
   platform_.imageCodec = std::make_unique<QtImageCodec>();
+  platform_.applications = std::make_unique<InstalledApplications>();
   windowSystem_ = std::make_unique<WindowSystem>(platform_, thumbnailDimension);
 }
 
 PlatformSelection::~PlatformSelection() = default;
 
 const Platform& PlatformSelection::complete() {
-  platform_.applications = std::make_unique<InstalledApplications>();
   windowSystem_->addOthers();
   platform_.loginItems = std::make_unique<XdgAutostart>(*platform_.bundle);
   platform_.appearance = selectAppearance();

@@ -93,8 +93,9 @@ void ClipboardMonitor::poll() {
   const std::int64_t changeCount = pasteboard_.changeCount();
   if (changeCount == lastChangeCount_ || isOwnWrite(changeCount)) return;
   if (pasteboard_.rereading() == Pasteboard::Rereading::underWay) return;
-  if (isFrontmostExcluded()) {
+  if (isExcluded()) {
     Log::clipboard.info("Skipped: source app is excluded");
+    pasteboard_.discard();
     lastChangeCount_ = changeCount;
     return;
   }
@@ -114,9 +115,13 @@ bool ClipboardMonitor::isOwnWrite(std::int64_t changeCount) {
   return true;
 }
 
-bool ClipboardMonitor::isFrontmostExcluded() const {
+bool ClipboardMonitor::isExcluded() const {
   const ExcludedAppChecker checker(excludedBundleIdsProvider_());
-  return checker.isExcluded(frontmostApp_->frontmostBundleId());
+  // As of the copy, where the pasteboard knows: until an owner has given everything, the user may
+  // be elsewhere.
+  const auto sources = pasteboard_.sources();
+  if (!sources) return checker.isExcluded(frontmostApp_->frontmostBundleId());
+  return std::ranges::any_of(*sources, [&](const auto& id) { return checker.isExcluded(id); });
 }
 
 void ClipboardMonitor::record(const ClipItem& clip) {

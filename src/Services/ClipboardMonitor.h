@@ -46,7 +46,7 @@ class ClipboardMonitor : public ClipboardMonitoring {
   void tick();
   void poll();
   bool isOwnWrite(std::int64_t changeCount);
-  bool isFrontmostExcluded() const;
+  bool isExcluded() const;
   void record(const ClipItem& clip);
   void handleUnreadable(std::int64_t changeCount);
   void giveUp(std::int64_t changeCount);

@@ -233,8 +233,18 @@ TEST_F(ClipboardMonitorTest, SkipsCopiesMadeInAnExcludedApplicationForGood) {
   runLoop_.advance(5s);
   EXPECT_THAT(history(), IsEmpty());
   EXPECT_THAT(log.lines(), ElementsAre(excluded));
+  EXPECT_EQ(pasteboard_.string(PasteboardType::string), std::nullopt) << "nor can it be pasted";
   pasteboard_.copyText("open");
   EXPECT_THAT(history(), ElementsAre("open"));
+  // In front when it was copied, or its owner; not in front now.
+  for (const char* other : {"org.example.Editor", "org.example.vault"}) {
+    pasteboard_.sourceIds = {{other, "org.example.Vault"}};
+    pasteboard_.copyText("secret");
+  }
+  workspace_.bringToFront("org.example.Vault");
+  pasteboard_.sourceIds = {{"org.example.Editor"}};
+  pasteboard_.copyText("copied before the switch");
+  EXPECT_THAT(history(), ElementsAre("copied before the switch", "open"));
 }
 
 }  // namespace

@@ -17,6 +17,8 @@ class FakePasteboard : public Pasteboard {
 
   bool announces = true;
   bool hasTypeList = true;
+  /// Told with the next copies.
+  std::optional<std::vector<std::string>> sourceIds;
   /// What the owner gives when it is asked again; it is not there yet, or never, as the test says.
   std::optional<Content> secondAnswer;
   Rereading state = Rereading::ended;
@@ -60,6 +62,8 @@ class FakePasteboard : public Pasteboard {
     return bytes ? std::optional(Text(std::string(bytes->view()))) : std::nullopt;
   }
 
+  std::optional<std::vector<std::string>> sources() const override { return sourceIds; }
+  void discard() override { content_.clear(); }
   void reread() override {
     if (secondAnswer) content_ = *std::exchange(secondAnswer, std::nullopt);
   }

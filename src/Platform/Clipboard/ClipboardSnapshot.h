@@ -28,6 +28,10 @@ struct ClipboardSnapshot {
   ClipboardNews news = ClipboardNews::content;
   /// Which of the other programs' copies it is, in their order; 0 for none.
   std::uint64_t copyNumber = 0;
+  /// Everything that its owner was asked for has come.
+  bool isWhole = false;
+  /// See Pasteboard::sources().
+  std::optional<std::vector<std::string>> sources;
   std::optional<std::vector<std::string>> types;
   std::optional<Bytes> tiff;
   std::optional<Bytes> png;

@@ -32,6 +32,8 @@ struct FetchedContent {
   bool isWhole = false;
   /// Which copy it is, in the order of the copies.
   std::uint64_t copyNumber = 0;
+  /// See Pasteboard::sources().
+  std::optional<std::vector<std::string>> sources;
 
   bool hasData() const { return text || richText || image; }
 };

@@ -38,21 +38,25 @@ class SnapshotMaker::Workshop {
 
   std::shared_ptr<const ClipboardSnapshot> make(FetchedContent content) {
     auto snapshot = std::make_shared<ClipboardSnapshot>();
+    const auto kept = previous_.lock();
+    const auto previous = kept ? kept : std::make_shared<const ClipboardSnapshot>();
     snapshot->news = content.news;
     snapshot->copyNumber = content.copyNumber;
+    snapshot->isWhole = content.isWhole;
+    snapshot->sources = std::move(content.sources);
     snapshot->types = std::move(content.types);
     if (auto& text = content.text) {
       snapshot->text =
-          sharedWith(previous_->text, decodedText(std::move(text->bytes), text->encoding));
+          sharedWith(previous->text, decodedText(std::move(text->bytes), text->encoding));
     }
     if (auto& richText = content.richText) {
-      snapshot->richText = sharedWith(previous_->richText, std::move(*richText));
+      snapshot->richText = sharedWith(previous->richText, std::move(*richText));
       snapshot->named.emplace_back(std::move(content.richTextTarget), *snapshot->richText);
     }
     if (auto& image = content.image) {
       auto ClipboardSnapshot::*const format =
           content.isTiff ? &ClipboardSnapshot::tiff : &ClipboardSnapshot::png;
-      const auto file = sharedWith((*previous_).*format, std::move(*image));
+      const auto file = sharedWith((*previous).*format, std::move(*image));
       (*snapshot).*format = file;
       snapshot->named.emplace_back(std::move(content.imageTarget), file);
       snapshot->image = codec_.decodeToFit(file, thumbnailDimension_);
@@ -64,7 +68,8 @@ class SnapshotMaker::Workshop {
  private:
   ImageCodec& codec_;
   const int thumbnailDimension_;
-  std::shared_ptr<const ClipboardSnapshot> previous_ = std::make_shared<ClipboardSnapshot>();
+  // As long as somebody else needs it.
+  std::weak_ptr<const ClipboardSnapshot> previous_;
 };
 
 SnapshotMaker::SnapshotMaker(ImageCodec& codec, int thumbnailDimension, Background background)

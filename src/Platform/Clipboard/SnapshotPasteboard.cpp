@@ -45,11 +45,22 @@ void SnapshotPasteboard::adopt(std::shared_ptr<const ClipboardSnapshot> snapshot
   if (isReread || !isInVain) rereading_ = isInVain ? Rereading::inVain : Rereading::ended;
   if (isInVain) return;
   current_ = std::move(snapshot);
-  if (isReread) return;
+  if (isReread) return keep(current_);
   isOurs_ = false;
   changeCount_ += 1;
+  const std::weak_ptr life = life_;
+  const std::weak_ptr announced = current_;
   // A copy, since the handler may replace itself or destroy this pasteboard.
   if (const auto handler = onMoved) handler();
+  const auto copy = announced.lock();
+  if (!life.expired() && copy && copy == current_) keep(copy);
+}
+
+void SnapshotPasteboard::discard() {
+  if (isOurs_) return;
+  auto nothing = std::make_shared<ClipboardSnapshot>();
+  nothing->types.emplace();
+  current_ = std::move(nothing);
 }
 
 void SnapshotPasteboard::reread() {

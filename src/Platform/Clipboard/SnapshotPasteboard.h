@@ -23,6 +23,8 @@ class SnapshotPasteboard : public Pasteboard {
   std::optional<Bytes> data(std::string_view type) const override;
   std::optional<Text> string(std::string_view type) const override;
   bool announcesMoves() const override { return true; }
+  std::optional<std::vector<std::string>> sources() const override { return current_->sources; }
+  void discard() override;
   void reread() override;
   Rereading rereading() const override { return rereading_; }
 
@@ -38,6 +40,8 @@ class SnapshotPasteboard : public Pasteboard {
   /// Where another thread puts what it has read, with the number of the write that it came after.
   SnapshotReceiver receiver();
 
+  /// A copy was announced and not discarded: it may be offered when its program ends.
+  virtual void keep(std::shared_ptr<const ClipboardSnapshot> copy) = 0;
   /// Has the owner of that copy asked once more; the receiver is given the outcome in any case.
   virtual void askAgain(std::uint64_t copyNumber) = 0;
   /// A write begins: the clipboard is meant to be ours from now on. Must not wait.

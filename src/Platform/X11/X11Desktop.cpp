@@ -68,7 +68,7 @@ std::optional<RunningApplication> X11Desktop::frontmost() const {
   // What a window manager left behind when it died names a window that is gone, or is another's
   // by now (EWMH, _NET_SUPPORTING_WM_CHECK).
   const auto askedAgain = ask(manager, managerCheck);
-  auto application = identify(window);
+  auto application = applicationOf(window);
   return number(askedAgain) == manager ? std::move(application) : std::nullopt;
 }
 
@@ -132,7 +132,7 @@ std::int64_t X11Desktop::localProcess(const std::string& machine, std::uint32_t 
 
 // All questions are on their way before the first answer is waited for. Absent when the window
 // is gone.
-std::optional<RunningApplication> X11Desktop::identify(xcb_window_t window) const {
+std::optional<RunningApplication> X11Desktop::applicationOf(xcb_window_t window) const {
   const auto askedClass = ask(window, XCB_ATOM_WM_CLASS);
   const auto askedMachine = ask(window, XCB_ATOM_WM_CLIENT_MACHINE);
   const auto askedProcess = ask(window, "_NET_WM_PID");

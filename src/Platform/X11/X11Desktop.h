@@ -28,6 +28,9 @@ class X11Desktop {
   /// The application of the active window (_NET_ACTIVE_WINDOW). Absent when there is none, or no
   /// window manager that follows EWMH.
   std::optional<RunningApplication> frontmost() const;
+  /// The application that the window belongs to, which may be one that is never shown. Absent when
+  /// it is gone.
+  std::optional<RunningApplication> applicationOf(xcb_window_t window) const;
 
   /// The class of WM_CLASS; empty when the window has none or is gone.
   std::string windowClass(xcb_window_t window) const;
@@ -56,7 +59,6 @@ class X11Desktop {
   std::uint32_t processOfConnection(xcb_res_query_client_ids_cookie_t asked) const;
   std::int64_t localProcess(const std::string& machine, std::uint32_t ofConnection,
                             std::uint32_t ofWindow) const;
-  std::optional<RunningApplication> identify(xcb_window_t window) const;
   xcb_window_t parentOf(xcb_window_t window) const;
   void goToDesktopOf(xcb_window_t window, xcb_timestamp_t time) const;
   void tellManager(xcb_window_t window, std::string_view type,

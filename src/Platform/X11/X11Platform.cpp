@@ -54,7 +54,8 @@ std::unique_ptr<X11KeyEventPoster> makePoster(const X11MainConnection& connectio
 X11Platform::X11Platform(Platform& platform, int thumbnailDimension) : platform_(platform) {
   SelectionOptions options;
   options.thumbnailDimension = thumbnailDimension;
-  auto pasteboard = X11Pasteboard::create(*platform.runLoop, *platform.imageCodec, options);
+  auto pasteboard = X11Pasteboard::create(*platform.runLoop, *platform.imageCodec,
+                                          *platform.applications, options);
   pasteboard_ = pasteboard.get();
   place<InertPasteboard>(platform.pasteboard, std::move(pasteboard),
                          "No copies can be recorded: the X server has no XFixes extension");

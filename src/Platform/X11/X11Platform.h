@@ -10,11 +10,11 @@ class X11Pasteboard;
 class X11Platform {
  public:
   /// Adds the pasteboard, which records from then on and needs no application object. The platform,
-  /// which must outlive this, has its run loop and image codec already. `thumbnailDimension` is the
-  /// size in pixels for which copied images are prepared.
+  /// which must outlive this, has its run loop, image codec and applications already.
+  /// `thumbnailDimension` is the size in pixels for which copied images are prepared.
   X11Platform(Platform& platform, int thumbnailDimension);
 
-  /// Adds the others. The platform has its applications by then.
+  /// Adds the others.
   void addOthers();
 
  private:

@@ -69,6 +69,7 @@ FetchedContent SelectionFetch::takeContent() {
   auto content = content_ ? content_->take() : FetchedContent{};
   content.isWhole = state_ == State::complete;
   content.copyNumber = copyNumber_;
+  content.sources = std::move(sources_);
   return content;
 }
 

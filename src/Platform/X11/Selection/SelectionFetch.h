@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "Platform/Clipboard/ContentBuilder.h"
 #include "Platform/X11/Selection/IncomingTransfer.h"
@@ -36,6 +39,9 @@ class SelectionFetch {
   std::string_view failure() const { return failure_; }
   SteadyTime deadline() const { return std::min(deadline_, transfer_->deadline()); }
 
+  void setSources(std::optional<std::vector<std::string>> sources) {
+    sources_ = std::move(sources);
+  }
   void handle(const xcb_selection_notify_event_t& event, SteadyTime now);
   void handle(const xcb_property_notify_event_t& event, SteadyTime now);
   void expire(SteadyTime now);
@@ -77,6 +83,7 @@ class SelectionFetch {
   const SteadyTime deadline_;
   const std::uint64_t copyNumber_;
   const xcb_window_t window_;
+  std::optional<std::vector<std::string>> sources_;
   State state_ = State::pending;
   std::string_view failure_;
   bool hasLostOwner_ = false;

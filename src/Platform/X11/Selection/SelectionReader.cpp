@@ -16,9 +16,13 @@ SteadyTime now() { return std::chrono::steady_clock::now(); }
 
 }  // namespace
 
-SelectionReader::SelectionReader(X11Connection& connection, const SelectionLimits& limits,
-                                 Receiver receiver)
-    : connection_(connection), limits_(limits), receiver_(std::move(receiver)) {
+SelectionReader::SelectionReader(X11Connection& connection,
+                                 const ApplicationIdentifying& applications,
+                                 const SelectionLimits& limits, Receiver receiver)
+    : connection_(connection),
+      desktop_(connection, applications),
+      limits_(limits),
+      receiver_(std::move(receiver)) {
   xcb_xfixes_select_selection_input(connection.xcb(), connection.root(),
                                     connection.atom("CLIPBOARD"),
                                     XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
@@ -51,20 +55,39 @@ void SelectionReader::handle(const xcb_xfixes_selection_notify_event_t& event,
   }
   for (auto& fetch : fetches_) fetch->supersede(sequence, event.owner);
   copyCount_ += 1;
-  owner_ = {event.owner, event.timestamp};
-  begin(*owner_);
+  owner_ = {event.owner, event.timestamp, {}};
+  auto& fetch = begin(*owner_);
+  // While the owner works on its answer.
+  xcb_flush(connection_.xcb());
+  owner_->sources = sourcesOf(event.owner);
+  fetch.setSources(owner_->sources);
   if (fetches_.size() > maxFetches) fetches_.front()->overtake();
   settle();
 }
 
-void SelectionReader::begin(const Owner& owner) {
+SelectionFetch& SelectionReader::begin(const Owner& owner) {
   fetches_.push_back(std::make_unique<SelectionFetch>(connection_, limits_, owner.window,
                                                       owner.since, now(), copyCount_));
+  fetches_.back()->setSources(owner.sources);
+  return *fetches_.back();
+}
+
+std::optional<std::vector<std::string>> SelectionReader::sourcesOf(xcb_window_t owner) const {
+  std::vector<std::string> sources;
+  for (const auto& application : {desktop_.frontmost(), desktop_.applicationOf(owner)}) {
+    if (application && application->bundleIdentifier) {
+      sources.push_back(*application->bundleIdentifier);
+    }
+  }
+  return sources;
 }
 
 void SelectionReader::reread(std::uint64_t copyNumber) {
-  if (copyNumber == copyCount_ && owner_) return begin(*owner_);
-  deliverOutOfReach(copyNumber);
+  if (copyNumber == copyCount_ && owner_) {
+    begin(*owner_);
+  } else {
+    deliverOutOfReach(copyNumber);
+  }
 }
 
 void SelectionReader::abandon() {

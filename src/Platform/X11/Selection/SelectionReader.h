@@ -9,6 +9,7 @@
 
 #include "Platform/X11/Selection/SelectionFetch.h"
 #include "Platform/X11/X11Connection.h"
+#include "Platform/X11/X11Desktop.h"
 
 namespace stowboard {
 
@@ -30,7 +31,8 @@ class SelectionReader {
   using Receiver = std::function<void(FetchedContent)>;
 
   /// Watches from this moment on: copies made after the return are seen.
-  SelectionReader(X11Connection& connection, const SelectionLimits& limits, Receiver receiver);
+  SelectionReader(X11Connection& connection, const ApplicationIdentifying& applications,
+                  const SelectionLimits& limits, Receiver receiver);
 
   /// A change of owner that does not come from this program.
   void handle(const xcb_xfixes_selection_notify_event_t& event, std::uint32_t sequence);
@@ -52,6 +54,7 @@ class SelectionReader {
   struct Owner {
     xcb_window_t window;
     xcb_timestamp_t since;
+    std::optional<std::vector<std::string>> sources;
   };
   struct Retired {
     xcb_window_t window;
@@ -59,7 +62,8 @@ class SelectionReader {
   };
 
   SelectionFetch* fetchFor(xcb_window_t window);
-  void begin(const Owner& owner);
+  SelectionFetch& begin(const Owner& owner);
+  std::optional<std::vector<std::string>> sourcesOf(xcb_window_t owner) const;
   void settle();
   void finish(SelectionFetch& fetch);
   void deliver(SelectionFetch& fetch);
@@ -67,6 +71,7 @@ class SelectionReader {
   void retire(xcb_window_t window);
 
   X11Connection& connection_;
+  const X11Desktop desktop_;
   const SelectionLimits limits_;
   const Receiver receiver_;
   // The oldest first. All but the last are superseded.

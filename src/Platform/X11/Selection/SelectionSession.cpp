@@ -14,12 +14,13 @@ const Event& as(const xcb_generic_event_t& event) {
 }  // namespace
 
 SelectionSession::SelectionSession(X11Connection& connection, ImageCodec& codec,
+                                   const ApplicationIdentifying& applications,
                                    const SelectionOptions& options, const Backgrounds& backgrounds,
                                    SnapshotReceiver receiver)
     : connection_(connection),
       receiver_(std::move(receiver)),
       maker_(codec, options.thumbnailDimension, backgrounds.preparation),
-      reader_(connection, options.limits,
+      reader_(connection, applications, options.limits,
               [this](FetchedContent content) { receive(std::move(content)); }),
       window_(connection.createWindow(XCB_EVENT_MASK_PROPERTY_CHANGE)),
       // The answer also tells that the window is there for other connections.
@@ -96,12 +97,13 @@ void SelectionSession::handleOwner(const xcb_xfixes_selection_notify_event_t& ev
 }
 
 void SelectionSession::receive(FetchedContent content) {
-  const bool isWhole = content.isWhole;
-  maker_.make(std::move(content),
-              [this, isWhole, copy = content.copyNumber, write = writeNumber_](auto snapshot) {
-                if (isWhole && copy == reader_.copyCount()) takeover_.keep(snapshot);
-                receiver_(std::move(snapshot), write);
-              });
+  maker_.make(std::move(content), [this, write = writeNumber_](auto snapshot) {
+    receiver_(std::move(snapshot), write);
+  });
+}
+
+void SelectionSession::keep(std::shared_ptr<const ClipboardSnapshot> copy) {
+  if (copy->isWhole && copy->copyNumber == reader_.copyCount()) takeover_.keep(std::move(copy));
 }
 
 std::optional<SteadyTime> SelectionSession::deadline() const {

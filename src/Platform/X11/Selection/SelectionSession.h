@@ -45,7 +45,8 @@ class SelectionSession {
     Background encoding;
   };
 
-  SelectionSession(X11Connection& connection, ImageCodec& codec, const SelectionOptions& options,
+  SelectionSession(X11Connection& connection, ImageCodec& codec,
+                   const ApplicationIdentifying& applications, const SelectionOptions& options,
                    const Backgrounds& backgrounds, SnapshotReceiver receiver);
 
   void handle(const xcb_generic_event_t& event);
@@ -68,6 +69,9 @@ class SelectionSession {
   /// program which asks from then on is given that.
   void whenPublished(std::function<void()> done);
 
+  /// Lets the copy be offered when its program ends. Without effect for an older one than the last,
+  /// or one that is not whole.
+  void keep(std::shared_ptr<const ClipboardSnapshot> copy);
   /// Asks the owner of that copy once more; the outcome goes to the receiver, whatever it is.
   void reread(std::uint64_t copyNumber) { reader_.reread(copyNumber); }
 

@@ -28,6 +28,7 @@ int millisecondsUntil(std::optional<SteadyTime> deadline) {
 }  // namespace
 
 std::unique_ptr<SelectionThread> SelectionThread::create(ImageCodec& codec,
+                                                         const ApplicationIdentifying& applications,
                                                          const SelectionOptions& options,
                                                          SnapshotReceiver receiver,
                                                          std::function<void()> onConnectionLost) {
@@ -35,19 +36,20 @@ std::unique_ptr<SelectionThread> SelectionThread::create(ImageCodec& codec,
   auto writeConnection = X11Connection::open(options.display);
   if (!connection || !writeConnection) return nullptr;
   return std::unique_ptr<SelectionThread>(
-      new SelectionThread(std::move(connection), std::move(writeConnection), codec, options,
-                          std::move(receiver), std::move(onConnectionLost)));
+      new SelectionThread(std::move(connection), std::move(writeConnection), codec, applications,
+                          options, std::move(receiver), std::move(onConnectionLost)));
 }
 
 SelectionThread::SelectionThread(std::unique_ptr<X11Connection> connection,
                                  std::unique_ptr<X11Connection> writeConnection, ImageCodec& codec,
+                                 const ApplicationIdentifying& applications,
                                  const SelectionOptions& options, SnapshotReceiver receiver,
                                  std::function<void()> onConnectionLost)
     : connection_(std::move(connection)),
       writeConnection_(std::move(writeConnection)),
       // Nobody looks at what would be prepared at the end; a clipboard manager may still ask for
       // something that has to be encoded.
-      session_(*connection_, codec, options,
+      session_(*connection_, codec, applications, options,
                {background(preparation_, isEnding_), background(encoding_, hasEnded_)},
                std::move(receiver)),
       onConnectionLost_(std::move(onConnectionLost)),

@@ -23,7 +23,9 @@ class SelectionThread {
   /// Starts it. Null when there is no X server, or one without XFixes. Copies made after the return
   /// are seen. `receiver` and `onConnectionLost` are called on the thread; the latter at most once,
   /// as the last thing that it does.
-  static std::unique_ptr<SelectionThread> create(ImageCodec& codec, const SelectionOptions& options,
+  static std::unique_ptr<SelectionThread> create(ImageCodec& codec,
+                                                 const ApplicationIdentifying& applications,
+                                                 const SelectionOptions& options,
                                                  SnapshotReceiver receiver,
                                                  std::function<void()> onConnectionLost);
   ~SelectionThread();
@@ -42,8 +44,8 @@ class SelectionThread {
  private:
   SelectionThread(std::unique_ptr<X11Connection> connection,
                   std::unique_ptr<X11Connection> writeConnection, ImageCodec& codec,
-                  const SelectionOptions& options, SnapshotReceiver receiver,
-                  std::function<void()> onConnectionLost);
+                  const ApplicationIdentifying& applications, const SelectionOptions& options,
+                  SnapshotReceiver receiver, std::function<void()> onConnectionLost);
 
   void run();
   bool isDone();

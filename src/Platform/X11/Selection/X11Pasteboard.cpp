@@ -7,13 +7,14 @@
 namespace stowboard {
 
 std::unique_ptr<X11Pasteboard> X11Pasteboard::create(RunLoop& runLoop, ImageCodec& codec,
+                                                     const ApplicationIdentifying& applications,
                                                      const SelectionOptions& options) {
   std::unique_ptr<X11Pasteboard> pasteboard(new X11Pasteboard(runLoop));
   const auto reportLostConnection = [] {
     Log::clipboard.error("The connection to the X server is lost: no copies are recorded any more");
   };
   pasteboard->thread_ = SelectionThread::create(
-      codec, options, pasteboard->receiver(),
+      codec, applications, options, pasteboard->receiver(),
       [&runLoop, reportLostConnection] { runLoop.post(reportLostConnection); });
   return pasteboard->thread_ ? std::move(pasteboard) : nullptr;
 }
@@ -22,6 +23,10 @@ X11Pasteboard::~X11Pasteboard() {
   if (!thread_) return;
   X11Pasteboard::commit();
   thread_->end();
+}
+
+void X11Pasteboard::keep(std::shared_ptr<const ClipboardSnapshot> copy) {
+  thread_->post([copy = std::move(copy)](SelectionSession& session) { session.keep(copy); });
 }
 
 void X11Pasteboard::askAgain(std::uint64_t copyNumber) {

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 
+#include "Platform/ApplicationIdentifying.h"
 #include "Platform/Clipboard/SnapshotPasteboard.h"
 #include "Platform/Image.h"
 #include "Platform/RunLoop.h"
@@ -23,9 +24,10 @@ namespace stowboard {
 /// This class belongs to the main thread; the SelectionSession does what the other one does.
 class X11Pasteboard : public SnapshotPasteboard {
  public:
-  /// Null when there is no X server, or one without XFixes. Waits for the server's answers. The run
-  /// loop and the codec must outlive the pasteboard. Content that is there already is not read.
+  /// Null when there is no X server, or one without XFixes. Waits for the server's answers. What is
+  /// passed by reference must outlive the pasteboard. Content that is there already is not read.
   static std::unique_ptr<X11Pasteboard> create(RunLoop& runLoop, ImageCodec& codec,
+                                               const ApplicationIdentifying& applications,
                                                const SelectionOptions& options);
   /// Publishes what was written in this turn, hands our content over to the clipboard manager, if
   /// there is one, for which it waits within SelectionOptions::handOver, and ends the thread.
@@ -43,6 +45,7 @@ class X11Pasteboard : public SnapshotPasteboard {
  private:
   using SnapshotPasteboard::SnapshotPasteboard;
 
+  void keep(std::shared_ptr<const ClipboardSnapshot> copy) override;
   void askAgain(std::uint64_t copyNumber) override;
   void beginWrite() override { thread_->beginWrite(); }
   void publish(std::uint64_t writeNumber, std::shared_ptr<ClipboardOffer> offer) override;

@@ -33,6 +33,15 @@ inline std::string largeText(std::size_t size) {
   return text;
 }
 
+/// Windows go by their class, others by "process".
+struct NamedByClass final : ApplicationIdentifying {
+  std::optional<std::string> applicationId(const WindowTraits& window) const override {
+    const bool isOfThisProcess = window.processIdentifier == getpid();
+    return !window.wmClass.empty() ? window.wmClass : isOfThisProcess ? "process" : "unknown";
+  }
+  bool isTerminal(const std::string&) const override { return false; }
+};
+
 /// A pasteboard, its main loop, and the programs that copy.
 template <typename Codec>
 class SelectionRig {
@@ -41,7 +50,7 @@ class SelectionRig {
 
   void open(const SelectionOptions& options) {
     pasteboard_.reset();
-    pasteboard_ = X11Pasteboard::create(loop_, codec_, options);
+    pasteboard_ = X11Pasteboard::create(loop_, codec_, applications_, options);
     ASSERT_TRUE(pasteboard_) << "these tests need an X server";
     seen_.clear();
     pasteboard_->onMoved = [this] { seen_.push_back(currentText()); };
@@ -79,6 +88,7 @@ class SelectionRig {
 
   QueueingRunLoop loop_;
   Codec codec_;
+  NamedByClass applications_;
   // The text of each content announced.
   std::vector<std::string> seen_;
   std::unique_ptr<X11Pasteboard> pasteboard_;

@@ -67,6 +67,11 @@ class SelectionServingTest : public testing::Test, protected SelectionRig<QtImag
     write(text);
     publish();
   }
+  void awaitPublished() {
+    std::promise<void> published;
+    pasteboard_->whenPublished([&] { published.set_value(); });
+    ASSERT_EQ(published.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+  }
 
   ScriptedRequester requester_;
 };
@@ -312,11 +317,26 @@ TEST_F(SelectionServingTest, WhatIsPublishedIsServedFromThatMomentOn) {
     const auto text = std::to_string(round);
     write(text);
     pasteboard_->offerPrimary();
-    std::promise<void> published;
-    pasteboard_->whenPublished([&] { published.set_value(); });
-    ASSERT_EQ(published.get_future().wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    awaitPublished();
     ASSERT_TRUE(isServing("CLIPBOARD", text));
     ASSERT_TRUE(isServing("PRIMARY", text));
+  }
+}
+
+TEST_F(SelectionServingTest, WhatIsDiscardedDoesNotOutliveItsProgram) {
+  open({.settling = milliseconds(0)});
+  pasteboard_->onMoved = [this] {
+    seen_.push_back(currentText());
+    if (seen_.back() == "excluded") pasteboard_->discard();
+  };
+  for (const char* copied : {"kept", "excluded"}) {
+    copyAndAwait(text(copied));
+    const auto owner = requester_.ownerOf("CLIPBOARD");
+    owners_.clear();
+    ASSERT_TRUE(loop_.runUntil([&] { return requester_.ownerOf("CLIPBOARD") != owner; }));
+    // The thread has seen that, has handled it, and has done what was due.
+    for (int turn = 0; turn < 3; ++turn) awaitPublished();
+    EXPECT_EQ(requester_.convert("UTF8_STRING").has_value(), copied == std::string("kept"));
   }
 }
 
@@ -345,9 +365,9 @@ class DrivenSession {
     SelectionOptions options;
     options.limits.replyTimeout = milliseconds(100);
     options.limits.quarantine = options.settling = milliseconds(0);
-    session_ = std::make_unique<SelectionSession>(*connection_, codec_, options,
-                                                  SelectionSession::Backgrounds{atOnce, atOnce},
-                                                  [](const auto&, auto) {});
+    session_ = std::make_unique<SelectionSession>(
+        *connection_, codec_, applications_, options, SelectionSession::Backgrounds{atOnce, atOnce},
+        [this](const auto& copy, auto) { session_->keep(copy); });
   }
 
   /// Until everything that has happened so far is dealt with.
@@ -366,6 +386,7 @@ class DrivenSession {
 
  private:
   QtImageCodec codec_;
+  NamedByClass applications_;
   std::unique_ptr<X11Connection> connection_ = X11Connection::open({});
   std::unique_ptr<SelectionSession> session_;
 };

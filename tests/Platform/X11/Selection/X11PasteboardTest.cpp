@@ -18,6 +18,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Optional;
 using Fault = OwnerScript::Fault;
 using std::chrono::milliseconds;
 
@@ -174,6 +175,33 @@ TEST_F(X11PasteboardTest, AnOwnerIsAskedAgainOnDemandAsLongAsItIsThere) {
   copyHolding(text("next"), "TARGETS");
   reread();
   EXPECT_EQ(pasteboard_->rereading(), Rereading::inVain);
+}
+
+TEST_F(X11PasteboardTest, ACopyComesFromWhoWasInFrontThenAndFromItsOwner) {
+  const auto desktop = X11Connection::open({});
+  const auto put = [&](xcb_window_t window, const char* name, std::uint32_t value) {
+    xcb_change_property(desktop->xcb(), XCB_PROP_MODE_REPLACE, window, desktop->atom(name),
+                        XCB_ATOM_WINDOW, 32, 1, &value);
+  };
+  const auto bringToFront = [&](std::string_view classes) {
+    const auto window = desktop->createWindow(0);
+    xcb_change_property(desktop->xcb(), XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLASS,
+                        XCB_ATOM_STRING, 8, static_cast<std::uint32_t>(classes.size()),
+                        classes.data());
+    for (const auto each : {desktop->root(), window}) {
+      put(each, "_NET_SUPPORTING_WM_CHECK", window);
+    }
+    put(desktop->root(), "_NET_ACTIVE_WINDOW", window);
+    awaitReply(xcb_get_input_focus_reply, desktop->xcb(), xcb_get_input_focus(desktop->xcb()));
+  };
+  bringToFront({"vault\0Vault", 12});
+  auto& slow = copyHolding(text("secret"), "UTF8_STRING");
+  bringToFront({"editor\0Editor", 14});
+  slow.release();
+  awaitMoves(1);
+  EXPECT_THAT(pasteboard_->sources(), Optional(ElementsAre("Vault", "process")));
+  pasteboard_->discard();
+  EXPECT_EQ(currentText(), "<none>");
 }
 
 TEST_F(X11PasteboardTest, ASecretIsNeitherReadNorCounted) {
