@@ -71,7 +71,13 @@ bool SelectionClaim::take() {
 }
 
 bool SelectionClaim::isOvertakenBy(const xcb_xfixes_selection_notify_event_t& event,
-                                   std::uint32_t sequence) const {
+                                   std::uint32_t sequence) {
+  if (wish_ && event.owner == XCB_NONE) {
+    if (wish_->time && isLater(event.selection_timestamp, *wish_->time)) {
+      wish_->time = event.selection_timestamp;
+    }
+    return false;
+  }
   // Of the same time, the later request counts. One that came first but names a later time has
   // kept ours from taking effect. A wish is always older than what is reported after its time was.
   const bool isOlder =

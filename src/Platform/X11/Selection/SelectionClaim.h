@@ -41,8 +41,10 @@ class SelectionClaim {
   void handle(const xcb_property_notify_event_t& event, std::uint32_t sequence);
 
   /// Whether a change of owner that the server reports now came after our claim.
-  bool isOvertakenBy(const xcb_xfixes_selection_notify_event_t& event,
-                     std::uint32_t sequence) const;
+  ///
+  /// A wish is not ended by the loss of what was there before it, be it that its owner has ended or
+  /// that it clears up behind itself: it then counts from that moment.
+  bool isOvertakenBy(const xcb_xfixes_selection_notify_event_t& event, std::uint32_t sequence);
   /// The server's word that somebody else has taken the selection from us.
   void handle(const xcb_selection_clear_event_t& event, std::uint32_t sequence);
   void release();

@@ -370,6 +370,16 @@ class DrivenSession {
         [this](const auto& copy, auto) { session_->keep(copy); });
   }
 
+  void beginWrite() {
+    xcb_change_property(connection_->xcb(), XCB_PROP_MODE_APPEND, session_->writeWindow(),
+                        session_->writeProperty(), XCB_ATOM_STRING, 8, 0, nullptr);
+  }
+  void provide(const std::string& text) {
+    const auto content = std::make_shared<ClipboardSnapshot>();
+    content->text = Text(text);
+    session_->provide(1, std::make_shared<ClipboardOffer>(content));
+  }
+
   /// Until everything that has happened so far is dealt with.
   void settle() {
     for (bool isBusy = true; isBusy;) {
@@ -427,6 +437,26 @@ TEST(SelectionTakeoverTest, OnlyWholeContentThatNobodyElseCaresForIsTakenOver) {
     session.settle();
     const auto holder = others.ownerOf("CLIPBOARD");
     EXPECT_EQ(holder != XCB_NONE && holder != others.window(), row.isTaken);
+  }
+}
+
+TEST(SelectionSessionTest, AnOwnerThatEndsOrClearsUpBehindItselfDoesNotEndAWriteBegunBefore) {
+  for (const bool clearsUp : {false, true}) {
+    SCOPED_TRACE(clearsUp);
+    ScriptedRequester other;
+    DrivenSession session;
+    auto owner = std::make_unique<ScriptedOwner>(text("before"));
+    session.settle();
+    session.beginWrite();
+    session.settle();
+    if (clearsUp) other.own("CLIPBOARD", false);
+    owner.reset();
+    while (other.ownerOf("CLIPBOARD") != XCB_NONE) {
+    }
+    session.settle();
+    session.provide("ours");
+    session.settle();
+    EXPECT_NE(other.ownerOf("CLIPBOARD"), XCB_NONE);
   }
 }
 
