@@ -77,7 +77,7 @@ void SnapshotPasteboard::clearContents() {
   draft_ = std::make_shared<ClipboardSnapshot>();
   draft_->types.emplace();
   current_ = draft_;
-  beginWrite();
+  beginWrite(writeNumber_);
   scheduleCommit();
 }
 

@@ -44,9 +44,9 @@ class SnapshotPasteboard : public Pasteboard {
   virtual void keep(std::shared_ptr<const ClipboardSnapshot> copy) = 0;
   /// Has the owner of that copy asked once more; the receiver is given the outcome in any case.
   virtual void askAgain(std::uint64_t copyNumber) = 0;
-  /// A write begins: the clipboard is meant to be ours from now on. Must not wait.
-  virtual void beginWrite() = 0;
-  /// The content of a write, counted from 1; once more when something was added in a later turn.
+  /// A write, counted from 1, begins: the clipboard is meant to be ours from now on. Must not wait.
+  virtual void beginWrite(std::uint64_t writeNumber) = 0;
+  /// The content of a write; once more when something was added in a later turn.
   virtual void publish(std::uint64_t writeNumber, std::shared_ptr<ClipboardOffer> offer) = 0;
   /// Publishes what was written, if anything was; at the end of the turn, or sooner.
   virtual void commit();

@@ -1,5 +1,6 @@
 #include "Platform/X11/Selection/SelectionSession.h"
 
+#include <cstring>
 #include <utility>
 
 namespace stowboard {
@@ -39,6 +40,9 @@ void SelectionSession::handle(const xcb_generic_event_t& event) {
 void SelectionSession::dispatch(const xcb_generic_event_t& event) {
   const auto sequence = event.full_sequence;
   const int type = event.response_type & 0x7F;
+  // Only the answers of owners are sent by programs (ICCCM 2.4).
+  const bool isSent = (event.response_type & 0x80) != 0;
+  if (isSent && type != XCB_SELECTION_NOTIFY) return;
   if (type == connection_.xfixesEventBase() + XCB_XFIXES_SELECTION_NOTIFY) {
     return handleOwner(as<xcb_xfixes_selection_notify_event_t>(event), sequence);
   }
@@ -72,7 +76,8 @@ void SelectionSession::handleProperty(const xcb_property_notify_event_t& event,
     return event.state == XCB_PROPERTY_DELETE ? server_.handleDeletion(event, sequence)
                                               : reader_.handle(event);
   }
-  if (event.atom == writeProperty_) beginWrite(event.time);
+  if (event.state == XCB_PROPERTY_DELETE) return;
+  if (event.atom == writeProperty_) takeWrite(event.time);
   clipboard_.handle(event, sequence);
   primary_.handle(event, sequence);
   handOver_.proceed(isWriting());
@@ -122,8 +127,27 @@ void SelectionSession::expire() {
   handOver_.expire();
 }
 
-void SelectionSession::beginWrite(xcb_timestamp_t time) {
-  writeNumber_ += 1;
+void SelectionSession::beginWrite(X11Connection& connection, std::uint32_t number) {
+  latestWrite_ = number;
+  xcb_change_property(connection.xcb(), XCB_PROP_MODE_APPEND, window_, writeProperty_,
+                      XCB_ATOM_CARDINAL, 32, 1, &number);
+  xcb_flush(connection.xcb());
+}
+
+// One write for each announcement, though the property may hold more by now. Any program can change
+// it: what has not been begun does not count.
+void SelectionSession::takeWrite(xcb_timestamp_t time) {
+  connection_.takeProperty(window_, writeProperty_, [&](PropertyKind, std::string_view bytes) {
+    for (std::uint32_t number = 0; bytes.size() >= sizeof number;
+         bytes.remove_prefix(sizeof number)) {
+      std::memcpy(&number, bytes.data(), sizeof number);
+      if (number > writeNumber_ && number <= latestWrite_) comingWrites_.insert(number);
+    }
+    return true;
+  });
+  if (comingWrites_.empty()) return;
+  writeNumber_ = *comingWrites_.begin();
+  comingWrites_.erase(comingWrites_.begin());
   takeover_.forget();
   reader_.abandon();
   clipboard_.beginAt(time);

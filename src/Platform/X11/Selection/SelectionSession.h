@@ -1,10 +1,12 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -54,12 +56,11 @@ class SelectionSession {
   std::optional<SteadyTime> deadline() const;
   void expire();
 
-  /// Where a write begins with an addition of no bytes, from whatever connection: as of that moment
-  /// the clipboard is meant to be ours, and what other programs copied before does not count any
-  /// more. The server's announcement of it falls into line with those of their copies. On any
-  /// thread.
-  xcb_window_t writeWindow() const { return window_; }
-  xcb_atom_t writeProperty() const { return writeProperty_; }
+  /// Begins write `number`, counted from 1: as of this moment the clipboard is meant to be ours,
+  /// and what other programs copied before does not count any more. The number goes through a
+  /// property of ours, so that the server's announcement falls into line with those of their
+  /// copies. Over a connection of the caller's, on any one thread.
+  void beginWrite(X11Connection& connection, std::uint32_t number);
   /// The content of write `number`, counted from 1, which may not be announced yet. Can be called
   /// again. Without effect when another program has copied since.
   void provide(std::uint64_t number, std::shared_ptr<ClipboardOffer> offer);
@@ -84,7 +85,7 @@ class SelectionSession {
   void handleProperty(const xcb_property_notify_event_t& event, std::uint32_t sequence);
   void handleOwner(const xcb_xfixes_selection_notify_event_t& event, std::uint32_t sequence);
   void receive(FetchedContent content);
-  void beginWrite(xcb_timestamp_t time);
+  void takeWrite(xcb_timestamp_t time);
   bool isWriting() const { return clipboard_.isPending() || early_; }
   void settlePublished();
 
@@ -99,7 +100,11 @@ class SelectionSession {
   SelectionServer server_;
   SelectionTakeover takeover_;
   SelectionHandOver handOver_;
+  // The last one that beginWrite() was called for.
+  std::atomic<std::uint32_t> latestWrite_ = 0;
+  // The last one whose announcement has come, and those after it that were read with it.
   std::uint64_t writeNumber_ = 0;
+  std::set<std::uint32_t> comingWrites_;
   // The content of the next write.
   std::shared_ptr<ClipboardOffer> early_;
   std::uint64_t earlyNumber_ = 0;

@@ -73,10 +73,11 @@ void SelectionThread::end() {
   thread_.join();
 }
 
-void SelectionThread::beginWrite() {
-  xcb_change_property(writeConnection_->xcb(), XCB_PROP_MODE_APPEND, session_.writeWindow(),
-                      session_.writeProperty(), XCB_ATOM_STRING, 8, 0, nullptr);
-  xcb_flush(writeConnection_->xcb());
+void SelectionThread::beginWrite(std::uint32_t number) {
+  session_.beginWrite(*writeConnection_, number);
+  // Every client is sent some events, such as those of a new keyboard layout; unread, they pile up.
+  while (writeConnection_->nextEvent()) {
+  }
 }
 
 void SelectionThread::post(Command command) {

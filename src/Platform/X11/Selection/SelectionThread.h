@@ -32,9 +32,9 @@ class SelectionThread {
   SelectionThread(const SelectionThread&) = delete;
   SelectionThread& operator=(const SelectionThread&) = delete;
 
-  /// Begins a write; see SelectionSession::writeWindow(). Does not wait for the server. One thread
+  /// Begins a write; see SelectionSession::beginWrite(). Does not wait for the server. One thread
   /// at a time.
-  void beginWrite();
+  void beginWrite(std::uint32_t number);
   /// Runs the command on the thread, after those posted before; not any more after end(). From any
   /// thread.
   void post(Command command);

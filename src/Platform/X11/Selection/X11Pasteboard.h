@@ -47,7 +47,9 @@ class X11Pasteboard : public SnapshotPasteboard {
 
   void keep(std::shared_ptr<const ClipboardSnapshot> copy) override;
   void askAgain(std::uint64_t copyNumber) override;
-  void beginWrite() override { thread_->beginWrite(); }
+  void beginWrite(std::uint64_t writeNumber) override {
+    thread_->beginWrite(static_cast<std::uint32_t>(writeNumber));
+  }
   void publish(std::uint64_t writeNumber, std::shared_ptr<ClipboardOffer> offer) override;
   void commit() override;
 

@@ -293,6 +293,28 @@ TEST_F(SelectionServingTest, WritesAndCopiesInAnyOrderEndAtTheTruth) {
   }
 }
 
+// Every program may change the properties of every window, and send events to it.
+TEST_F(SelectionServingTest, StrangeEventsDoNotPassForWritesOrCopies) {
+  publish("first");
+  const auto window = requester_.ownerOf("CLIPBOARD");
+  xcb_property_notify_event_t event{};
+  event.response_type = XCB_PROPERTY_NOTIFY;
+  event.window = window;
+  event.atom = requester_.atom("STOWBOARD_WRITE");
+  xcb_send_event(requester_.xcb(), 0, window, XCB_EVENT_MASK_NO_EVENT,
+                 reinterpret_cast<const char*>(&event));
+  for (const std::uint32_t number : {0u, 1u, 2u, 77u}) {
+    xcb_change_property(requester_.xcb(), XCB_PROP_MODE_APPEND, window, event.atom,
+                        XCB_ATOM_CARDINAL, 32, 1, &number);
+    xcb_delete_property(requester_.xcb(), window, event.atom);
+  }
+  EXPECT_TRUE(isServing("CLIPBOARD", "first"));
+  publish("second");
+  copyAndAwait(text("foreign"));
+  EXPECT_EQ(currentText(), "foreign");
+  publish("third");
+}
+
 TEST_F(SelectionServingTest, PrimaryIsOfferedOnRequestUntilAnotherTakesIt) {
   publish("clipboard only");
   EXPECT_EQ(requester_.ownerOf("PRIMARY"), XCB_NONE);
@@ -370,10 +392,7 @@ class DrivenSession {
         [this](const auto& copy, auto) { session_->keep(copy); });
   }
 
-  void beginWrite() {
-    xcb_change_property(connection_->xcb(), XCB_PROP_MODE_APPEND, session_->writeWindow(),
-                        session_->writeProperty(), XCB_ATOM_STRING, 8, 0, nullptr);
-  }
+  void beginWrite() { session_->beginWrite(*connection_, 1); }
   void provide(const std::string& text) {
     const auto content = std::make_shared<ClipboardSnapshot>();
     content->text = Text(text);
