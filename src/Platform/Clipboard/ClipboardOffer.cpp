@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <iterator>
+#include <new>
 #include <utility>
+
+#include "Base/Log.h"
 
 #include "Platform/Clipboard/TextEncoding.h"
 
@@ -76,12 +79,19 @@ void ClipboardOffer::prepare(const std::string& target, const Background& backgr
   if (!underWay_.insert(target).second) return;
   const auto self = shared_from_this();
   const auto outcome = std::make_shared<std::optional<Conversion>>();
-  background([self, target, outcome] { *outcome = self->convert(target); },
-             [self, target, outcome, done = std::move(done)] {
-               self->prepared_.emplace(target, std::move(*outcome));
-               self->underWay_.erase(target);
-               done();
-             });
+  background(
+      [self, target, outcome] {
+        try {
+          *outcome = self->convert(target);
+        } catch (const std::bad_alloc&) {
+          Log::clipboard.error("There is not enough memory to convert the clipboard");
+        }
+      },
+      [self, target, outcome, done = std::move(done)] {
+        self->prepared_.emplace(target, std::move(*outcome));
+        self->underWay_.erase(target);
+        done();
+      });
 }
 
 std::optional<ClipboardOffer::Conversion> ClipboardOffer::convert(std::string_view target) const {

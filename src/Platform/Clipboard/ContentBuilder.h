@@ -8,6 +8,7 @@
 
 #include "Platform/Clipboard/ClipboardSnapshot.h"
 #include "Platform/Clipboard/TargetPolicy.h"
+#include "Platform/Clipboard/TransferBuffer.h"
 
 namespace stowboard {
 
@@ -34,6 +35,9 @@ struct FetchedContent {
   std::uint64_t copyNumber = 0;
   /// See Pasteboard::sources().
   std::optional<std::vector<std::string>> sources;
+
+  /// What its bytes count against until a snapshot is made of them.
+  std::shared_ptr<ByteShare> share;
 
   bool hasData() const { return text || richText || image; }
 };

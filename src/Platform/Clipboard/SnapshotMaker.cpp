@@ -1,6 +1,9 @@
 #include "Platform/Clipboard/SnapshotMaker.h"
 
+#include <new>
 #include <utility>
+
+#include "Base/Log.h"
 
 #include "Platform/Clipboard/TextEncoding.h"
 
@@ -36,7 +39,21 @@ class SnapshotMaker::Workshop {
   Workshop(ImageCodec& codec, int thumbnailDimension)
       : codec_(codec), thumbnailDimension_(thumbnailDimension) {}
 
+  /// A content that finds no memory is out of reach.
   std::shared_ptr<const ClipboardSnapshot> make(FetchedContent content) {
+    try {
+      return build(content);
+    } catch (const std::bad_alloc&) {
+      Log::clipboard.error("A copy is lost: there is not enough memory for it");
+      auto lost = std::make_shared<ClipboardSnapshot>();
+      lost->news = ClipboardNews::outOfReach;
+      lost->copyNumber = content.copyNumber;
+      return lost;
+    }
+  }
+
+ private:
+  std::shared_ptr<const ClipboardSnapshot> build(FetchedContent& content) {
     auto snapshot = std::make_shared<ClipboardSnapshot>();
     const auto kept = previous_.lock();
     const auto previous = kept ? kept : std::make_shared<const ClipboardSnapshot>();
@@ -65,7 +82,6 @@ class SnapshotMaker::Workshop {
     return snapshot;
   }
 
- private:
   ImageCodec& codec_;
   const int thumbnailDimension_;
   // As long as somebody else needs it.

@@ -31,6 +31,20 @@ void Utf8Checker::feed(std::string_view piece) {
   isBroken_ = carry_.size() == longestCharacter;
 }
 
+bool ByteBudget::take(std::size_t bytes) {
+  std::size_t used = used_;
+  do {
+    if (bytes > limit_ - used) return false;
+  } while (!used_.compare_exchange_weak(used, used + bytes));
+  return true;
+}
+
+bool ByteShare::grow(std::size_t bytes) {
+  if (!budget_->take(bytes)) return false;
+  size_ += bytes;
+  return true;
+}
+
 void TransferBuffer::Unmap::operator()(char* block) const { munmap(block, blockSize); }
 
 bool TransferBuffer::addBlock() {
@@ -43,7 +57,7 @@ bool TransferBuffer::addBlock() {
 }
 
 bool TransferBuffer::append(std::string_view piece) {
-  if (piece.size() > limit_ - size_) return false;
+  if (piece.size() > limit_ - size_ || !share_->grow(piece.size())) return false;
   utf8_.feed(piece);
   const auto inHead = blocks_.empty() ? std::min(piece.size(), headSize - head_.size()) : 0;
   head_.append(piece.substr(0, inHead));

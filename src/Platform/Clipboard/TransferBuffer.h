@@ -1,10 +1,12 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace stowboard {
@@ -21,6 +23,38 @@ struct TransferLimits {
   std::chrono::milliseconds totalTimeout{60000};
   /// Of all formats of one content together.
   std::size_t maxBytes = std::size_t{512} << 20;
+  /// Of all contents that are on their way, from their owners to the finished snapshot.
+  std::size_t maxTotalBytes = std::size_t{1} << 30;
+};
+
+/// Counts what several contents hold together, against a bound. On any thread.
+class ByteBudget {
+ public:
+  explicit ByteBudget(std::size_t limit) : limit_(limit) {}
+
+  std::size_t used() const { return used_; }
+  /// False, and nothing is taken, when the bound would be exceeded.
+  bool take(std::size_t bytes);
+  void giveBack(std::size_t bytes) { used_ -= bytes; }
+
+ private:
+  const std::size_t limit_;
+  std::atomic<std::size_t> used_ = 0;
+};
+
+/// What one content has taken of a budget, to be given back with it.
+class ByteShare {
+ public:
+  explicit ByteShare(std::shared_ptr<ByteBudget> budget) : budget_(std::move(budget)) {}
+  ~ByteShare() { budget_->giveBack(size_); }
+  ByteShare(const ByteShare&) = delete;
+  ByteShare& operator=(const ByteShare&) = delete;
+
+  bool grow(std::size_t bytes);
+
+ private:
+  const std::shared_ptr<ByteBudget> budget_;
+  std::size_t size_ = 0;
 };
 
 /// Checks UTF-8 as it comes in, in pieces that may end within a character.
@@ -41,7 +75,9 @@ class Utf8Checker {
 /// content and one block, not twice the content.
 class TransferBuffer {
  public:
-  explicit TransferBuffer(std::size_t limit) : limit_(limit) {}
+  /// The share is counted against as well, and keeps what is taken out.
+  TransferBuffer(std::size_t limit, std::shared_ptr<ByteShare> share)
+      : limit_(limit), share_(std::move(share)) {}
 
   /// False, and nothing is taken, when the content would exceed the bound.
   bool append(std::string_view piece);
@@ -60,6 +96,7 @@ class TransferBuffer {
   bool addBlock();
 
   std::size_t limit_;
+  const std::shared_ptr<ByteShare> share_;
   std::size_t size_ = 0;
   std::string head_;
   std::vector<std::unique_ptr<char, Unmap>> blocks_;

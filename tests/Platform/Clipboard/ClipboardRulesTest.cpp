@@ -51,7 +51,8 @@ TEST(CompoundText, DecodesTheCommonSets) {
 TEST(TransferBuffer, JoinsPiecesOfAnySizeAndKeepsItsBound) {
   // Odd sizes, so that pieces straddle the borders of the blocks inside.
   std::string whole;
-  TransferBuffer buffer(std::size_t{12} << 20);
+  const auto budget = std::make_shared<ByteBudget>(std::size_t{20} << 20);
+  TransferBuffer buffer(std::size_t{12} << 20, std::make_shared<ByteShare>(budget));
   for (std::size_t size = 777'777; whole.size() + size <= std::size_t{12} << 20;) {
     const std::string piece(size, static_cast<char>('a' + whole.size() % 26));
     ASSERT_TRUE(buffer.append(piece));
@@ -59,6 +60,13 @@ TEST(TransferBuffer, JoinsPiecesOfAnySizeAndKeepsItsBound) {
   }
   EXPECT_FALSE(buffer.append(std::string(777'777, 'x')));
   EXPECT_EQ(buffer.size(), whole.size());
+  {
+    // Several have a bound together, too.
+    TransferBuffer other(std::size_t{12} << 20, std::make_shared<ByteShare>(budget));
+    EXPECT_TRUE(other.append(std::string(std::size_t{8} << 20, 'x')));
+    EXPECT_FALSE(other.append(std::string(std::size_t{1} << 20, 'x')));
+  }
+  EXPECT_EQ(budget->used(), whole.size());
   EXPECT_TRUE(buffer.take() == whole);
 }
 

@@ -1,9 +1,11 @@
 #include "Platform/X11/Selection/IncomingTransfer.h"
 
+#include <utility>
+
 namespace stowboard {
 
 IncomingTransfer::IncomingTransfer(X11Connection& connection, xcb_window_t window,
-                                   xcb_atom_t target, xcb_timestamp_t time, std::size_t byteLimit,
+                                   xcb_atom_t target, xcb_timestamp_t time, TransferBuffer buffer,
                                    const TransferLimits& limits, SteadyTime now)
     : connection_(connection),
       window_(window),
@@ -11,7 +13,7 @@ IncomingTransfer::IncomingTransfer(X11Connection& connection, xcb_window_t windo
       incr_(connection.atom("INCR")),
       chunkTimeout_(limits.chunkTimeout),
       deadline_(now + limits.replyTimeout),
-      buffer_(byteLimit) {
+      buffer_(std::move(buffer)) {
   const auto clipboard = connection.atom("CLIPBOARD");
   sequence_ =
       xcb_convert_selection(connection.xcb(), window, clipboard, target, target, time).sequence;

@@ -31,7 +31,7 @@ class IncomingTransfer {
 
   /// Sends the request. `time` is the server time of the event that it goes back to.
   IncomingTransfer(X11Connection& connection, xcb_window_t window, xcb_atom_t target,
-                   xcb_timestamp_t time, std::size_t byteLimit, const TransferLimits& limits,
+                   xcb_timestamp_t time, TransferBuffer buffer, const TransferLimits& limits,
                    SteadyTime now);
 
   State state() const { return state_; }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 
 namespace stowboard {
 
@@ -21,34 +22,40 @@ std::vector<xcb_atom_t> atomsOf(const std::string& bytes) {
 
 SelectionFetch::SelectionFetch(X11Connection& connection, const TransferLimits& limits,
                                xcb_window_t owner, xcb_timestamp_t time, SteadyTime now,
-                               std::uint64_t copyNumber)
+                               std::uint64_t copyNumber, std::shared_ptr<ByteShare> share)
     : connection_(connection),
       limits_(limits),
       owner_(owner),
       time_(time),
       deadline_(now + limits.totalTimeout),
       copyNumber_(copyNumber),
+      share_(std::move(share)),
       window_(connection.createWindow(XCB_EVENT_MASK_PROPERTY_CHANGE)),
       now_(now) {
   request(connection.atom("TARGETS"), maxTargetBytes);
 }
 
-void SelectionFetch::handle(const xcb_selection_notify_event_t& event, SteadyTime now) {
+template <typename Step>
+void SelectionFetch::advance(SteadyTime now, Step step) {
   now_ = now;
-  if (isPending()) transfer_->handle(event, now);
-  proceed();
+  try {
+    if (isPending()) step();
+    proceed();
+  } catch (const std::bad_alloc&) {
+    fail("there is not enough memory for it");
+  }
+}
+
+void SelectionFetch::handle(const xcb_selection_notify_event_t& event, SteadyTime now) {
+  advance(now, [&] { transfer_->handle(event, now); });
 }
 
 void SelectionFetch::handle(const xcb_property_notify_event_t& event, SteadyTime now) {
-  now_ = now;
-  if (isPending()) transfer_->handle(event, now);
-  proceed();
+  advance(now, [&] { transfer_->handle(event, now); });
 }
 
 void SelectionFetch::expire(SteadyTime now) {
-  now_ = now;
-  if (isPending()) transfer_->expire(now);
-  proceed();
+  advance(now, [&] { transfer_->expire(now); });
   if (now >= deadline_) fail("its owner took too long in all");
 }
 
@@ -69,6 +76,7 @@ FetchedContent SelectionFetch::takeContent() {
   auto content = content_ ? content_->take() : FetchedContent{};
   content.isWhole = state_ == State::complete;
   content.copyNumber = copyNumber_;
+  content.share = share_;
   content.sources = std::move(sources_);
   return content;
 }
@@ -129,7 +137,8 @@ void SelectionFetch::requestNext() {
 }
 
 void SelectionFetch::request(xcb_atom_t target, std::size_t room) {
-  transfer_.emplace(connection_, window_, target, time_, room, limits_, now_);
+  transfer_.emplace(connection_, window_, target, time_, TransferBuffer(room, share_), limits_,
+                    now_);
 }
 
 }  // namespace stowboard

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -26,9 +27,11 @@ class SelectionFetch {
     failed,
   };
 
-  /// Starts at once. `time` is the server time of the change of owner.
+  /// Starts at once. `time` is the server time of the change of owner; `share` keeps the bytes
+  /// within bounds.
   SelectionFetch(X11Connection& connection, const TransferLimits& limits, xcb_window_t owner,
-                 xcb_timestamp_t time, SteadyTime now, std::uint64_t copyNumber);
+                 xcb_timestamp_t time, SteadyTime now, std::uint64_t copyNumber,
+                 std::shared_ptr<ByteShare> share);
 
   State state() const { return state_; }
   bool isPending() const { return state_ == State::pending; }
@@ -68,6 +71,8 @@ class SelectionFetch {
   FetchedContent takeContent();
 
  private:
+  template <typename Step>
+  void advance(SteadyTime now, Step step);
   void fail(std::string_view reason);
   void proceed();
   void endTransfer();
@@ -82,6 +87,7 @@ class SelectionFetch {
   const xcb_timestamp_t time_;
   const SteadyTime deadline_;
   const std::uint64_t copyNumber_;
+  const std::shared_ptr<ByteShare> share_;
   const xcb_window_t window_;
   std::optional<std::vector<std::string>> sources_;
   State state_ = State::pending;

@@ -22,6 +22,7 @@ SelectionReader::SelectionReader(X11Connection& connection,
     : connection_(connection),
       desktop_(connection, applications),
       limits_(limits),
+      budget_(std::make_shared<ByteBudget>(limits.maxTotalBytes)),
       receiver_(std::move(receiver)) {
   xcb_xfixes_select_selection_input(connection.xcb(), connection.root(),
                                     connection.atom("CLIPBOARD"),
@@ -67,7 +68,8 @@ void SelectionReader::handle(const xcb_xfixes_selection_notify_event_t& event,
 
 SelectionFetch& SelectionReader::begin(const Owner& owner) {
   fetches_.push_back(std::make_unique<SelectionFetch>(connection_, limits_, owner.window,
-                                                      owner.since, now(), copyCount_));
+                                                      owner.since, now(), copyCount_,
+                                                      std::make_shared<ByteShare>(budget_)));
   fetches_.back()->setSources(owner.sources);
   return *fetches_.back();
 }
@@ -126,12 +128,16 @@ void SelectionReader::expire() {
 void SelectionReader::settle() {
   const auto ended = [](const auto& fetch) { return !fetch->isPending(); };
   const auto newest = std::find_if(fetches_.rbegin(), fetches_.rend(), ended);
-  for (auto left = fetches_.rend() - newest; left > 0; --left) {
-    const auto fetch = std::move(fetches_.front());
-    fetches_.pop_front();
-    fetch->overtake();
-    finish(*fetch);
-  }
+  for (auto left = fetches_.rend() - newest; left > 0; --left) finishOldest();
+  // The newest copy is not to want for room.
+  while (fetches_.size() > 1 && budget_->used() > limits_.maxTotalBytes / 2) finishOldest();
+}
+
+void SelectionReader::finishOldest() {
+  const auto fetch = std::move(fetches_.front());
+  fetches_.pop_front();
+  fetch->overtake();
+  finish(*fetch);
 }
 
 void SelectionReader::finish(SelectionFetch& fetch) {

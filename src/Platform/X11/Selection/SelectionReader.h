@@ -65,6 +65,7 @@ class SelectionReader {
   SelectionFetch& begin(const Owner& owner);
   std::optional<std::vector<std::string>> sourcesOf(xcb_window_t owner) const;
   void settle();
+  void finishOldest();
   void finish(SelectionFetch& fetch);
   void deliver(SelectionFetch& fetch);
   void deliverOutOfReach(std::uint64_t copyNumber);
@@ -73,6 +74,7 @@ class SelectionReader {
   X11Connection& connection_;
   const X11Desktop desktop_;
   const SelectionLimits limits_;
+  const std::shared_ptr<ByteBudget> budget_;
   const Receiver receiver_;
   // The oldest first. All but the last are superseded.
   std::deque<std::unique_ptr<SelectionFetch>> fetches_;

@@ -6,8 +6,10 @@
 
 #include <algorithm>
 #include <array>
+#include <new>
 #include <utility>
 
+#include "Base/Log.h"
 #include "Base/SignalFreeThread.h"
 
 namespace stowboard {
@@ -113,13 +115,23 @@ bool SelectionThread::isDone() {
   return commands_.empty() && !session_.isHandingOver();
 }
 
+// What finds no memory is lost, but nothing else is.
+template <typename Work>
+void SelectionThread::guard(Work work) {
+  try {
+    work();
+  } catch (const std::bad_alloc&) {
+    Log::clipboard.error("There is not enough memory to go on with the clipboard's content");
+  }
+}
+
 bool SelectionThread::runCommands() {
   std::vector<Command> commands;
   {
     const std::lock_guard lock(mutex_);
     commands.swap(commands_);
   }
-  for (const auto& command : commands) command(session_);
+  for (const auto& command : commands) guard([&] { command(session_); });
   return !commands.empty();
 }
 
@@ -128,7 +140,7 @@ bool SelectionThread::handleEvents() {
   while (count < maxEventsAtOnce) {
     const auto event = connection_->nextEvent();
     if (!event) break;
-    session_.handle(*event);
+    guard([&] { session_.handle(*event); });
     ++count;
   }
   return count > 0;
@@ -137,7 +149,7 @@ bool SelectionThread::handleEvents() {
 bool SelectionThread::expireDeadlines() {
   const auto deadline = session_.deadline();
   if (!deadline || *deadline > std::chrono::steady_clock::now()) return false;
-  session_.expire();
+  guard([&] { session_.expire(); });
   return true;
 }
 
@@ -152,7 +164,7 @@ Background SelectionThread::background(SerialQueue& queue, const std::atomic<boo
   return [this, &queue, &isOver](auto work, auto finish) {
     queue.async([this, &isOver, work = std::move(work), finish = std::move(finish)] {
       if (isOver) return;
-      work();
+      guard(work);
       post([finish](SelectionSession&) { finish(); });
     });
   };

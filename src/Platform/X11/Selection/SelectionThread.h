@@ -49,6 +49,8 @@ class SelectionThread {
 
   void run();
   bool isDone();
+  template <typename Work>
+  static void guard(Work work);
   bool runCommands();
   bool handleEvents();
   bool expireDeadlines();

@@ -42,6 +42,7 @@ class RecordingCodec : public ImageCodec {
   std::shared_ptr<const Image> decodeToFit(const Bytes& encoded, int maxDimension) override {
     EXPECT_NE(std::this_thread::get_id(), mainThread_);
     EXPECT_EQ(maxDimension, 300);
+    if (hasNoMemory.exchange(false)) throw std::bad_alloc();
     isOpen.wait(false);
     decoded.push_back(encoded);
     return std::make_shared<Picture>();
@@ -54,6 +55,7 @@ class RecordingCodec : public ImageCodec {
   }
 
   std::atomic<bool> isOpen = true;
+  std::atomic<bool> hasNoMemory = false;
   // Looked at by the test only after the move that the decoding precedes.
   std::vector<Bytes> decoded;
 
@@ -305,7 +307,8 @@ TEST(SelectionFetchTest, ARequestThatReachedTheNextOwnerIsGivenUp) {
   const auto now = std::chrono::steady_clock::now();
   for (const bool reachedNext : {true, false}) {
     const auto before = sequence();
-    SelectionFetch fetch(*connection, {}, 1, XCB_CURRENT_TIME, now, 1);
+    SelectionFetch fetch(*connection, {}, 1, XCB_CURRENT_TIME, now, 1,
+                         std::make_shared<ByteShare>(std::make_shared<ByteBudget>(0)));
     fetch.supersede(reachedNext ? before : sequence(), 2);
     EXPECT_EQ(fetch.isPending(), !reachedNext);
   }
@@ -372,6 +375,25 @@ TEST_F(X11PasteboardTest, AnImageIsDecodedBeforeItsAnnouncementWhileTheNextCopyI
   awaitMoves(2);
   EXPECT_THAT(seen_, ElementsAre("image", "next"));
   EXPECT_TRUE(wasDecoded);
+}
+
+TEST_F(X11PasteboardTest, ACopyThatFindsNoMemoryCostsNoOther) {
+  codec_.hasNoMemory = true;
+  copyHolding(offering({{"image/png", pngBytes}}), "image/png").release();
+  ASSERT_TRUE(loop_.runUntil([this] { return !codec_.hasNoMemory; }));
+  copyAndAwait(text("next"));
+  EXPECT_THAT(seen_, ElementsAre("next"));
+}
+
+TEST_F(X11PasteboardTest, AnOlderCopyMakesRoomForTheNewest) {
+  open({.limits = {{.maxBytes = 100'000, .maxTotalBytes = 100'000}}});
+  const std::string older(60'000, 'x');
+  copyHolding(offering({{"UTF8_STRING", older}, {"text/rtf", "never"}}), "text/rtf");
+  auto newer = text(std::string(90'000, 'y'));
+  newer.chunkSize = 30'000;
+  copy(newer);
+  awaitMoves(2);
+  EXPECT_TRUE(seen_ == std::vector({older, newer.formats[0].bytes}));
 }
 
 TEST_F(X11PasteboardTest, NothingIsCalledAfterItsEnd) {
