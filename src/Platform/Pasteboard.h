@@ -35,8 +35,8 @@ class Pasteboard {
   virtual ~Pasteboard() = default;
 
   /// Raised with every change of content, other programs' and our own; it never goes back.
-  /// Content that its owner marks as a secret, and the loss of content by its owner's exit, do not
-  /// move it.
+  /// Content that its owner marks as a secret, the loss of content by its owner's exit, and a
+  /// program's emptying the clipboard, do not move it.
   virtual std::int64_t changeCount() const = 0;
 
   /// The types on offer, those of PasteboardType that can be had first, then the owner's other

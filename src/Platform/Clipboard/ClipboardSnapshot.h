@@ -20,6 +20,8 @@ enum class ClipboardNews {
   content,
   /// A copy whose owner cannot be asked once more.
   outOfReach,
+  /// A program has emptied the clipboard on purpose.
+  cleared,
 };
 
 /// One content of the clipboard, ready to be read without waiting. Immutable once it is shared with

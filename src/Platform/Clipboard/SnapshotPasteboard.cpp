@@ -44,6 +44,7 @@ void SnapshotPasteboard::adopt(std::shared_ptr<const ClipboardSnapshot> snapshot
   const bool isInVain = snapshot->news == ClipboardNews::outOfReach;
   if (isReread || !isInVain) rereading_ = isInVain ? Rereading::inVain : Rereading::ended;
   if (isInVain) return;
+  if (snapshot->news == ClipboardNews::cleared) return clear();
   current_ = std::move(snapshot);
   if (isReread) return keep(current_);
   isOurs_ = false;
@@ -57,10 +58,15 @@ void SnapshotPasteboard::adopt(std::shared_ptr<const ClipboardSnapshot> snapshot
 }
 
 void SnapshotPasteboard::discard() {
-  if (isOurs_) return;
+  if (!isOurs_) clear();
+}
+
+void SnapshotPasteboard::clear() {
   auto nothing = std::make_shared<ClipboardSnapshot>();
   nothing->types.emplace();
   current_ = std::move(nothing);
+  isOurs_ = false;
+  rereading_ = Rereading::inVain;
 }
 
 void SnapshotPasteboard::reread() {

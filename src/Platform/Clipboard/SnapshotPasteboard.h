@@ -54,6 +54,7 @@ class SnapshotPasteboard : public Pasteboard {
 
  private:
   void adopt(std::shared_ptr<const ClipboardSnapshot> snapshot, std::uint64_t writeNumber);
+  void clear();
   ClipboardSnapshot* draft();
 
   RunLoop& runLoop_;

@@ -12,8 +12,9 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-// Set by password managers on content that no history should keep; its value does not matter.
-constexpr std::string_view secretMarker = "x-kde-passwordManagerHint";
+// Set by password managers on content that no history should keep; its value does not matter. In
+// lower case, since some toolkits do not keep that of MIME types.
+constexpr std::string_view secretMarker = "x-kde-passwordmanagerhint";
 
 constexpr auto textNames = std::to_array<std::string_view>(
     {"utf8_string", "text/plain;charset=utf-8", "text/plain", "string", "compound_text"});
@@ -59,7 +60,7 @@ Names publishedTypes(const TargetPlan& plan, const Names& targets) {
 
 TargetPlan planForTargets(const Names& targets) {
   TargetPlan plan;
-  plan.isSecret = std::ranges::find(targets, secretMarker) != targets.end();
+  plan.isSecret = std::ranges::find(targets, secretMarker, normalised) != targets.end();
   plan.texts = offered(targets, textNames);
   plan.richTexts = offered(targets, richTextNames);
   constexpr auto ownImageNames = std::to_array<std::string_view>({tiffName, pngName});

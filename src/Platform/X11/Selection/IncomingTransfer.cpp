@@ -63,10 +63,12 @@ void IncomingTransfer::receiveChunk(SteadyTime now) {
       });
   // The announcement of a value that an earlier call has already read.
   if (!kind) return;
-  kind_ = *kind;
+  const bool isEmpty = buffer_.size() == sizeBefore;
+  // That of the content: some owners end with an empty chunk of any kind.
+  if (!isEmpty || kind_.type == XCB_ATOM_NONE) kind_ = *kind;
   deadline_ = now + chunkTimeout_;
   // A chunk of no length ends the transfer.
-  if (buffer_.size() == sizeBefore) state_ = State::done;
+  if (isEmpty) state_ = State::done;
   if (!fits) state_ = State::tooLarge;
 }
 

@@ -67,6 +67,8 @@ bool SelectionClaim::take() {
     sequence_ = xcb_set_selection_owner(connection_.xcb(), window_, selection_, time_).sequence;
   }
   xcb_ungrab_server(connection_.xcb());
+  // Every other program waits for it.
+  xcb_flush(connection_.xcb());
   return isFree;
 }
 

@@ -108,7 +108,6 @@ SelectionFetch* SelectionReader::fetchFor(xcb_window_t window) {
 
 std::optional<SteadyTime> SelectionReader::deadline() const {
   std::optional<SteadyTime> earliest;
-  if (!retired_.empty()) earliest = retired_.front().end;
   for (const auto& fetch : fetches_) {
     earliest = std::min(earliest.value_or(fetch->deadline()), fetch->deadline());
   }
@@ -119,10 +118,6 @@ void SelectionReader::expire() {
   const auto time = now();
   for (auto& fetch : fetches_) fetch->expire(time);
   settle();
-  while (!retired_.empty() && retired_.front().end <= time) {
-    connection_.destroyWindow(retired_.front().window);
-    retired_.pop_front();
-  }
 }
 
 void SelectionReader::settle() {
@@ -143,10 +138,8 @@ void SelectionReader::finishOldest() {
 void SelectionReader::finish(SelectionFetch& fetch) {
   if (fetch.state() == SelectionFetch::State::failed) {
     Log::clipboard.info("Gave up reading the clipboard: {}", fetch.failure());
-    retire(fetch.window());
-  } else {
-    connection_.destroyWindow(fetch.window());
   }
+  retire(fetch.window());
   if (fetch.state() == SelectionFetch::State::secret) {
     Log::clipboard.info("Skipped: the content is marked as a secret");
     if (fetch.copyNumber() <= delivered_) deliverOutOfReach(fetch.copyNumber());
@@ -176,7 +169,11 @@ void SelectionReader::deliverOutOfReach(std::uint64_t copyNumber) {
   receiver_(std::move(nothing));
 }
 
+// No timer wakes the thread for these: they go when the next ones come.
 void SelectionReader::retire(xcb_window_t window) {
+  for (; !retired_.empty() && retired_.front().end <= now(); retired_.pop_front()) {
+    connection_.destroyWindow(retired_.front().window);
+  }
   const std::uint32_t noEvents = 0;
   xcb_change_window_attributes(connection_.xcb(), window, XCB_CW_EVENT_MASK, &noEvents);
   retired_.push_back({window, now() + limits_.quarantine});

@@ -15,8 +15,9 @@ namespace stowboard {
 
 /// The bounds for the owner of a selection.
 struct SelectionLimits : TransferLimits {
-  /// How long the window of a request that was given up stays, so that an owner which answers late
-  /// does not write into a window that is gone: that error ends many a program.
+  /// How long the window of a fetch stays at least when that is over, so that an owner which
+  /// answers late, or stops listening late, does not meet a window that is gone: that error ends
+  /// many a program.
   std::chrono::milliseconds quarantine{30000};
 };
 

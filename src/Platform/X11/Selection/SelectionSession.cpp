@@ -99,6 +99,10 @@ void SelectionSession::handleOwner(const xcb_xfixes_selection_notify_event_t& ev
     takeover_.forget();
   }
   reader_.handle(event, sequence);
+  if (event.owner != XCB_NONE || !isOnPurpose) return;
+  FetchedContent nothing;
+  nothing.news = ClipboardNews::cleared;
+  receive(std::move(nothing));
 }
 
 void SelectionSession::receive(FetchedContent content) {

@@ -78,13 +78,8 @@ class ScriptedOwner {
   }
 
   /// Takes the clipboard (once more); returns when the server has seen to it.
-  void take() {
-    xcb_set_selection_owner(xcb(), window_, clipboard_, XCB_CURRENT_TIME);
-    const auto cookie = xcb_get_selection_owner(xcb(), clipboard_);
-    std::free(xcb_get_selection_owner_reply(xcb(), cookie, nullptr));
-    // The wait may have read requests into xcb's queue behind the back of the thread's poll().
-    eventfd_write(wakeUp_, 1);
-  }
+  void take() { setOwner(window_); }
+  void giveUp() { setOwner(XCB_NONE); }
 
   /// Answers the requests that were held back, and holds none any more.
   void release() {
@@ -114,6 +109,13 @@ class ScriptedOwner {
   using Key = std::pair<xcb_window_t, xcb_atom_t>;
 
   xcb_connection_t* xcb() const { return connection_->xcb(); }
+
+  void setOwner(xcb_window_t owner) {
+    xcb_set_selection_owner(xcb(), owner, clipboard_, XCB_CURRENT_TIME);
+    awaitReply(xcb_get_selection_owner_reply, xcb(), xcb_get_selection_owner(xcb(), clipboard_));
+    // The wait may have read requests into xcb's queue behind the back of the thread's poll().
+    eventfd_write(wakeUp_, 1);
+  }
 
   void run() {
     while (!isEnding_ && !hasDied_) {
@@ -202,17 +204,26 @@ class ScriptedOwner {
   void sendChunk(Key key) {
     using Fault = OwnerScript::Fault;
     const auto found = transfers_.find(key);
-    if (found == transfers_.end()) return;
+    if (found == transfers_.end()) return deselect(key);
     auto& [rest, type, chunks] = found->second;
     const bool hasSentOne = chunks++ > 0;
     if (hasSentOne && script_.fault == Fault::stopsAfterOneChunk) return;
     if (hasSentOne && script_.fault == Fault::diesAfterOneChunk) return die();
     const auto size =
         script_.fault == Fault::onlyEmptyChunks ? 0 : std::min(script_.chunkSize, rest.size());
-    put(key, {type, 8}, rest.data(), size);
+    const bool isEnd = size == 0 && script_.fault == Fault::none;
+    // An owner may end with an empty chunk of any kind, when there was another before.
+    put(key, isEnd && hasSentOne ? PropertyKind{XCB_ATOM_INTEGER, 32} : PropertyKind{type, 8},
+        rest.data(), size);
     if (script_.fault == Fault::neverEnds) return;
     rest.remove_prefix(size);
-    if (size == 0 && script_.fault == Fault::none) transfers_.erase(found);
+    if (isEnd) transfers_.erase(found);
+  }
+
+  // When the last chunk has been read, as toolkits do.
+  void deselect(Key key) {
+    const std::uint32_t noEvents = XCB_EVENT_MASK_NO_EVENT;
+    xcb_change_window_attributes(xcb(), key.first, XCB_CW_EVENT_MASK, &noEvents);
   }
 
   void die() {

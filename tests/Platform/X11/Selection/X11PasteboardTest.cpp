@@ -151,6 +151,7 @@ TEST_F(X11PasteboardTest, ContentOfAnySizeArrivesWhole) {
     copyAndAwait(script);
     EXPECT_TRUE(seen_.back() == script.formats[0].bytes);
   }
+  for (const auto& owner : owners_) EXPECT_EQ(owner->errors(), 0);
 }
 
 TEST_F(X11PasteboardTest, AnOwnerIsAskedAgainOnDemandAsLongAsItIsThere) {
@@ -375,6 +376,14 @@ TEST_F(X11PasteboardTest, AnImageIsDecodedBeforeItsAnnouncementWhileTheNextCopyI
   awaitMoves(2);
   EXPECT_THAT(seen_, ElementsAre("image", "next"));
   EXPECT_TRUE(wasDecoded);
+}
+
+TEST_F(X11PasteboardTest, AClipboardThatAProgramEmptiesHoldsNothingWithoutAMove) {
+  auto& owner = copy(text("gone"));
+  awaitMoves(1);
+  owner.giveUp();
+  EXPECT_TRUE(loop_.runUntil([this] { return currentText() == "<none>"; }));
+  EXPECT_EQ(pasteboard_->changeCount(), 1);
 }
 
 TEST_F(X11PasteboardTest, ACopyThatFindsNoMemoryCostsNoOther) {
