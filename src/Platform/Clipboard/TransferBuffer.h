@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstddef>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -83,6 +84,18 @@ class TransferBuffer {
   bool append(std::string_view piece);
   std::size_t size() const { return size_; }
   bool isUtf8() const { return utf8_.isValid(); }
+  /// For content that must leave no traces behind, of a megabyte at most. To be called first:
+  /// wipe() shows it as it is then, and wipes it.
+  void makeSecret() {
+    isSecret_ = true;
+    head_.reserve(limit_);
+  }
+  bool isSecret() const { return isSecret_; }
+  template <typename Use>
+  void wipe(Use use) {
+    use(std::string_view(head_));
+    explicit_bzero(head_.data(), head_.capacity());
+  }
   /// Hands the whole content over and leaves the buffer empty.
   std::string take();
 
@@ -98,6 +111,7 @@ class TransferBuffer {
   std::size_t limit_;
   const std::shared_ptr<ByteShare> share_;
   std::size_t size_ = 0;
+  bool isSecret_ = false;
   std::string head_;
   std::vector<std::unique_ptr<char, Unmap>> blocks_;
   std::size_t lastBlockUsed_ = blockSize;

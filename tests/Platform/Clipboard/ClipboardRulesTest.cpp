@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "Platform/Clipboard/SecretMemory.h"
 #include "Platform/Clipboard/TargetPolicy.h"
 #include "Platform/Clipboard/TextEncoding.h"
 #include "Platform/Clipboard/TransferBuffer.h"
@@ -47,6 +48,24 @@ TEST(CompoundText, DecodesTheCommonSets) {
   };
   for (const auto& row : rows)
     EXPECT_EQ(compoundTextToUtf8(row.compound), row.utf8) << row.compound;
+}
+
+TEST(SecretMemory, KnowsItsTextFromEveryOtherUntilOneComes) {
+  const std::string secret = "correct horse battery";
+  SecretMemory memory;
+  for (std::size_t place = 0; place <= secret.size(); ++place) {
+    auto other = secret;
+    if (place < secret.size()) {
+      other[place] ^= 1;
+    } else {
+      other += '!';
+    }
+    memory.remember(secret, 5);
+    EXPECT_FALSE(memory.knows(other, 4)) << "what came before it does not matter";
+    EXPECT_TRUE(memory.knows(secret + '\0', 6));
+    EXPECT_FALSE(memory.knows(other, 7)) << other;
+    EXPECT_FALSE(memory.knows(secret, 8));
+  }
 }
 
 TEST(TransferBuffer, JoinsPiecesOfAnySizeAndKeepsItsBound) {

@@ -1,5 +1,6 @@
 #include "Platform/X11/Selection/IncomingTransfer.h"
 
+#include <cstring>
 #include <utility>
 
 namespace stowboard {
@@ -36,12 +37,19 @@ void IncomingTransfer::expire(SteadyTime now) {
   if (isPending() && now >= deadline_) state_ = State::timedOut;
 }
 
+bool IncomingTransfer::append(std::string_view bytes) {
+  const bool fits = buffer_.append(bytes);
+  // They are the connection's copy, which nobody else looks at before it is freed.
+  if (buffer_.isSecret()) explicit_bzero(const_cast<char*>(bytes.data()), bytes.size());
+  return fits;
+}
+
 void IncomingTransfer::receiveAnswer(SteadyTime now) {
   bool fits = true;
   // Deleting the property is also what starts an incremental transfer.
   const auto kind =
       connection_.takeProperty(window_, target_, [&](PropertyKind piece, std::string_view bytes) {
-        if (piece.type != incr_) fits = buffer_.append(bytes);
+        if (piece.type != incr_) fits = append(bytes);
         return fits;
       });
   if (kind && kind->type == incr_) {
@@ -58,7 +66,7 @@ void IncomingTransfer::receiveChunk(SteadyTime now) {
   bool fits = true;
   const auto kind =
       connection_.takeProperty(window_, target_, [&](PropertyKind, std::string_view bytes) {
-        fits = buffer_.append(bytes);
+        fits = append(bytes);
         return fits;
       });
   // The announcement of a value that an earlier call has already read.

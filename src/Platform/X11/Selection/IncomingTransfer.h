@@ -50,8 +50,10 @@ class IncomingTransfer {
   PropertyKind kind() const { return kind_; }
   bool isUtf8() const { return buffer_.isUtf8(); }
   std::string takeContent() { return buffer_.take(); }
+  TransferBuffer& buffer() { return buffer_; }
 
  private:
+  bool append(std::string_view bytes);
   void receiveAnswer(SteadyTime now);
   void receiveChunk(SteadyTime now);
 

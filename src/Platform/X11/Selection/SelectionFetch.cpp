@@ -4,6 +4,8 @@
 #include <cstring>
 #include <new>
 
+#include "Platform/Clipboard/SecretMemory.h"
+
 namespace stowboard {
 
 namespace {
@@ -68,7 +70,7 @@ void SelectionFetch::supersede(std::uint32_t sequence, xcb_window_t newOwner) {
 
 void SelectionFetch::fail(std::string_view reason) {
   if (!isPending()) return;
-  state_ = State::failed;
+  state_ = isSecret_ ? State::secret : State::failed;
   failure_ = reason;
 }
 
@@ -93,6 +95,10 @@ void SelectionFetch::endTransfer() {
     case IncomingTransfer::State::tooLarge:
       return fail("it exceeds the size that is accepted");
     default:
+      if (isSecret_) {
+        state_ = State::secret;
+        return;
+      }
       return content_ ? receive() : readTargets();
   }
 }
@@ -103,12 +109,21 @@ void SelectionFetch::readTargets() {
   const auto plan = isList
                         ? planForTargets(connection_.atomNames(atomsOf(transfer_->takeContent())))
                         : planWithoutTargets();
-  if (plan.isSecret) {
+  if (plan.isSecret) return requestSecret(plan);
+  content_.emplace(plan);
+  requestNext();
+}
+
+void SelectionFetch::requestSecret(const TargetPlan& plan) {
+  if (plan.texts.empty() || isSuperseded()) {
     state_ = State::secret;
     return;
   }
-  content_.emplace(plan);
-  requestNext();
+  TransferBuffer buffer(SecretMemory::maxBytes, share_);
+  buffer.makeSecret();
+  transfer_.emplace(connection_, window_, connection_.atom(plan.texts.front()), time_,
+                    std::move(buffer), limits_, now_);
+  isSecret_ = true;
 }
 
 void SelectionFetch::receive() {

@@ -21,7 +21,7 @@ class SelectionFetch {
   enum class State {
     pending,
     complete,
-    /// The owner's content is to be left alone.
+    /// The owner's content is not to be kept; useSecret() tells what it was.
     secret,
     /// Something that was on offer did not come; failure() says why.
     failed,
@@ -67,6 +67,16 @@ class SelectionFetch {
   /// Ends a fetch whose content nobody is to see any more.
   void abandon() { fail("its content was replaced by ours"); }
 
+  /// Wipes what came of a secret; calls `use` with its text and number before, where that is whole.
+  template <typename Use>
+  void useSecret(Use use) {
+    if (!isSecret_) return;
+    const bool isText =
+        transfer_->state() == IncomingTransfer::State::done && transfer_->kind().format == 8;
+    transfer_->buffer().wipe([&](std::string_view text) {
+      if (isText) use(text, copyNumber_);
+    });
+  }
   /// What came. Ends the fetch's use of it.
   FetchedContent takeContent();
 
@@ -79,6 +89,7 @@ class SelectionFetch {
   void readTargets();
   void receive();
   void requestNext();
+  void requestSecret(const TargetPlan& plan);
   void request(xcb_atom_t target, std::size_t room);
 
   X11Connection& connection_;
@@ -98,6 +109,8 @@ class SelectionFetch {
 
   // Absent until the targets are known.
   std::optional<ContentBuilder> content_;
+  // The last transfer is that of a text which only serves to know it again.
+  bool isSecret_ = false;
   std::optional<IncomingTransfer> transfer_;
 };
 

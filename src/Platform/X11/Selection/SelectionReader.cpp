@@ -18,12 +18,14 @@ SteadyTime now() { return std::chrono::steady_clock::now(); }
 
 SelectionReader::SelectionReader(X11Connection& connection,
                                  const ApplicationIdentifying& applications,
-                                 const SelectionLimits& limits, Receiver receiver)
+                                 const SelectionLimits& limits, Receiver receiver,
+                                 SecretReceiver secretReceiver)
     : connection_(connection),
       desktop_(connection, applications),
       limits_(limits),
       budget_(std::make_shared<ByteBudget>(limits.maxTotalBytes)),
-      receiver_(std::move(receiver)) {
+      receiver_(std::move(receiver)),
+      secretReceiver_(std::move(secretReceiver)) {
   xcb_xfixes_select_selection_input(connection.xcb(), connection.root(),
                                     connection.atom("CLIPBOARD"),
                                     XCB_XFIXES_SELECTION_EVENT_MASK_SET_SELECTION_OWNER |
@@ -96,6 +98,7 @@ void SelectionReader::abandon() {
   owner_.reset();
   for (auto& fetch : std::exchange(fetches_, {})) {
     fetch->abandon();
+    fetch->useSecret([](auto, auto) {});
     Log::clipboard.info("Gave up reading the clipboard: {}", fetch->failure());
     retire(fetch->window());
   }
@@ -142,6 +145,7 @@ void SelectionReader::finish(SelectionFetch& fetch) {
   retire(fetch.window());
   if (fetch.state() == SelectionFetch::State::secret) {
     Log::clipboard.info("Skipped: the content is marked as a secret");
+    fetch.useSecret(secretReceiver_);
     if (fetch.copyNumber() <= delivered_) deliverOutOfReach(fetch.copyNumber());
   } else {
     deliver(fetch);

@@ -30,10 +30,12 @@ struct SelectionLimits : TransferLimits {
 class SelectionReader {
  public:
   using Receiver = std::function<void(FetchedContent)>;
+  /// Given the text of a secret, and which copy it was.
+  using SecretReceiver = std::function<void(std::string_view, std::uint64_t)>;
 
   /// Watches from this moment on: copies made after the return are seen.
   SelectionReader(X11Connection& connection, const ApplicationIdentifying& applications,
-                  const SelectionLimits& limits, Receiver receiver);
+                  const SelectionLimits& limits, Receiver receiver, SecretReceiver secretReceiver);
 
   /// A change of owner that does not come from this program.
   void handle(const xcb_xfixes_selection_notify_event_t& event, std::uint32_t sequence);
@@ -77,6 +79,7 @@ class SelectionReader {
   const SelectionLimits limits_;
   const std::shared_ptr<ByteBudget> budget_;
   const Receiver receiver_;
+  const SecretReceiver secretReceiver_;
   // The oldest first. All but the last are superseded.
   std::deque<std::unique_ptr<SelectionFetch>> fetches_;
   std::deque<Retired> retired_;

@@ -3,6 +3,8 @@
 #include <cstring>
 #include <utility>
 
+#include "Base/Log.h"
+
 namespace stowboard {
 
 namespace {
@@ -21,8 +23,12 @@ SelectionSession::SelectionSession(X11Connection& connection, ImageCodec& codec,
     : connection_(connection),
       receiver_(std::move(receiver)),
       maker_(codec, options.thumbnailDimension, backgrounds.preparation),
-      reader_(connection, applications, options.limits,
-              [this](FetchedContent content) { receive(std::move(content)); }),
+      reader_(
+          connection, applications, options.limits,
+          [this](FetchedContent content) { receive(std::move(content)); },
+          [this](std::string_view text, std::uint64_t copyNumber) {
+            secrets_.remember(text, copyNumber);
+          }),
       window_(connection.createWindow(XCB_EVENT_MASK_PROPERTY_CHANGE)),
       // The answer also tells that the window is there for other connections.
       writeProperty_(connection.atom("STOWBOARD_WRITE")),
@@ -107,6 +113,11 @@ void SelectionSession::handleOwner(const xcb_xfixes_selection_notify_event_t& ev
 
 void SelectionSession::receive(FetchedContent content) {
   maker_.make(std::move(content), [this, write = writeNumber_](auto snapshot) {
+    const auto text = snapshot->text.value_or(Text());
+    const bool isCopy = snapshot->news == ClipboardNews::content;
+    if (isCopy && secrets_.knows(text.view(), snapshot->copyNumber)) {
+      return Log::clipboard.info("Skipped: the content is a secret whose mark was lost");
+    }
     receiver_(std::move(snapshot), write);
   });
 }
@@ -150,6 +161,7 @@ void SelectionSession::takeWrite(xcb_timestamp_t time) {
     return true;
   });
   if (comingWrites_.empty()) return;
+  secrets_.forget();
   writeNumber_ = *comingWrites_.begin();
   comingWrites_.erase(comingWrites_.begin());
   takeover_.forget();

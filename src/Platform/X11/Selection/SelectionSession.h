@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "Platform/Clipboard/SecretMemory.h"
 #include "Platform/Clipboard/SnapshotMaker.h"
 #include "Platform/X11/Selection/SelectionClaim.h"
 #include "Platform/X11/Selection/SelectionHandOver.h"
@@ -92,6 +93,7 @@ class SelectionSession {
   X11Connection& connection_;
   const SnapshotReceiver receiver_;
   SnapshotMaker maker_;
+  SecretMemory secrets_;
   SelectionReader reader_;
   const xcb_window_t window_;
   const xcb_atom_t writeProperty_;

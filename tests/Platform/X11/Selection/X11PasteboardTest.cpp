@@ -207,14 +207,30 @@ TEST_F(X11PasteboardTest, ACopyComesFromWhoWasInFrontThenAndFromItsOwner) {
   EXPECT_EQ(currentText(), "<none>");
 }
 
-TEST_F(X11PasteboardTest, ASecretIsNeitherReadNorCounted) {
+TEST_F(X11PasteboardTest, ASecretIsNeitherKeptNorCounted) {
   auto& secret = copyHolding(passwords, "TARGETS");
   secret.release();
   awaitIdle(secret);
   copyAndAwait(text("after"));
   EXPECT_THAT(seen_, ElementsAre("after"));
   EXPECT_EQ(pasteboard_->changeCount(), 1);
-  EXPECT_THAT(secret.requests(), ElementsAre("TARGETS"));
+  EXPECT_THAT(secret.requests(), ElementsAre("TARGETS", "UTF8_STRING"));
+}
+
+// Desktops offer the plain text of a program that has ended, without its mark.
+TEST_F(X11PasteboardTest, ASecretThatComesBackWithoutItsMarkIsKnownUntilAnotherCopy) {
+  auto& secret = copyHolding(passwords, "UTF8_STRING");
+  secret.release();
+  awaitIdle(secret);
+  owners_.clear();
+  for (int keeper = 0; keeper < 2; ++keeper) {
+    auto& kept = copyHolding(offering({{"text/plain;charset=utf-8", "pass"}}), "TARGETS");
+    kept.release();
+    awaitIdle(kept);
+  }
+  for (const char* next : {"passage", "pass"}) copyAndAwait(text(next));
+  EXPECT_THAT(seen_, ElementsAre("passage", "pass"));
+  EXPECT_EQ(pasteboard_->changeCount(), 2);
 }
 
 TEST_F(X11PasteboardTest, AFaultyOwnerEndsWithItsTypesAndWhatDataCame) {
@@ -297,7 +313,7 @@ TEST_F(X11PasteboardTest, AReplacedOwnersRemainingTargetsAreNotAskedOfItsSuccess
   newer.release();
   copyAndAwait(text("after"));
   EXPECT_THAT(seen_, ElementsAre("after"));
-  EXPECT_THAT(newer.requests(), ElementsAre("TARGETS"));
+  EXPECT_THAT(newer.requests(), ElementsAre("TARGETS", "UTF8_STRING"));
 }
 
 // A request that crosses the change of owner on its way is answered by the new one.
