@@ -91,6 +91,16 @@ QColor readableHint(const QPalette& palette, QPalette::ColorGroup group) {
   }
 }
 
+// Only these roles, so that the others go on following the desktop's.
+QPalette readableRoles(const QPalette& desktop) {
+  const QPalette readable = Theme::readable(desktop);
+  QPalette own;
+  for (const auto group : {QPalette::Active, QPalette::Inactive})
+    for (const auto role : {QPalette::Highlight, QPalette::PlaceholderText})
+      own.setColor(group, role, readable.color(group, role));
+  return own;
+}
+
 // Making one anew has every widget laid out again.
 void useStyle(const QString& name) {
   const bool isUsed = QApplication::style()->objectName().compare(name, Qt::CaseInsensitive) == 0;
@@ -141,7 +151,7 @@ void Theme::apply(const Appearance& appearance) {
   const bool isDesktopRight = fits(desktop, appearance.colorScheme) && (isDesktopHigh || !isHigh);
   useStyle(isDesktopRight ? desktopStyle_ : QString(ownStyle));
   if (isDesktopRight) {
-    QApplication::setPalette(isDesktopHigh ? withFullContrast(desktop) : readable(desktop));
+    QApplication::setPalette(isDesktopHigh ? withFullContrast(desktop) : readableRoles(desktop));
     return;
   }
   const bool isDark = appearance.colorScheme == ColorScheme::noPreference
