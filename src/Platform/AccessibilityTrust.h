@@ -10,6 +10,9 @@ class AccessibilityTrust {
   /// Asked of the system anew at each call; without side effects.
   virtual bool isTrusted() const = 0;
 
+  /// Whether this desktop has a page for it that can be shown. Looks at a few folders.
+  virtual bool canOpenSettings() const = 0;
+
   /// Shows the page of the system's settings where trust is granted, where there is one; returns at
   /// once.
   virtual void openSettings() = 0;

@@ -58,6 +58,7 @@ class InertKeyEventPoster : public KeyEventPoster {
 class InertAccessibilityTrust : public AccessibilityTrust {
  public:
   bool isTrusted() const override { return false; }
+  bool canOpenSettings() const override { return false; }
   void openSettings() override {}
 };
 

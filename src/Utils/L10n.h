@@ -61,6 +61,9 @@ class L10n {
   static constexpr LocalizedText permissionGranted{"Granted", "已授权"};
   static constexpr LocalizedText permissionNotGranted{"Not granted", "未授权"};
   static constexpr LocalizedText openSystemSettings{"Open System Settings…", "打开系统设置…"};
+  static constexpr LocalizedText noSystemSettings{
+      "This desktop has no settings page for this permission, or it is not installed.",
+      "此桌面没有该权限的设置页面，或尚未安装。"};
   static constexpr LocalizedText permissionPrompt{
       "Direct paste needs this permission; otherwise simulated ⌘V is silently dropped.",
       "模拟直接粘贴（⌘V）需要此权限，若未授权系统将静默忽略粘贴按键。"};

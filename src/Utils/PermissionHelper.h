@@ -15,6 +15,7 @@ class PermissionHelper {
   bool isGranted() const { return trust_.isTrusted(); }
   /// The same answer; a missing permission is logged, and the first time the settings are opened.
   bool requestIfNeeded();
+  bool canOpenAccessibilitySettings() const { return trust_.canOpenSettings(); }
   void openAccessibilitySettings() { trust_.openSettings(); }
 
  private:

@@ -7,6 +7,7 @@ namespace stowboard {
 /// Trust that the test grants, and a count of how often it was asked for.
 struct FakeAccessibilityTrust : AccessibilityTrust {
   bool trusted = false;
+  bool hasSettings = true;
   int openings = 0;
   mutable int questions = 0;
 
@@ -14,6 +15,7 @@ struct FakeAccessibilityTrust : AccessibilityTrust {
     questions += 1;
     return trusted;
   }
+  bool canOpenSettings() const override { return hasSettings; }
   void openSettings() override { openings += 1; }
 };
 

@@ -177,6 +177,10 @@ void fillPermission(SettingsSection& section, SettingsViewModel* model) {
     status->setText(QString::fromUtf8(isGranted ? L10n::permissionGranted(language)
                                                 : L10n::permissionNotGranted(language)));
     openSettings->setText(QString::fromUtf8(L10n::openSystemSettings(language)));
+    const bool canOpen = model->canOpenAccessibilitySettings();
+    openSettings->setEnabled(canOpen);
+    openSettings->setToolTip(canOpen ? QString()
+                                     : QString::fromUtf8(L10n::noSystemSettings(language)));
     prompt->setText(QString::fromUtf8(L10n::permissionPrompt(language)));
     remedyRow->setVisible(!isGranted);
     section.setVisible(model->isDirectPaste());

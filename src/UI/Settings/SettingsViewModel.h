@@ -63,6 +63,7 @@ class SettingsViewModel {
 
   /// Asks the system.
   void refreshPermissionStatus();
+  bool canOpenAccessibilitySettings() const { return permission_.canOpenAccessibilitySettings(); }
   void openAccessibilitySettings() { permission_.openAccessibilitySettings(); }
 
   /// Empties the history and ends the confirmation.

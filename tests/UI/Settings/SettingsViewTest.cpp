@@ -26,6 +26,7 @@ namespace {
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::Not;
 
 void press(QWidget* widget, int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier,
@@ -267,6 +268,11 @@ TEST(SettingsView, FollowsThePermissionWhileItIsWantedAndMissing) {
   EXPECT_THAT(form.visibleTexts(), Contains("Not granted"));
   form.find<FormButton>(0)->click();
   EXPECT_EQ(form.trust.openings, 1);
+  form.trust.hasSettings = false;
+  form.change(&AppSettings::language, AppLanguage::simplifiedChinese);
+  form.change(&AppSettings::language, AppLanguage::english);
+  EXPECT_FALSE(form.find<FormButton>(0)->isEnabled());
+  EXPECT_THAT(form.find<FormButton>(0)->toolTip().toStdString(), HasSubstr("no settings page"));
   form.trust.trusted = true;
   EXPECT_TRUE(turnQtUntil([&] { return !form.find<FormButton>(0)->isVisible(); }));
   EXPECT_THAT(form.visibleTexts(), Contains("Granted"));

@@ -30,12 +30,15 @@ constexpr std::array settingsPages = std::to_array<SettingsPage>({
     {"MATE", "mate-at-properties", nullptr},
 });
 
-bool startPage(const SettingsPage& page) {
-  const QString program = QStandardPaths::findExecutable(page.program);
-  if (program.isEmpty()) return false;
-  const auto arguments = page.page ? QStringList(page.page) : QStringList();
-  Log::paste.info("Opening {}", page.program);
-  return QProcess::startDetached(program, arguments);
+// The first page of the running desktop whose program is installed, since another desktop's
+// settings would change nothing here; null when there is none.
+const SettingsPage* findPage() {
+  const auto desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(':');
+  const auto* found = std::ranges::find_if(settingsPages, [&](const SettingsPage& page) {
+    return desktops.contains(QLatin1String(page.desktop)) &&
+           !QStandardPaths::findExecutable(page.program).isEmpty();
+  });
+  return found == settingsPages.end() ? nullptr : found;
 }
 
 }  // namespace
@@ -44,13 +47,15 @@ bool X11AccessibilityTrust::isTrusted() const {
   return !connection_->isBroken() && X11KeyInjector::isPossible(connection_->xcb());
 }
 
-// Another desktop's settings would change nothing here, so only the running one's are opened.
+bool X11AccessibilityTrust::canOpenSettings() const { return findPage() != nullptr; }
+
 void X11AccessibilityTrust::openSettings() {
-  const auto desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(':');
-  const bool isOpened = std::ranges::any_of(settingsPages, [&](const SettingsPage& page) {
-    return desktops.contains(QLatin1String(page.desktop)) && startPage(page);
-  });
-  if (!isOpened) Log::paste.info("This desktop has no settings page for accessibility");
+  const auto* page = findPage();
+  if (page == nullptr) {
+    return Log::paste.info("This desktop has no settings page for accessibility");
+  }
+  Log::paste.info("Opening {}", page->program);
+  QProcess::startDetached(page->program, page->page ? QStringList(page->page) : QStringList());
 }
 
 }  // namespace stowboard

@@ -21,6 +21,7 @@ class X11AccessibilityTrust final : public AccessibilityTrust {
   /// The accessibility page of the settings of the desktop that runs (XDG_CURRENT_DESKTOP), started
   /// apart from this program.
   void openSettings() override;
+  bool canOpenSettings() const override;
 
  private:
   const std::shared_ptr<X11MainConnection> connection_;
