@@ -53,6 +53,7 @@ class InertKeyEventPoster : public KeyEventPoster {
  public:
   std::unique_ptr<Source> createSource() override { return nullptr; }
   void post(const KeyEvent&) override {}
+  void whenSent(std::function<void()> done) override { done(); }
 };
 
 class InertAccessibilityTrust : public AccessibilityTrust {

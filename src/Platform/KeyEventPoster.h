@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -46,6 +47,10 @@ class KeyEventPoster {
   /// back; no modifier stays stuck. An activation that is under way is waited for, within a short
   /// bound.
   virtual void post(const KeyEvent& event) = 0;
+
+  /// Calls `done` on the main loop, once what was posted before has been sent, or
+  /// has proved impossible to send. Never, when the poster is destroyed first.
+  virtual void whenSent(std::function<void()> done) = 0;
 };
 
 }  // namespace stowboard

@@ -12,6 +12,8 @@ namespace stowboard {
 namespace {
 
 constexpr RunLoop::Duration keystrokeDelay = std::chrono::milliseconds(80);
+// What a program may take from the keystroke to asking for the clipboard's content.
+constexpr RunLoop::Duration askingTakes = std::chrono::milliseconds(100);
 constexpr std::uint32_t pasteKeyCode = 9;
 
 }  // namespace
@@ -35,6 +37,12 @@ void PasteSimulator::observeWorkspace() {
 }
 
 void PasteSimulator::activate(const ClipItem& clip) {
+  if (!isUnderWay_) return paste(clip);
+  if (waiting_.size() < mostWaiting) return waiting_.push_back(clip);
+  Log::paste.error("Too many pastes are waiting: one was left out");
+}
+
+void PasteSimulator::paste(const ClipItem& clip) {
   PasteboardWriter::write(clip, ports_.pasteboard, ports_.imageCodec);
   monitor_.markSelfWrite();
   if (onDidActivate) onDidActivate();
@@ -45,9 +53,24 @@ void PasteSimulator::activate(const ClipItem& clip) {
   Log::paste.info("Pasting into {}",
                   chosen ? chosen->bundleIdentifier.value_or("unknown") : "unknown");
   if (!isForeign(frontmost) && chosen) ports_.workspace.activate(*chosen);
-  ports_.runLoop.postAfter(keystrokeDelay, [weakSelf = std::weak_ptr(self_)] {
-    if (const auto self = weakSelf.lock()) (*self)->postPasteKeystroke();
+  isUnderWay_ = true;
+  later(keystrokeDelay, &PasteSimulator::postPasteKeystroke);
+}
+
+void PasteSimulator::later(RunLoop::Duration delay, void (PasteSimulator::*step)()) {
+  ports_.runLoop.postAfter(delay, [step, weakSelf = std::weak_ptr(self_)] {
+    if (const auto self = weakSelf.lock()) ((*self)->*step)();
   });
+}
+
+void PasteSimulator::pasteNext() {
+  isUnderWay_ = false;
+  // In the mode of copying only, one does not wait for the other.
+  while (!isUnderWay_ && !waiting_.empty()) {
+    const ClipItem clip = std::move(waiting_.front());
+    waiting_.pop_front();
+    paste(clip);
+  }
 }
 
 bool PasteSimulator::isForeign(const Application& application) const {
@@ -64,11 +87,11 @@ PasteSimulator::Application PasteSimulator::target(const Application& frontmost)
 }
 
 void PasteSimulator::postPasteKeystroke() {
-  if (!permission_.requestIfNeeded()) return;
+  if (!permission_.requestIfNeeded()) return pasteNext();
   const auto source = ports_.keyEventPoster.createSource();
   if (!source) {
     Log::paste.error("Failed to create CGEventSource");
-    return;
+    return pasteNext();
   }
   const std::array events{source->createKeyEvent(pasteKeyCode, true),
                           source->createKeyEvent(pasteKeyCode, false)};
@@ -77,6 +100,9 @@ void PasteSimulator::postPasteKeystroke() {
     event->flags = event->isKeyDown ? KeyEventFlags::command : KeyEventFlags::none;
     ports_.keyEventPoster.post(*event);
   }
+  ports_.keyEventPoster.whenSent([weakSelf = std::weak_ptr(self_)] {
+    if (const auto self = weakSelf.lock()) (*self)->later(askingTakes, &PasteSimulator::pasteNext);
+  });
 }
 
 }  // namespace stowboard

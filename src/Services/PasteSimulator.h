@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -21,6 +23,9 @@ namespace stowboard {
 /// application back to the front, and sends it the paste keystroke 80 ms later. Follows the
 /// workspace's activations from its construction on, so that it knows that application even while
 /// the program's own panel has the focus. Main thread.
+///
+/// Pastes that are asked for while one is under way wait for their turn, each with its clip on the
+/// clipboard when its keystroke arrives.
 class PasteSimulator : public PasteSimulating {
  public:
   using SettingsProvider = std::function<AppSettings()>;
@@ -43,6 +48,8 @@ class PasteSimulator : public PasteSimulating {
   PasteSimulator& operator=(const PasteSimulator&) = delete;
 
   void activate(const ClipItem& clip) override;
+  /// How many pastes may wait; what is asked for beyond that is left out, as the log says.
+  static constexpr std::size_t mostWaiting = 32;
 
   /// Called once a paste, right after the clip was written. Absent at first.
   std::function<void()> onDidActivate;
@@ -50,6 +57,9 @@ class PasteSimulator : public PasteSimulating {
  private:
   using Application = std::optional<RunningApplication>;
 
+  void paste(const ClipItem& clip);
+  void later(RunLoop::Duration delay, void (PasteSimulator::*step)());
+  void pasteNext();
   void observeWorkspace();
   bool isForeign(const Application& application) const;
   Application target(const Application& frontmost) const;
@@ -61,7 +71,9 @@ class PasteSimulator : public PasteSimulating {
   const SettingsProvider settingsProvider_;
   /// The last application other than this one that came to the front; it may have ended since.
   Application lastForeignApplication_;
-  /// What delayed keystrokes hold weakly.
+  bool isUnderWay_ = false;
+  std::deque<ClipItem> waiting_;
+  /// What delayed steps hold weakly.
   const std::shared_ptr<PasteSimulator*> self_ = std::make_shared<PasteSimulator*>(this);
 };
 

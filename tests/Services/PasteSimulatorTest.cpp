@@ -102,6 +102,38 @@ TEST_F(PasteSimulatorTest, WithoutATargetTheKeystrokeStillFollows) {
   EXPECT_EQ(poster_.posted, commandV);
 }
 
+TEST_F(PasteSimulatorTest, PastesAskedForTogetherEachFindTheirClipOnTheClipboard) {
+  workspace_.bringToFront("org.example.Editor");
+  for (const char* text : {"alpha", "beta", "gamma"}) simulator_->activate(textClip(text));
+  std::vector<std::string> pasted;
+  for (int step = 0; step < 1000; ++step) {
+    // A program may ask for the content a while after the keystroke.
+    const bool isAsked = poster_.posted.size() == 2 * (pasted.size() + 1);
+    if (isAsked) {
+      runLoop_.advance(60ms);
+      pasted.emplace_back(pasteboard_.string(PasteboardType::string)->view());
+    }
+    runLoop_.advance(1ms);
+  }
+  EXPECT_THAT(pasted, ElementsAre("alpha", "beta", "gamma"));
+  EXPECT_EQ(activations_, 3);
+}
+
+TEST_F(PasteSimulatorTest, APasteThatCannotBeSentDoesNotHoldTheNextUp) {
+  workspace_.bringToFront("org.example.Editor");
+  trust_.trusted = false;
+  for (const char* text : {"alpha", "beta"}) simulator_->activate(textClip(text));
+  runLoop_.advance(80ms);
+  trust_.trusted = true;
+  runLoop_.advance(80ms);
+  EXPECT_EQ(poster_.posted, commandV);
+  for (std::size_t count = 0; count <= PasteSimulator::mostWaiting; ++count) {
+    simulator_->activate(textClip("more"));
+  }
+  EXPECT_EQ(log_.errors("paste").back(),
+            "error paste: Too many pastes are waiting: one was left out");
+}
+
 TEST_F(PasteSimulatorTest, CopyOnlyModeStopsAfterTheWrite) {
   settings_.pasteMode = PasteMode::copyOnly;
   workspace_.bringToFront("org.example.Editor");

@@ -17,6 +17,7 @@ class FakeKeyEventPoster final : public KeyEventPoster {
     return hasSource ? std::make_unique<FakeSource>() : nullptr;
   }
   void post(const KeyEvent& event) override { posted.push_back(event); }
+  void whenSent(std::function<void()> done) override { done(); }
 
  private:
   struct FakeSource : Source {

@@ -31,6 +31,18 @@ class Pasting(SessionCase):
                 receiver.close()
         self.assertEqual(self.stowboard.texts(), ["[eins]", "[zwei]", "[drei]"])
 
+    def test_digits_in_quick_succession_paste_their_clips_in_order(self):
+        self.stowboard.start()
+        self.record("gamma", "beta", "alpha")
+        for kind in KINDS:
+            with self.subTest(program=kind):
+                receiver = self.receiver(kind)
+                self.desktop.hold("super", "alt")
+                self.desktop.keys("--delay", "50", 1, 2, 3)
+                self.desktop.release("alt", "super")
+                receiver.wait_for("alphabetagamma")
+                receiver.close()
+
     def test_a_layout_without_latin_letters_makes_no_difference(self):
         self.stowboard.start()
         self.record("Текст")

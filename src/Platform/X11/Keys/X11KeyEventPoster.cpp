@@ -185,6 +185,14 @@ void X11KeyEventPoster::post(const KeyEvent& event) {
   submit([this, event, awaited = awaitedWindow_()] { return typing_->type(event, awaited); });
 }
 
+void X11KeyEventPoster::whenSent(std::function<void()> done) {
+  queue_.async([this, done = std::move(done), self = std::weak_ptr(self_)] {
+    loop_.post([self, done] {
+      if (!self.expired()) done();
+    });
+  });
+}
+
 void X11KeyEventPoster::submit(std::function<bool()> task) {
   queue_.async([this, task = std::move(task), self = std::weak_ptr(self_)] {
     if (!task()) return;

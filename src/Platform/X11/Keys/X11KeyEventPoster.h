@@ -53,6 +53,7 @@ class X11KeyEventPoster final : public KeyEventPoster {
 
   std::unique_ptr<KeyEventPoster::Source> createSource() override;
   void post(const KeyEvent& event) override;
+  void whenSent(std::function<void()> done) override;
 
  private:
   class Typing;
