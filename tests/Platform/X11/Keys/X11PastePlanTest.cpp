@@ -115,6 +115,8 @@ TEST(X11PastePlan, ChoosesTheChordByTheTarget) {
   EXPECT_EQ(pasteChord("st-256color", false, true), PasteChord::controlShiftV);
   // Its desktop entry says that it is a terminal.
   EXPECT_EQ(pasteChord("XTerm", true, true), PasteChord::shiftInsert);
+  EXPECT_EQ(pasteChord("Emacs", false, true), PasteChord::shiftInsert);
+  EXPECT_EQ(pasteChord("Gvim", false, true), PasteChord::shiftInsert);
   EXPECT_EQ(pasteChord("Gedit", false, false), PasteChord::shiftInsert);
   EXPECT_EQ(pasteChord("Xfce4-terminal", true, false), PasteChord::shiftInsert);
 }
