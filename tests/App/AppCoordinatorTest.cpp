@@ -55,9 +55,11 @@ TEST_F(AppCoordinatorTest, PastesTheClipOfThePressedDigitFromTheWholeHistory) {
   coordinator_->start();
   press(digit(2, commandOption));
   EXPECT_EQ(pasted(), Text("older"));
+  fake_.runLoop().advance(std::chrono::seconds(1));
   press(digit(1, commandOption));
   EXPECT_EQ(pasted(), Text("newer"));
   EXPECT_THAT(log_.lines(), Contains("info paste: Direct paste triggered for index 1: older"));
+  fake_.runLoop().advance(std::chrono::seconds(1));
   const auto count = fake_.pasteboard().changeCount();
   press(digit(3, commandOption));
   EXPECT_EQ(fake_.pasteboard().changeCount(), count);
