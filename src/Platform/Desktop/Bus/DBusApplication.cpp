@@ -138,7 +138,10 @@ class DBusApplication::Connection {
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
-  sd_bus* release() { return std::exchange(bus_, nullptr); }
+  sd_bus* release() {
+    sd_bus_set_method_call_timeout(bus_, 0);
+    return std::exchange(bus_, nullptr);
+  }
   const std::string& name() const { return name_; }
 
   /// 0 or a negative errno, like the two below.

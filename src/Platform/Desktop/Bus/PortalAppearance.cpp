@@ -14,6 +14,12 @@ namespace stowboard {
 
 namespace {
 
+// For matches that are added without waiting: without a handler, the bus library closes the
+// connection when the bus's answer comes too late, as to a program that was stopped for a while.
+int ignoreMatchOutcome(sd_bus_message* /*answer*/, void* /*data*/, sd_bus_error* /*error*/) {
+  return 0;
+}
+
 constexpr const char* portal = "org.freedesktop.portal.Desktop";
 constexpr const char* portalPath = "/org/freedesktop/portal/desktop";
 constexpr const char* settings = "org.freedesktop.portal.Settings";
@@ -85,8 +91,9 @@ class PortalAppearance::Client {
     bus_ = bus;
     // Listening first, so that no change is missed between the answer and the first signal.
     sd_bus_match_signal_async(bus_, nullptr, portal, portalPath, settings, "SettingChanged",
-                              onSettingChanged, nullptr, this);
-    sd_bus_add_match_async(bus_, nullptr, portalComesAndGoes, onOwnerChanged, nullptr, this);
+                              onSettingChanged, ignoreMatchOutcome, this);
+    sd_bus_add_match_async(bus_, nullptr, portalComesAndGoes, onOwnerChanged, ignoreMatchOutcome,
+                           this);
     ask();
   }
 

@@ -12,6 +12,12 @@ namespace stowboard {
 
 namespace {
 
+// For matches that are added without waiting: without a handler, the bus library closes the
+// connection when the bus's answer comes too late, as to a program that was stopped for a while.
+int ignoreMatchOutcome(sd_bus_message* /*answer*/, void* /*data*/, sd_bus_error* /*error*/) {
+  return 0;
+}
+
 constexpr auto answersTake = std::chrono::seconds(2);
 
 // Each has its object at the path that its name makes, and an interface of that name.
@@ -66,7 +72,8 @@ struct SessionLock::Source {
                             "interface='org.freedesktop.DBus',member='NameOwnerChanged',arg0='{}'",
                             name)};
     for (const auto& rule : rules) {
-      if (sd_bus_add_match_async(bus, nullptr, rule.c_str(), onChange, nullptr, this) < 0)
+      if (sd_bus_add_match_async(bus, nullptr, rule.c_str(), onChange, ignoreMatchOutcome, this) <
+          0)
         return false;
     }
     return ask();
