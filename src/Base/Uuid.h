@@ -1,9 +1,8 @@
 #pragma once
 
-#include <array>
+#include <boost/uuid/uuid.hpp>
+#include <boost/uuid/uuid_hash.hpp>
 #include <cstddef>
-#include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -22,15 +21,14 @@ class Uuid {
   std::string toString() const;
 
   /// For hash tables.
-  std::size_t hash() const {
-    const auto* characters = reinterpret_cast<const char*>(bytes_.data());
-    return std::hash<std::string_view>()({characters, bytes_.size()});
-  }
+  std::size_t hash() const { return boost::uuids::hash_value(value_); }
 
   friend bool operator==(const Uuid&, const Uuid&) = default;
 
  private:
-  std::array<std::uint8_t, 16> bytes_{};
+  explicit Uuid(const boost::uuids::uuid& value) : value_(value) {}
+
+  boost::uuids::uuid value_{};
 };
 
 }  // namespace stowboard

@@ -31,8 +31,6 @@ const Byte* skipAscii(const Byte* place, const Byte* end) {
   return place;
 }
 
-constexpr bool isTail(Byte byte) { return (byte & 0xC0) == 0x80; }
-
 /// The compiler's vector type: SSE2 on x86-64, NEON on ARM, plain words elsewhere. Comparing gives
 /// 0xFF where it holds, else 0.
 using Vector = Byte __attribute__((vector_size(16)));
@@ -143,46 +141,20 @@ const Byte* skipFamiliar(CodePointTrait known, const Byte* place, const Byte* en
   return skipFamiliar<CodePointTrait::complex>(place, end);
 }
 
-struct TailBounds {
-  Byte low;
-  Byte high;
-};
-
-/// The range of the second byte, narrower after some lead bytes (table 3-7).
-TailBounds secondByteBounds(Byte lead) {
-  if (lead == 0xE0) return {0xA0, 0xBF};
-  if (lead == 0xED) return {0x80, 0x9F};
-  if (lead == 0xF0) return {0x90, 0xBF};
-  if (lead == 0xF4) return {0x80, 0x8F};
-  return {0x80, 0xBF};
-}
-
-std::size_t sequenceLength(Byte lead) {
-  if (lead < 0x80) return 1;
-  if (lead >= 0xC2 && lead <= 0xDF) return 2;
-  if (lead >= 0xE0 && lead <= 0xEF) return 3;
-  if (lead >= 0xF0 && lead <= 0xF4) return 4;
-  return 0;
-}
-
 struct Sequence {
   /// Bytes that belong together; of a malformed sequence its maximal subpart, at least one.
-  std::size_t length = 1;
-  bool isWellFormed = false;
+  std::size_t length = 0;
+  /// Negative when the sequence is malformed.
+  UChar32 codePoint = 0;
 };
 
 Sequence sequenceAt(const Byte* place, const Byte* end) {
-  const std::size_t wanted = sequenceLength(*place);
-  if (wanted == 0) return {};
-  const auto bounds = secondByteBounds(*place);
-  std::size_t length = 1;
-  while (length < wanted && place + length < end) {
-    const Byte byte = place[length];
-    const bool fits = length == 1 ? byte >= bounds.low && byte <= bounds.high : isTail(byte);
-    if (!fits) break;
-    ++length;
-  }
-  return {length, length == wanted};
+  // Longer than any sequence; the text itself may be longer than ICU can count.
+  const auto limit = static_cast<std::int32_t>(std::min<std::ptrdiff_t>(8, end - place));
+  std::int32_t length = 0;
+  UChar32 codePoint = 0;
+  U8_NEXT(place, length, limit, codePoint);
+  return {static_cast<std::size_t>(length), codePoint};
 }
 
 std::string_view asChars(const Byte* from, const Byte* to) {
@@ -201,11 +173,9 @@ Utf8Scan scanUtf8(std::string_view bytes) {
     const auto* const closeEnd = place + std::min<std::ptrdiff_t>(2 * blockSize, end - place);
     while (place < closeEnd) {
       const auto sequence = sequenceAt(place, end);
-      if (!sequence.isWellFormed) return {static_cast<std::size_t>(place - start), scan.trait};
-      if (scan.trait != CodePointTrait::complex) {
-        const auto decoded = decodeUtf8(asChars(place, end), 0);
-        scan.trait = std::max(scan.trait, traitOf(decoded.codePoint));
-      }
+      if (sequence.codePoint < 0) return {static_cast<std::size_t>(place - start), scan.trait};
+      if (scan.trait != CodePointTrait::complex)
+        scan.trait = std::max(scan.trait, traitOf(static_cast<char32_t>(sequence.codePoint)));
       place += sequence.length;
     }
   }
