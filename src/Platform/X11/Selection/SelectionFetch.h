@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Platform/Clipboard/ContentBuilder.h"
+#include "Platform/Clipboard/FetchQueue.h"
 #include "Platform/X11/Selection/IncomingTransfer.h"
 
 namespace stowboard {
@@ -18,14 +19,7 @@ namespace stowboard {
 /// that a content is built of. Belongs to the selection thread.
 class SelectionFetch {
  public:
-  enum class State {
-    pending,
-    complete,
-    /// The owner's content is not to be kept; useSecret() tells what it was.
-    secret,
-    /// Something that was on offer did not come; failure() says why.
-    failed,
-  };
+  using State = FetchState;
 
   /// Starts at once. `time` is the server time of the change of owner; `share` keeps the bytes
   /// within bounds.

@@ -21,10 +21,9 @@ struct SelectionLimits : TransferLimits {
   std::chrono::milliseconds quarantine{30000};
 };
 
-/// Watches the CLIPBOARD and fetches the content of each new owner. Owners do not wait for each
-/// other: a new one is asked at once, whatever the one before is still doing. What that one was
-/// already asked for counts until the newer content is there; content is handed over in the order
-/// of the copies.
+/// Watches the CLIPBOARD and fetches the content of each new owner. A new one is asked at once,
+/// whatever the one before is still doing; what that one was already asked for counts until the
+/// newer content is there.
 ///
 /// Belongs to the selection thread; never waits for another program.
 class SelectionReader {
@@ -47,11 +46,10 @@ class SelectionReader {
   void reread(std::uint64_t copyNumber);
   /// Drops what is under way: nothing of it is handed over.
   void abandon();
+  std::optional<SteadyTime> deadline() const { return fetches_.deadline(); }
+  void expire() { fetches_.expire(); }
   /// How many copies there have been; see FetchedContent::copyNumber.
   std::uint64_t copyCount() const { return copyCount_; }
-  /// The next moment at which expire() has something to do; absent when nothing is pending.
-  std::optional<SteadyTime> deadline() const;
-  void expire();
 
  private:
   struct Owner {
@@ -67,27 +65,16 @@ class SelectionReader {
   SelectionFetch* fetchFor(xcb_window_t window);
   SelectionFetch& begin(const Owner& owner);
   std::optional<std::vector<std::string>> sourcesOf(xcb_window_t owner) const;
-  void settle();
-  void finishOldest();
-  void finish(SelectionFetch& fetch);
-  void deliver(SelectionFetch& fetch);
-  void deliverOutOfReach(std::uint64_t copyNumber);
   void retire(xcb_window_t window);
 
   X11Connection& connection_;
   const X11Desktop desktop_;
   const SelectionLimits limits_;
-  const std::shared_ptr<ByteBudget> budget_;
-  const Receiver receiver_;
-  const SecretReceiver secretReceiver_;
-  // The oldest first. All but the last are superseded.
-  std::deque<std::unique_ptr<SelectionFetch>> fetches_;
+  FetchQueue<SelectionFetch> fetches_;
   std::deque<Retired> retired_;
   // That of the last copy, unless it has ended or we have written since.
   std::optional<Owner> owner_;
   std::uint64_t copyCount_ = 0;
-  // The last copy that was handed over.
-  std::uint64_t delivered_ = 0;
 };
 
 }  // namespace stowboard

@@ -16,27 +16,53 @@ const Event& as(const xcb_generic_event_t& event) {
 
 }  // namespace
 
-SelectionSession::SelectionSession(X11Connection& connection, ImageCodec& codec,
-                                   const ApplicationIdentifying& applications,
-                                   const SelectionOptions& options, const Backgrounds& backgrounds,
-                                   SnapshotReceiver receiver)
-    : connection_(connection),
-      receiver_(std::move(receiver)),
-      maker_(codec, options.thumbnailDimension, backgrounds.preparation),
+std::unique_ptr<SelectionSession> SelectionSession::create(
+    ImageCodec& codec, const ApplicationIdentifying& applications, const SelectionOptions& options,
+    ClipboardBackgrounds backgrounds, SnapshotReceiver receiver) {
+  auto connection = X11Connection::open(options.display);
+  auto writeConnection = X11Connection::open(options.display);
+  if (!connection || !writeConnection) return nullptr;
+  return std::unique_ptr<SelectionSession>(
+      new SelectionSession(std::move(connection), std::move(writeConnection), codec, applications,
+                           options, std::move(backgrounds), std::move(receiver)));
+}
+
+SelectionSession::SelectionSession(std::unique_ptr<X11Connection> connection,
+                                   std::unique_ptr<X11Connection> writeConnection,
+                                   ImageCodec& codec, const ApplicationIdentifying& applications,
+                                   const SelectionOptions& options,
+                                   ClipboardBackgrounds backgrounds, SnapshotReceiver receiver)
+    : connection_(std::move(connection)),
+      writeConnection_(std::move(writeConnection)),
+      delivery_(codec, options.thumbnailDimension, std::move(backgrounds.preparation),
+                std::move(receiver)),
       reader_(
-          connection, applications, options.limits,
-          [this](FetchedContent content) { receive(std::move(content)); },
+          *connection_, applications, options.limits,
+          [this](FetchedContent content) { delivery_.deliver(std::move(content), writeNumber_); },
           [this](std::string_view text, std::uint64_t copyNumber) {
-            secrets_.remember(text, copyNumber);
+            delivery_.rememberSecret(text, copyNumber);
           }),
-      window_(connection.createWindow(XCB_EVENT_MASK_PROPERTY_CHANGE)),
+      window_(connection_->createWindow(XCB_EVENT_MASK_PROPERTY_CHANGE)),
       // The answer also tells that the window is there for other connections.
-      writeProperty_(connection.atom("STOWBOARD_WRITE")),
-      clipboard_(connection, window_, connection.atom("CLIPBOARD")),
-      primary_(connection, window_, XCB_ATOM_PRIMARY),
-      server_(connection, {&clipboard_, &primary_}, options.requesterTimeout, backgrounds.encoding),
-      takeover_(connection, clipboard_, options.settling),
-      handOver_(connection, window_, clipboard_, options.handOver) {}
+      writeProperty_(connection_->atom("STOWBOARD_WRITE")),
+      clipboard_(*connection_, window_, connection_->atom("CLIPBOARD")),
+      primary_(*connection_, window_, XCB_ATOM_PRIMARY),
+      server_(*connection_, {&clipboard_, &primary_}, options.requesterTimeout,
+              std::move(backgrounds.encoding)),
+      takeover_(*connection_, clipboard_, options.settling),
+      handOver_(*connection_, window_, clipboard_, options.handOver) {}
+
+// A few at a time, so that a flood of events does not hold off the deadlines.
+bool SelectionSession::handleEvents() {
+  constexpr int mostAtOnce = 64;
+  int count = 0;
+  for (; count < mostAtOnce; ++count) {
+    const auto event = connection_->nextEvent();
+    if (!event) break;
+    handle(*event);
+  }
+  return count > 0;
+}
 
 void SelectionSession::handle(const xcb_generic_event_t& event) {
   dispatch(event);
@@ -49,7 +75,7 @@ void SelectionSession::dispatch(const xcb_generic_event_t& event) {
   // Only the answers of owners are sent by programs (ICCCM 2.4).
   const bool isSent = (event.response_type & 0x80) != 0;
   if (isSent && type != XCB_SELECTION_NOTIFY) return;
-  if (type == connection_.xfixesEventBase() + XCB_XFIXES_SELECTION_NOTIFY) {
+  if (type == connection_->xfixesEventBase() + XCB_XFIXES_SELECTION_NOTIFY) {
     return handleOwner(as<xcb_xfixes_selection_notify_event_t>(event), sequence);
   }
   switch (type) {
@@ -105,21 +131,7 @@ void SelectionSession::handleOwner(const xcb_xfixes_selection_notify_event_t& ev
     takeover_.forget();
   }
   reader_.handle(event, sequence);
-  if (event.owner != XCB_NONE || !isOnPurpose) return;
-  FetchedContent nothing;
-  nothing.news = ClipboardNews::cleared;
-  receive(std::move(nothing));
-}
-
-void SelectionSession::receive(FetchedContent content) {
-  maker_.make(std::move(content), [this, write = writeNumber_](auto snapshot) {
-    const auto text = snapshot->text.value_or(Text());
-    const bool isCopy = snapshot->news == ClipboardNews::content;
-    if (isCopy && secrets_.knows(text.view(), snapshot->copyNumber)) {
-      return Log::clipboard.info("Skipped: the content is a secret whose mark was lost");
-    }
-    receiver_(std::move(snapshot), write);
-  });
+  if (event.owner == XCB_NONE && isOnPurpose) delivery_.deliverClearing(writeNumber_);
 }
 
 void SelectionSession::keep(std::shared_ptr<const ClipboardSnapshot> copy) {
@@ -142,17 +154,20 @@ void SelectionSession::expire() {
   handOver_.expire();
 }
 
-void SelectionSession::beginWrite(X11Connection& connection, std::uint32_t number) {
+void SelectionSession::beginWrite(std::uint32_t number) {
   latestWrite_ = number;
-  xcb_change_property(connection.xcb(), XCB_PROP_MODE_APPEND, window_, writeProperty_,
+  xcb_change_property(writeConnection_->xcb(), XCB_PROP_MODE_APPEND, window_, writeProperty_,
                       XCB_ATOM_CARDINAL, 32, 1, &number);
-  xcb_flush(connection.xcb());
+  xcb_flush(writeConnection_->xcb());
+  // Every client is sent some events, such as those of a new keyboard layout; unread, they pile up.
+  while (writeConnection_->nextEvent()) {
+  }
 }
 
 // One write for each announcement, though the property may hold more by now. Any program can change
 // it: what has not been begun does not count.
 void SelectionSession::takeWrite(xcb_timestamp_t time) {
-  connection_.takeProperty(window_, writeProperty_, [&](PropertyKind, std::string_view bytes) {
+  connection_->takeProperty(window_, writeProperty_, [&](PropertyKind, std::string_view bytes) {
     for (std::uint32_t number = 0; bytes.size() >= sizeof number;
          bytes.remove_prefix(sizeof number)) {
       std::memcpy(&number, bytes.data(), sizeof number);
@@ -161,7 +176,7 @@ void SelectionSession::takeWrite(xcb_timestamp_t time) {
     return true;
   });
   if (comingWrites_.empty()) return;
-  secrets_.forget();
+  delivery_.forgetSecret();
   writeNumber_ = *comingWrites_.begin();
   comingWrites_.erase(comingWrites_.begin());
   takeover_.forget();
@@ -192,7 +207,8 @@ void SelectionSession::whenPublished(std::function<void()> done) {
 void SelectionSession::settlePublished() {
   if (onPublished_.empty() || isWriting() || primary_.isPending()) return;
   // The answer comes after the server has handled the claims.
-  awaitReply(xcb_get_input_focus_reply, connection_.xcb(), xcb_get_input_focus(connection_.xcb()));
+  awaitReply(xcb_get_input_focus_reply, connection_->xcb(),
+             xcb_get_input_focus(connection_->xcb()));
   for (const auto& done : std::exchange(onPublished_, {})) done();
 }
 

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "Platform/Clipboard/SecretMemory.h"
-#include "Platform/Clipboard/SnapshotMaker.h"
+#include "Platform/Clipboard/ClipboardThread.h"
+#include "Platform/Clipboard/CopyDelivery.h"
 #include "Platform/X11/Selection/SelectionClaim.h"
 #include "Platform/X11/Selection/SelectionHandOver.h"
 #include "Platform/X11/Selection/SelectionReader.h"
@@ -36,23 +36,30 @@ struct SelectionOptions {
   int thumbnailDimension = 300;
 };
 
-/// All that the selection thread, whose own it is, has to do with the other programs: reads what
-/// they copy, owns and serves what we write, and keeps content alive whose program has ended. Which
-/// of two owners came later is decided here alone, by the server's times and the order of its
-/// events.
+/// All that the selection thread, whose own it is, has to do with the other programs, over a
+/// connection of its own: reads what they copy, owns and serves what we write, and keeps content
+/// alive whose program has ended. Which of two owners came later is decided here alone, by the
+/// server's times and the order of its events.
 class SelectionSession {
  public:
-  /// Where contents that were fetched are prepared, and where those that are served are encoded.
-  struct Backgrounds {
-    Background preparation;
-    Background encoding;
-  };
+  /// Null when there is no X server, or one without XFixes. What is passed by reference must
+  /// outlive the session. `receiver` is called on its thread.
+  static std::unique_ptr<SelectionSession> create(ImageCodec& codec,
+                                                  const ApplicationIdentifying& applications,
+                                                  const SelectionOptions& options,
+                                                  ClipboardBackgrounds backgrounds,
+                                                  SnapshotReceiver receiver);
 
-  SelectionSession(X11Connection& connection, ImageCodec& codec,
+  /// With connections of its own.
+  SelectionSession(std::unique_ptr<X11Connection> connection,
+                   std::unique_ptr<X11Connection> writeConnection, ImageCodec& codec,
                    const ApplicationIdentifying& applications, const SelectionOptions& options,
-                   const Backgrounds& backgrounds, SnapshotReceiver receiver);
+                   ClipboardBackgrounds backgrounds, SnapshotReceiver receiver);
 
-  void handle(const xcb_generic_event_t& event);
+  int fileDescriptor() const { return connection_->fileDescriptor(); }
+  bool handleEvents();
+  void flush() { xcb_flush(connection_->xcb()); }
+  bool isBroken() const { return connection_->isBroken(); }
   /// The next moment at which expire() has something to do; absent when nothing is pending.
   std::optional<SteadyTime> deadline() const;
   void expire();
@@ -60,8 +67,8 @@ class SelectionSession {
   /// Begins write `number`, counted from 1: as of this moment the clipboard is meant to be ours,
   /// and what other programs copied before does not count any more. The number goes through a
   /// property of ours, so that the server's announcement falls into line with those of their
-  /// copies. Over a connection of the caller's, on any one thread.
-  void beginWrite(X11Connection& connection, std::uint32_t number);
+  /// copies. Does not wait for the server. On any one thread.
+  void beginWrite(std::uint32_t number);
   /// The content of write `number`, counted from 1, which may not be announced yet. Can be called
   /// again. Without effect when another program has copied since.
   void provide(std::uint64_t number, std::shared_ptr<ClipboardOffer> offer);
@@ -82,18 +89,18 @@ class SelectionSession {
   bool isHandingOver() const { return handOver_.isUnderWay(); }
 
  private:
+  void handle(const xcb_generic_event_t& event);
   void dispatch(const xcb_generic_event_t& event);
   void handleProperty(const xcb_property_notify_event_t& event, std::uint32_t sequence);
   void handleOwner(const xcb_xfixes_selection_notify_event_t& event, std::uint32_t sequence);
-  void receive(FetchedContent content);
   void takeWrite(xcb_timestamp_t time);
   bool isWriting() const { return clipboard_.isPending() || early_; }
   void settlePublished();
 
-  X11Connection& connection_;
-  const SnapshotReceiver receiver_;
-  SnapshotMaker maker_;
-  SecretMemory secrets_;
+  const std::unique_ptr<X11Connection> connection_;
+  // Carries next to nothing, so that beginWrite() never finds it full.
+  const std::unique_ptr<X11Connection> writeConnection_;
+  CopyDelivery delivery_;
   SelectionReader reader_;
   const xcb_window_t window_;
   const xcb_atom_t writeProperty_;

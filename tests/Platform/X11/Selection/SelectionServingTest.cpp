@@ -387,12 +387,15 @@ class DrivenSession {
     SelectionOptions options;
     options.limits.replyTimeout = milliseconds(100);
     options.limits.quarantine = options.settling = milliseconds(0);
+    auto connection = X11Connection::open({});
+    connection_ = connection.get();
     session_ = std::make_unique<SelectionSession>(
-        *connection_, codec_, applications_, options, SelectionSession::Backgrounds{atOnce, atOnce},
+        std::move(connection), X11Connection::open({}), codec_, applications_, options,
+        ClipboardBackgrounds{atOnce, atOnce},
         [this](const auto& copy, auto) { session_->keep(copy); });
   }
 
-  void beginWrite() { session_->beginWrite(*connection_, 1); }
+  void beginWrite() { session_->beginWrite(1); }
   void provide(const std::string& text) {
     const auto content = std::make_shared<ClipboardSnapshot>();
     content->text = Text(text);
@@ -406,17 +409,14 @@ class DrivenSession {
       std::free(xcb_get_input_focus_reply(connection_->xcb(), cookie, nullptr));
       isBusy = session_->deadline().has_value();
       if (isBusy && *session_->deadline() <= std::chrono::steady_clock::now()) session_->expire();
-      while (const auto event = connection_->nextEvent()) {
-        session_->handle(*event);
-        isBusy = true;
-      }
+      while (session_->handleEvents()) isBusy = true;
     }
   }
 
  private:
   QtImageCodec codec_;
   NamedByClass applications_;
-  std::unique_ptr<X11Connection> connection_ = X11Connection::open({});
+  X11Connection* connection_ = nullptr;
   std::unique_ptr<SelectionSession> session_;
 };
 
