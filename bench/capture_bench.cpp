@@ -15,7 +15,7 @@
 
 #include "Platform/Desktop/Applications/InstalledApplications.h"
 #include "Platform/Qt/QtImageCodec.h"
-#include "Platform/X11/QueueingRunLoop.h"
+#include "Platform/QueueingRunLoop.h"
 #include "Platform/X11/Selection/ScriptedOwner.h"
 #include "Platform/X11/Selection/X11Pasteboard.h"
 #include "Platform/X11/X11Connection.h"

@@ -4,11 +4,12 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 
-add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
-                    -Wconversion -Wno-sign-conversion)
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wno-sign-conversion
+                    "$<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor;-Woverloaded-virtual>")
 
 find_program(CCACHE ccache)
 if(CCACHE)
+  set(CMAKE_C_COMPILER_LAUNCHER ${CCACHE})
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
 endif()
 

@@ -1,5 +1,6 @@
 #include "Platform/Clipboard/ContentBuilder.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "Platform/ImageSignature.h"
@@ -18,6 +19,11 @@ ContentBuilder::ContentBuilder(const TargetPlan& plan) {
 
 const std::string* ContentBuilder::wanted() const {
   return candidates_.empty() ? nullptr : &candidates_.front().target;
+}
+
+bool ContentBuilder::isLastText() const {
+  const auto isText = [](const auto& each) { return each.kind == Kind::text; };
+  return isText(candidates_.front()) && std::ranges::count_if(candidates_, isText) == 1;
 }
 
 void ContentBuilder::accept(std::string bytes, bool isUtf8, bool saysUtf8) {

@@ -53,6 +53,8 @@ class ContentBuilder {
 
   /// The target to ask for now; null when there is none left.
   const std::string* wanted() const;
+  /// Whether that is a text, and the last way to have it.
+  bool isLastText() const;
   /// The answer for it. `isUtf8`: the bytes are; `saysUtf8`: the owner has marked them so.
   void accept(std::string bytes, bool isUtf8, bool saysUtf8);
   /// There is no answer for it.

@@ -58,6 +58,9 @@ class ThreadedPasteboard : public SnapshotPasteboard {
     return thread_ != nullptr;
   }
   Session& session() { return thread_->session(); }
+  void post(typename ClipboardThread<Session>::Command command) {
+    thread_->post(std::move(command));
+  }
 
  private:
   void keep(std::shared_ptr<const ClipboardSnapshot> copy) override {

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "Platform/X11/QueueingRunLoop.h"
+#include "Platform/QueueingRunLoop.h"
 #include "Platform/X11/Selection/ScriptedOwner.h"
 #include "Platform/X11/Selection/X11Pasteboard.h"
 
