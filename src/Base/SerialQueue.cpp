@@ -57,14 +57,24 @@ void SerialQueue::run() {
       const Task task = std::move(tasks_.front());
       tasks_.pop_front();
       lock.unlock();
-      try {
-        task();
-      } catch (const std::exception& error) {
-        Log::app.error("A task of {} failed: {}", label_, error.what());
-      }
+      perform(task);
     }
     // The task, and what it held, is gone before the lock is taken again.
     lock.lock();
+  }
+}
+
+void SerialQueue::perform(const Task& task) const {
+  try {
+    try {
+      task();
+    } catch (const std::exception& error) {
+      Log::app.error("A task of {} failed: {}", label_, error.what());
+    } catch (...) {
+      Log::app.error("A task of {} failed", label_);
+    }
+  } catch (const std::exception&) {
+    // There is no memory even to tell of it.
   }
 }
 

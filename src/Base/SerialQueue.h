@@ -30,6 +30,7 @@ class SerialQueue {
 
  private:
   void run();
+  void perform(const Task& task) const;
 
   const std::string label_;
   std::mutex mutex_;

@@ -58,10 +58,12 @@ TEST(SerialQueue, ATaskThatThrowsCostsNoOther) {
   int finished = 0;
   queue.async([] { throw std::bad_alloc(); });
   queue.sync([] { throw std::runtime_error("no reason"); });
+  queue.sync([] { throw 1; });
   queue.sync([&] { ++finished; });
   EXPECT_EQ(finished, 1);
   EXPECT_THAT(log.lines(), testing::ElementsAre("error app: A task of test failed: std::bad_alloc",
-                                                "error app: A task of test failed: no reason"));
+                                                "error app: A task of test failed: no reason",
+                                                "error app: A task of test failed"));
 }
 
 TEST(SerialQueue, ItsThreadIsNamedAndTakesNoSignals) {

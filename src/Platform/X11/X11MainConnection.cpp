@@ -37,26 +37,38 @@ X11MainConnection::Subscription X11MainConnection::subscribe(Listener listener) 
 void X11MainConnection::lookForQueued() {
   if (queued_) return;
   queued_.reset(xcb_poll_for_queued_event(xcb()));
-  if (!queued_) return;
+  if (queued_) handleLater();
+}
+
+void X11MainConnection::handleLater() {
   QMetaObject::invokeMethod(
       notifier_.get(), [this] { handleEvents(); }, Qt::QueuedConnection);
 }
 
+// A few in each turn of the loop: any program can send the root window as many as it likes.
 void X11MainConnection::handleEvents() {
+  constexpr int mostAtOnce = 64;
   // A listener may be the last to hold it.
   const auto keptAlive = shared_from_this();
+  int left = mostAtOnce;
   do {
-    while (const auto event = nextEvent()) {
-      if (event->response_type == 0) continue;
-      forEachSubscriber([&](Subscriber& subscriber) {
-        if (subscriber.listener.handle(*event)) subscriber.isToSettle = true;
-      });
-    }
+    while (left > 0 && handleOne()) --left;
     // Asks the server, which may bring further events in.
-  } while (settle());
+  } while (settle() && left > 0);
+  if (left == 0) handleLater();
   if (!isBroken() || !notifier_->isEnabled()) return;
   notifier_->setEnabled(false);
   forEachSubscriber([](Subscriber& subscriber) { subscriber.listener.lose(); });
+}
+
+bool X11MainConnection::handleOne() {
+  const auto event = nextEvent();
+  if (event && event->response_type != 0) {
+    forEachSubscriber([&](Subscriber& subscriber) {
+      if (subscriber.listener.handle(*event)) subscriber.isToSettle = true;
+    });
+  }
+  return event != nullptr;
 }
 
 bool X11MainConnection::settle() {

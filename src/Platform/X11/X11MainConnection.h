@@ -19,7 +19,7 @@ class X11MainConnection : public std::enable_shared_from_this<X11MainConnection>
   /// What an adapter has called.
   struct Listener {
     /// Given every event, whichever adapter asked for it; errors of requests are no events. True
-    /// has settle() called once no event is left.
+    /// has settle() called once no event is left, or a turn's share of them is handled.
     std::function<bool(const xcb_generic_event_t&)> handle;
     std::function<void()> settle;
     /// The connection broke; called once.
@@ -51,7 +51,9 @@ class X11MainConnection : public std::enable_shared_from_this<X11MainConnection>
 
   X11MainConnection(std::unique_ptr<X11Connection> connection, const std::string& display);
   void lookForQueued();
+  void handleLater();
   void handleEvents();
+  bool handleOne();
   bool settle();
   XcbPointer<xcb_generic_event_t> nextEvent();
   void forEachSubscriber(const std::function<void(Subscriber&)>& visit) const;

@@ -4,7 +4,8 @@
 #include <xkbcommon/xkbcommon-keysyms.h>
 
 #include <chrono>
-#include <future>
+#include <condition_variable>
+#include <mutex>
 #include <optional>
 #include <utility>
 
@@ -40,8 +41,21 @@ class X11KeyEventPoster::Typing {
         surroundings_(std::move(surroundings)),
         display_(std::move(display)) {}
 
+  /// From any thread: nothing is waited for any more, and what has not been typed yet never is.
+  void end() {
+    const std::lock_guard lock(progress_->mutex);
+    progress_->isEnding = true;
+    progress_->changed.notify_all();
+  }
+
+  /// Releases what was pressed again for a person, whose letting go nobody would see any more.
+  void leaveNothingDown() {
+    if (session_ && !session_->connection->isBroken()) session_->injector.releaseRestored();
+  }
+
   /// Whether keys have to be watched from now on.
   bool type(const KeyEvent& event, std::uint64_t awaitedWindow) {
+    if (isEnding()) return false;
     if (!open()) {
       Log::paste.error("The keystroke was not sent: the X server cannot be reached");
       return false;
@@ -49,9 +63,8 @@ class X11KeyEventPoster::Typing {
     const auto target = awaitTarget(awaitedWindow);
     const bool isPaste =
         event.keyCode == virtualKeyOfV && (event.flags & KeyEventFlags::command) != 0;
-    if (const auto stroke = isPaste ? pasteStroke(target) : plainStroke(event)) {
-      session_->injector.send(*stroke);
-    }
+    const auto stroke = isPaste ? pasteStroke(target) : plainStroke(event);
+    if (stroke && !isEnding()) session_->injector.send(*stroke);
     return watch();
   }
 
@@ -97,6 +110,7 @@ class X11KeyEventPoster::Typing {
     for (;;) {
       const auto target = session_->desktop.frontmost();
       if (target && isAwaited(*target, awaitedWindow) && hasFocus(*target)) return target;
+      if (isEnding()) return target;
       if (session_->connection->awaitEvents(end)) continue;
       Log::paste.info("The application to paste into did not come to the front");
       return target;
@@ -141,21 +155,42 @@ class X11KeyEventPoster::Typing {
 
   // The target would be given what was copied or selected before.
   void awaitPublished(bool withPrimary) {
-    const auto published = std::make_shared<std::promise<void>>();
-    const auto isPublished = published->get_future();
-    loop_.post([surroundings = surroundings_, withPrimary, published] {
+    std::unique_lock lock(progress_->mutex);
+    const auto paste = ++progress_->awaited;
+    loop_.post([surroundings = surroundings_, withPrimary, paste, progress = progress_] {
       if (withPrimary) surroundings.offerPrimary();
-      surroundings.whenPublished([published] { published->set_value(); });
+      surroundings.whenPublished([paste, progress] {
+        const std::lock_guard published(progress->mutex);
+        progress->published = paste;
+        progress->changed.notify_all();
+      });
     });
-    if (isPublished.wait_for(longestPublishing) == std::future_status::timeout) {
-      Log::paste.info("The clipboard was slow to take the clip that is pasted");
-    }
+    const bool isOver = progress_->changed.wait_for(lock, longestPublishing, [&] {
+      return progress_->published == paste || progress_->isEnding;
+    });
+    if (!isOver) Log::paste.info("The clipboard was slow to take the clip that is pasted");
   }
+
+  bool isEnding() const {
+    const std::lock_guard lock(progress_->mutex);
+    return progress_->isEnding;
+  }
+
+  /// What is heard from other threads, which may outlive this.
+  struct Progress {
+    std::mutex mutex;
+    std::condition_variable changed;
+    /// Pastes whose clip is awaited on the clipboard, counted; and the last that was told to be.
+    std::uint64_t awaited = 0;
+    std::uint64_t published = 0;
+    bool isEnding = false;
+  };
 
   RunLoop& loop_;
   const ApplicationIdentifying& applications_;
   const Surroundings surroundings_;
   const std::string display_;
+  const std::shared_ptr<Progress> progress_ = std::make_shared<Progress>();
   std::unique_ptr<Session> session_;
 };
 
@@ -174,7 +209,10 @@ X11KeyEventPoster::X11KeyEventPoster(RunLoop& loop, std::unique_ptr<Typing> typi
                                      std::function<std::uint64_t()> awaitedWindow)
     : loop_(loop), typing_(std::move(typing)), awaitedWindow_(std::move(awaitedWindow)) {}
 
-X11KeyEventPoster::~X11KeyEventPoster() = default;
+X11KeyEventPoster::~X11KeyEventPoster() {
+  typing_->end();
+  queue_.async([typing = typing_.get()] { typing->leaveNothingDown(); });
+}
 
 std::unique_ptr<KeyEventPoster::Source> X11KeyEventPoster::createSource() {
   return std::make_unique<KeySource>();

@@ -48,7 +48,7 @@ class X11KeyEventPoster final : public KeyEventPoster {
                                                    RunLoop& loop,
                                                    const ApplicationIdentifying& applications,
                                                    Surroundings surroundings);
-  /// Sends what was posted before.
+  /// What has not been sent yet never is. No key stays down that was pressed for somebody.
   ~X11KeyEventPoster() override;
 
   std::unique_ptr<KeyEventPoster::Source> createSource() override;

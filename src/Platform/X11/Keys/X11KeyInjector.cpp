@@ -131,7 +131,11 @@ void X11KeyInjector::send(const KeyStroke& stroke) {
 
 bool X11KeyInjector::letGo() {
   const X11KeySet gone = restored_ & ~readDown(keyboards_.ofPersons);
-  if (gone.none()) return restored_.any();
+  if (gone.any()) release(gone);
+  return restored_.any();
+}
+
+void X11KeyInjector::release(const X11KeySet& gone) {
   restored_ &= ~gone;
   const X11KeySet down = readDown();
   // The device that programs type on has all of them down; applications see those in `down`.
@@ -140,7 +144,6 @@ bool X11KeyInjector::letGo() {
     for (const auto key : keysOf(gone)) steps.push_back({key, false});
   }
   type(steps);
-  return restored_.any();
 }
 
 // Some layouts switch their group on a chord of modifiers that a paste chord contains.

@@ -35,6 +35,8 @@ class X11KeyInjector {
   /// Whether a person still holds keys that were pressed again on their behalf. What is not held
   /// any more is released, also where only the device that programs type on still has it down.
   bool letGo();
+  /// Releases all of them, held or not.
+  void releaseRestored() { release(X11KeySet(restored_)); }
 
  private:
   struct Keyboards {
@@ -53,6 +55,7 @@ class X11KeyInjector {
   HeldKeys readHeld() const;
   Groups readGroups() const;
   void keepGroup();
+  void release(const X11KeySet& gone);
   void type(const std::vector<KeyStep>& steps);
 
   xcb_connection_t* const connection_;

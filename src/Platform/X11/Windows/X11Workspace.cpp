@@ -44,9 +44,10 @@ std::uint64_t X11Workspace::awaitedWindow() const {
 
 // Whether the front may have moved.
 bool X11Workspace::handle(const xcb_generic_event_t& event) {
-  if (const auto time = desktop_.serverTime(event)) {
-    desktop_.requestActivation(static_cast<xcb_window_t>(awaitedWindow_), *time);
-  }
+  // By now the window may be in front already, or nobody may wait for it any more.
+  const auto time = desktop_.serverTime(event);
+  const auto window = static_cast<xcb_window_t>(awaitedWindow());
+  if (time && window != XCB_NONE) desktop_.requestActivation(window, *time);
   return desktop_.movesTheFront(event);
 }
 

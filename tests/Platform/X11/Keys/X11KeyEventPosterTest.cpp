@@ -301,6 +301,21 @@ TEST_F(X11KeyEventPosterTest, WaitsForTheClipToBeOnTheClipboard) {
   EXPECT_TRUE(turnQtUntil([&] { return std::ranges::count(target.seen(), controlV) == 1; }));
 }
 
+TEST_F(X11KeyEventPosterTest, ItsEndWaitsForNothingAndLeavesNothingDown) {
+  Target target("Editor");
+  typing_.bringToFront(target);
+  typist_.press({Typist::super, Typist::alt});
+  paste();
+  expectPastes(target, 1);
+  typing_.isPublishingHeld = true;
+  paste();
+  ASSERT_TRUE(turnQtUntil([&] { return !typing_.heldPublishing.empty(); }));
+  typing_.poster.reset();
+  typist_.release({Typist::alt, Typist::super});
+  EXPECT_TRUE(nothingIsDown());
+  expectPastes(target, 1);
+}
+
 TEST(X11KeyEventPoster, IsNotMadeWhereNoProgramMayType) {
   const QtApplication application;
   QtRunLoop loop;
