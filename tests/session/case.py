@@ -56,6 +56,14 @@ class SessionCase(unittest.TestCase):
         self.addCleanup(receiver.close)
         return receiver
 
+    def start_bus(self, address):
+        """A session bus beside the desktop's own; returns when it answers."""
+        bus = self.start_program("dbus-daemon", "--session", "--nofork", "--nopidfile",
+                                 f"--address={address}", "--print-address", stdout=subprocess.PIPE)
+        with bus.stdout:
+            bus.stdout.readline()
+        return bus
+
     def start_owner(self, script, *arguments, **options):
         """Starts a clipboard owner written in Python; waits until it says that it owns."""
         owner = self.start_program("/usr/bin/python3", "-c", script, *arguments,

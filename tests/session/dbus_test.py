@@ -207,13 +207,6 @@ class DBus(SessionCase):
             self.assertEqual(self.stowboard.logged("No session bus"), 1)
             self.assertEqual(self.stowboard.stop(), 0)
 
-    def start_bus(self, address):
-        bus = self.start_program("dbus-daemon", "--session", "--nofork", "--nopidfile",
-                                 f"--address={address}", "--print-address", stdout=subprocess.PIPE)
-        with bus.stdout:
-            bus.stdout.readline()
-        return bus
-
     def test_it_goes_on_at_rest_when_the_bus_goes_away_and_joins_it_again(self):
         address = f"unix:path={self.desktop.directory}/bus"
         self.other_bus = {"DBUS_SESSION_BUS_ADDRESS": address}

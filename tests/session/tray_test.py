@@ -38,17 +38,17 @@ class Tray(SessionCase):
         self.x = display.Display(self.desktop.environment["DISPLAY"])
         self.addCleanup(self.x.close)
         self.connect(self.desktop.environment["DBUS_SESSION_BUS_ADDRESS"])
-        self.addCleanup(self.bus.close_sync, None)
+        self.addCleanup(self.disconnect)
 
     def connect(self, address):
-        """Whether there is a bus, which is then asked for its items."""
+        """Makes this the bus that is asked for its items."""
         flags = (Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT |
                  Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION)
-        try:
-            self.bus = Gio.DBusConnection.new_for_address_sync(address, flags, None, None)
-        except GLib.Error:
-            return False
-        return True
+        self.bus = Gio.DBusConnection.new_for_address_sync(address, flags, None, None)
+
+    def disconnect(self):
+        if not self.bus.is_closed():
+            self.bus.close_sync(None)
 
     # The trays
 
@@ -188,6 +188,24 @@ class Tray(SessionCase):
         self.desktop.stop_program(hung)
         self.start_notifier_tray()
         wait_until(self.notifier_icon, "the other one has it")
+
+    def test_a_bus_that_is_restarted_has_it_again(self):
+        address = f"unix:path={self.desktop.directory}/restarted"
+        restarted = {"DBUS_SESSION_BUS_ADDRESS": address}
+        bus = self.start_bus(address)
+        self.stowboard.start(**restarted)
+        for _ in range(2):
+            self.disconnect()
+            self.connect(address)
+            tray = self.start_notifier_tray(restarted)
+            wait_until(self.notifier_icon, "the tray has it")
+            self.desktop.click(*self.notifier_icon())
+            self.stowboard.wait_for_panel()
+            self.desktop.keys("Escape")
+            self.stowboard.wait_until_panel_closed()
+            for program in (tray, bus):
+                self.desktop.stop_program(program)
+            bus = self.start_bus(address)
 
 
 if __name__ == "__main__":

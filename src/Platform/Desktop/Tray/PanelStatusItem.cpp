@@ -1,6 +1,7 @@
 #include "Platform/Desktop/Tray/PanelStatusItem.h"
 
 #include <QDBusConnection>
+#include <algorithm>
 #include <utility>
 
 #include "Base/SignalFreeThread.h"
@@ -9,28 +10,45 @@
 
 namespace stowboard {
 
+namespace {
+
+constexpr std::chrono::milliseconds shortestPatience(500);
+constexpr std::chrono::milliseconds longestPatience(60'000);
+
+}  // namespace
+
 PanelStatusItem::PanelStatusItem(std::unique_ptr<StatusItem> otherwise)
     : otherwise_(std::move(otherwise)) {}
 
 PanelStatusItem::~PanelStatusItem() { hide(); }
 
-// Making the connection waits for the bus.
 void PanelStatusItem::show(Content content) {
-  if (context_) return;
+  if (retry_) return;
   content_ = std::move(content);
-  context_ = std::make_unique<QObject>();
+  patience_ = shortestPatience;
+  retry_ = std::make_unique<QTimer>();
+  retry_->setSingleShot(true);
+  QObject::connect(retry_.get(), &QTimer::timeout, retry_.get(), [this] { connectAgain(); });
+  connect();
+}
+
+// Making the connection waits for the bus.
+void PanelStatusItem::connect() {
+  static int count = 0;
+  connection_ = QStringLiteral("status-item-%1").arg(++count);
   connecting_ = startSignalFreeThread("status-item", [this] {
-    QDBusConnection::sessionBus();
+    QDBusConnection::connectToBus(QDBusConnection::SessionBus, connection_);
     QMetaObject::invokeMethod(
-        context_.get(), [this] { lookForHost(); }, Qt::QueuedConnection);
+        retry_.get(), [this] { didConnect(); }, Qt::QueuedConnection);
   });
 }
 
 void PanelStatusItem::hide() {
   if (connecting_.joinable()) connecting_.join();
-  context_.reset();
+  retry_.reset();
   host_.reset();
   item_.reset();
+  QDBusConnection::disconnectFromBus(connection_);
   otherwise_->hide();
 }
 
@@ -39,13 +57,33 @@ void PanelStatusItem::menuDidChange() {
   otherwise_->menuDidChange();
 }
 
-void PanelStatusItem::lookForHost() {
-  const QDBusConnection connection = QDBusConnection::sessionBus();
+void PanelStatusItem::didConnect() {
+  QDBusConnection connection(connection_);
+  const bool isConnected = connection.isConnected();
+  patience_ = isConnected ? shortestPatience : std::min(2 * patience_, longestPatience);
+  retry_->setInterval(patience_);
+  // The toolkit's own signal. Only a slot can receive it.
+  connection.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                     QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"),
+                     retry_.get(), SLOT(start()));
   item_ = std::make_unique<StatusNotifierItem>(content_, connection);
   host_ = std::make_unique<StatusNotifierHost>(connection, [this](bool isPresent) {
     isPresent ? otherwise_->hide() : otherwise_->show(content_);
   });
   host_->look();
+  if (isConnected) {
+    hasBus_ = true;
+  } else if (hasBus_) {
+    retry_->start();
+  }
+}
+
+void PanelStatusItem::connectAgain() {
+  connecting_.join();
+  host_.reset();
+  item_.reset();
+  QDBusConnection::disconnectFromBus(connection_);
+  connect();
 }
 
 }  // namespace stowboard

@@ -93,7 +93,10 @@ class Watcher final : public DBusObject {
 /// What a panel asks of the item and its menu, on a connection of its own.
 class Panel {
  public:
-  Panel() : bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, "panel")) {}
+  /// Of the items, the one that the watcher was told of last counts.
+  explicit Panel(const Watcher& watcher)
+      : watcher_(watcher),
+        bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, "panel")) {}
   ~Panel() { QDBusConnection::disconnectFromBus("panel"); }
 
   QDBusMessage askItem(const QString& method, const QVariantList& arguments) const {
@@ -130,12 +133,12 @@ class Panel {
  private:
   QDBusMessage ask(const QString& path, const QString& interface, const QString& method,
                    const QVariantList& arguments) const {
-    auto message = QDBusMessage::createMethodCall(QDBusConnection::sessionBus().baseService(), path,
-                                                  interface, method);
+    auto message = QDBusMessage::createMethodCall(watcher_.items.last(), path, interface, method);
     message.setArguments(arguments);
     return bus_.call(message, QDBus::BlockWithGui);
   }
 
+  const Watcher& watcher_;
   QDBusConnection bus_;
 };
 
@@ -162,7 +165,7 @@ class NotifierHarness {
 
  private:
   Watcher watcher_{true};
-  Panel panel_;
+  Panel panel_{watcher_};
   PanelStatusItem item_{std::make_unique<FakeStatusItem>()};
 };
 
@@ -189,6 +192,7 @@ class PanelStatusItemTest : public ::testing::Test {
   }
   void showInPanel() {
     watcher_ = std::make_unique<Watcher>(true);
+    panel_.emplace(*watcher_);
     show();
     ASSERT_TRUE(turnQtUntil([this] { return !watcher_->items.isEmpty(); }));
   }
@@ -200,7 +204,7 @@ class PanelStatusItemTest : public ::testing::Test {
   std::string chosen_;
   std::vector<StatusItem::Rectangle> clicks_;
   std::unique_ptr<Watcher> watcher_;
-  Panel panel_;
+  std::optional<Panel> panel_;
   FakeStatusItem* otherwise_ = nullptr;
   std::unique_ptr<PanelStatusItem> item_;
 };
@@ -215,7 +219,7 @@ TEST_F(PanelStatusItemTest, IsElsewhereWheneverNoPanelTakesIt) {
     EXPECT_TRUE(isElsewhere(true)) << "its panel ended";
     watcher_->setHasHost(true);
     EXPECT_TRUE(isElsewhere(false)) << "and is back";
-    EXPECT_GE(watcher_->items.count(QDBusConnection::sessionBus().baseService()), 1);
+    EXPECT_FALSE(watcher_->items.isEmpty());
     watcher_.reset();
     EXPECT_TRUE(isElsewhere(true)) << "the watcher ended";
   }
@@ -236,64 +240,64 @@ TEST_F(PanelStatusItemTest, IsElsewhereWhileTheWatcherHangs) {
 
 TEST_F(PanelStatusItemTest, TellsWhatItIs) {
   showInPanel();
-  EXPECT_EQ(panel_.valueOf("Id"), "com.qarvin.stowboard");
-  EXPECT_EQ(panel_.valueOf("ItemIsMenu"), false);
-  EXPECT_EQ(panel_.valueOf("Menu").value<QDBusObjectPath>().path(), "/MenuBar");
-  const auto icons = qdbus_cast<QList<BusPicture>>(panel_.valueOf("IconPixmap"));
+  EXPECT_EQ(panel_->valueOf("Id"), "com.qarvin.stowboard");
+  EXPECT_EQ(panel_->valueOf("ItemIsMenu"), false);
+  EXPECT_EQ(panel_->valueOf("Menu").value<QDBusObjectPath>().path(), "/MenuBar");
+  const auto icons = qdbus_cast<QList<BusPicture>>(panel_->valueOf("IconPixmap"));
   ASSERT_EQ(icons.size(), 9);
   EXPECT_EQ(icons[2].width, 22);
   EXPECT_EQ(icons[2].pixels, QByteArray("\x80\x11\x22\x33").repeated(22));
-  EXPECT_EQ(panel_.property("Colour").errorName(), "org.freedesktop.DBus.Error.InvalidArgs");
+  EXPECT_EQ(panel_->property("Colour").errorName(), "org.freedesktop.DBus.Error.InvalidArgs");
 }
 
 TEST_F(PanelStatusItemTest, TakesThePlaceOfAClickAndNoOtherButton) {
   showInPanel();
   for (const QVariantList& place : {QVariantList{30, 40}, {0, 0}, {99999, 5}}) {
-    panel_.askItem("Activate", place);
+    panel_->askItem("Activate", place);
   }
   for (const char* other : {"SecondaryActivate", "Scroll"}) {
-    EXPECT_EQ(panel_.askItem(other, {1, 2}).type(), QDBusMessage::ReplyMessage);
+    EXPECT_EQ(panel_->askItem(other, {1, 2}).type(), QDBusMessage::ReplyMessage);
   }
   const StatusItem::Rectangle unknown;
   EXPECT_THAT(clicks_, ElementsAre(StatusItem::Rectangle{30, 40, 1, 1}, unknown, unknown));
-  EXPECT_EQ(panel_.askItem("Explode", {}).type(), QDBusMessage::ErrorMessage);
+  EXPECT_EQ(panel_->askItem("Explode", {}).type(), QDBusMessage::ErrorMessage);
 }
 
 TEST_F(PanelStatusItemTest, LendsItsMenuInThePanelsForm) {
   showInPanel();
-  const auto entries = Panel::children(panel_.layout().value());
+  const auto entries = Panel::children(panel_->layout().value());
   ASSERT_EQ(entries.size(), 3u);
   EXPECT_EQ(entries[0].properties["label"], "Help__1");
   EXPECT_EQ(qdbus_cast<QList<QStringList>>(entries[0].properties["shortcut"]),
             QList<QStringList>({{"Control", "?"}}));
   EXPECT_EQ(entries[1].properties, QVariantMap({{"type", "separator"}}));
   EXPECT_EQ(entries[2].properties, QVariantMap({{"label", "Version"}, {"enabled", false}}));
-  EXPECT_TRUE(panel_.layout(0, 0)->children.isEmpty());
-  EXPECT_EQ(panel_.layout(3)->properties, entries[2].properties);
+  EXPECT_TRUE(panel_->layout(0, 0)->children.isEmpty());
+  EXPECT_EQ(panel_->layout(3)->properties, entries[2].properties);
   const auto group =
-      panel_.askMenu("GetGroupProperties", {QVariant::fromValue(QList<int>{2, 9}), QStringList()});
+      panel_->askMenu("GetGroupProperties", {QVariant::fromValue(QList<int>{2, 9}), QStringList()});
   EXPECT_EQ(qdbus_cast<QList<BusProperties>>(group.arguments().at(0)).size(), 1);
   for (const auto& wrong :
-       {panel_.askMenu("GetLayout", {4, -1, QStringList()}), panel_.askMenu("GetLayout", {"0"}),
-        panel_.askMenu("Explode", {}), panel_.askMenu("GetProperty", {2, "label"})}) {
+       {panel_->askMenu("GetLayout", {4, -1, QStringList()}), panel_->askMenu("GetLayout", {"0"}),
+        panel_->askMenu("Explode", {}), panel_->askMenu("GetProperty", {2, "label"})}) {
     EXPECT_EQ(wrong.type(), QDBusMessage::ErrorMessage);
   }
 }
 
 TEST_F(PanelStatusItemTest, HasAChangedMenuFetchedAnewOnce) {
   showInPanel();
-  panel_.layout();
-  EXPECT_FALSE(panel_.asksAnewBeforeShowing());
+  panel_->layout();
+  EXPECT_FALSE(panel_->asksAnewBeforeShowing());
   title_ = "Other version";
-  EXPECT_TRUE(panel_.asksAnewBeforeShowing());
-  EXPECT_EQ(Panel::children(*panel_.layout())[2].properties["label"], "Other version");
-  EXPECT_FALSE(panel_.asksAnewBeforeShowing());
+  EXPECT_TRUE(panel_->asksAnewBeforeShowing());
+  EXPECT_EQ(Panel::children(*panel_->layout())[2].properties["label"], "Other version");
+  EXPECT_FALSE(panel_->asksAnewBeforeShowing());
 }
 
 TEST_F(PanelStatusItemTest, ActsOnChoicesOnly) {
   showInPanel();
   const QList<BusEvent> events{{1, "hovered"}, {1, "clicked"}, {2, "clicked"}, {-1, "clicked"}};
-  panel_.askMenu("EventGroup", {QVariant::fromValue(events)});
+  panel_->askMenu("EventGroup", {QVariant::fromValue(events)});
   EXPECT_EQ(chosen_, "help ");
 }
 
