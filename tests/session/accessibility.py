@@ -32,7 +32,7 @@ class Accessibility:
     def look_for(self, role, name):
         """The same now; None when there is none."""
         return self._tried(lambda: next(
-            (control for control in self._controls() if control.get_role_name() == role and
+            (control for control in self._controls() if self._role(control) == role and
              name in self._names(control) and self._is(control, "SHOWING")), None))
 
     def press(self, role, name, action="Press"):
@@ -57,6 +57,12 @@ class Accessibility:
     def _focused(self):
         return self._tried(lambda: [(control.get_role_name(), *sorted(self._names(control)))
                                     for control in self._controls() if self._is(control, "FOCUSED")])
+
+    @staticmethod
+    def _role(control):
+        """Newer releases of AT-SPI say "button" for it."""
+        role = control.get_role_name()
+        return "push button" if role == "button" else role
 
     @staticmethod
     def _tried(look):

@@ -130,7 +130,8 @@ TEST(HistoryJsonTest, saysWhereAndWhyAHistoryCannotBeRead) {
       {historyWith(R"(,"timestamp":"1")"), "clip 0: \"timestamp\" is not a number"},
       {historyWith(R"(,"timestamp":null)"), "clip 0: \"timestamp\" is not a number"},
       {historyWith(R"(,"timestamp":1e309)"), "clip 0: \"timestamp\" is out of range"},
-      {historyWith(R"(,"timestamp":1e99999999999)"), "a number is out of range"},
+      // Releases of the parser differ on who tells.
+      {historyWith(R"(,"timestamp":1e99999999999)"), "is out of range"},
       {historyWith(R"(,"timestamp":01)"), "clip 0: \"timestamp\": this is not JSON"},
       {historyWith(R"(,"timestamp":NaN)"), "clip 0: \"timestamp\": this is not JSON"},
       {historyWith(R"(,"textContent":{"a":1})"), "clip 0: \"textContent\" is not a string"},
