@@ -15,6 +15,7 @@ namespace {
 constexpr auto watcherAnswersIn = std::chrono::seconds(2);
 // Its late answer is the sign that it hangs no more.
 constexpr int noTimeout = std::numeric_limits<int>::max();
+const QString busName = QStringLiteral("org.freedesktop.DBus");
 const QString watcherName = QStringLiteral("org.kde.StatusNotifierWatcher");
 const QString watcherPath = QStringLiteral("/StatusNotifierWatcher");
 
@@ -43,8 +44,7 @@ StatusNotifierHost::StatusNotifierHost(const QDBusConnection& connection,
 }
 
 void StatusNotifierHost::subscribe() {
-  const QString bus = QStringLiteral("org.freedesktop.DBus");
-  connection_.connect(bus, QStringLiteral("/org/freedesktop/DBus"), bus,
+  connection_.connect(busName, QStringLiteral("/org/freedesktop/DBus"), busName,
                       QStringLiteral("NameOwnerChanged"), {watcherName}, QString(), &changed_,
                       SLOT(start()));
   for (const char* signal : {"StatusNotifierHostRegistered", "StatusNotifierHostUnregistered"}) {
@@ -54,30 +54,43 @@ void StatusNotifierHost::subscribe() {
   }
 }
 
+// By the name on the bus that it has now: an answer does not say whose it is.
 void StatusNotifierHost::look() {
   if (!connection_.isConnected()) return onChange_(false);
   asksAgain_ = isAsking_;
   if (std::exchange(isAsking_, true)) return;
   patience_.start(watcherAnswersIn);
-  auto question =
-      callTo(watcherName, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-  question << watcherName << QStringLiteral("IsStatusNotifierHostRegistered");
-  auto* pending =
-      new QDBusPendingCallWatcher(connection_.asyncCall(question, noTimeout), &changed_);
-  QObject::connect(pending, &QDBusPendingCallWatcher::finished, pending, [this, pending] {
-    pending->deleteLater();
-    handle(pending->reply());
+  auto question = QDBusMessage::createMethodCall(busName, QStringLiteral("/org/freedesktop/DBus"),
+                                                 busName, QStringLiteral("GetNameOwner"));
+  ask(question << watcherName, [this](const QDBusMessage& answer) {
+    const auto watcher = answer.arguments().value(0).toString();
+    if (answer.type() != QDBusMessage::ReplyMessage) return handle({}, answer);
+    auto isShown =
+        callTo(watcher, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+    isShown << watcherName << QStringLiteral("IsStatusNotifierHostRegistered");
+    ask(isShown, [this, watcher](const QDBusMessage& shown) { handle(watcher, shown); });
   });
 }
 
-void StatusNotifierHost::handle(const QDBusMessage& answer) {
+void StatusNotifierHost::ask(const QDBusMessage& question,
+                             std::function<void(const QDBusMessage&)> then) {
+  auto* pending =
+      new QDBusPendingCallWatcher(connection_.asyncCall(question, noTimeout), &changed_);
+  QObject::connect(pending, &QDBusPendingCallWatcher::finished, pending,
+                   [pending, then = std::move(then)] {
+                     pending->deleteLater();
+                     then(pending->reply());
+                   });
+}
+
+void StatusNotifierHost::handle(const QString& watcher, const QDBusMessage& answer) {
   isAsking_ = false;
   patience_.stop();
   if (asksAgain_) changed_.start();
   if (isUnanswered(answer)) return;
   const auto value = answer.arguments().value(0).value<QDBusVariant>().variant();
   const bool isPresent = answer.type() == QDBusMessage::ReplyMessage && value.toBool();
-  registerItemWith(isPresent ? answer.service() : QString());
+  registerItemWith(isPresent ? watcher : QString());
   onChange_(isPresent);
 }
 

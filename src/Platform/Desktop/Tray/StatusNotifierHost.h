@@ -24,7 +24,8 @@ class StatusNotifierHost {
 
  private:
   void subscribe();
-  void handle(const QDBusMessage& answer);
+  void ask(const QDBusMessage& question, std::function<void(const QDBusMessage&)> then);
+  void handle(const QString& watcher, const QDBusMessage& answer);
   void registerItemWith(const QString& watcher);
 
   QDBusConnection connection_;
