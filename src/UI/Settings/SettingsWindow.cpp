@@ -26,8 +26,11 @@ SettingsWindow::SettingsWindow(std::unique_ptr<SettingsViewModel> viewModel,
   column->setContentsMargins(0, 0, 0, 0);
   column->setSizeConstraint(QLayout::SetFixedSize);
   column->addWidget(view_.get());
+  // Of another density older toolkits tell as such, newer ones as of another size of the screen.
   const auto watch = [this](const QScreen* screen) {
     connect(screen, &QScreen::logicalDotsPerInchChanged, this, &SettingsWindow::fitDensity,
+            Qt::QueuedConnection);
+    connect(screen, &QScreen::geometryChanged, this, &SettingsWindow::fitDensity,
             Qt::QueuedConnection);
   };
   std::ranges::for_each(QGuiApplication::screens(), watch);
