@@ -93,7 +93,8 @@ class Stowboard:
 
     def menu(self):
         """The tray icon's menu; empty while it is closed."""
-        return self._window(r'"Stowboard"\n_NET_WM_WINDOW_TYPE\(ATOM\) = _NET_WM_WINDOW_TYPE_NORMAL')
+        return self._window(r'"Stowboard"\n_NET_WM_WINDOW_TYPE\(ATOM\) = '
+                            r"(_NET_WM_WINDOW_TYPE_POPUP_MENU, )?_NET_WM_WINDOW_TYPE_NORMAL")
 
     def tray_icon(self):
         """The icon's window in an X11 tray; empty while it is not there."""
