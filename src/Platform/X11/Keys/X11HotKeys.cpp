@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Base/Log.h"
+#include "Platform/KeyPositions.h"
 
 namespace stowboard {
 
@@ -101,7 +102,7 @@ HotKeyCenter::Status X11HotKeys::take(HotKey& hotKey) {
 }
 
 HotKeyCenter::Status X11HotKeys::resolve(const HotKeyConfig& config, Chord& chord) const {
-  const auto key = x11KeyCode(config.keyCode);
+  const auto key = xkbKeyCode(config.keyCode);
   if (!key) return noSuchKey;
   const auto modifiers = keyboard_.modifiersForMask(config.modifiers);
   if (!modifiers) return noSuchModifier;

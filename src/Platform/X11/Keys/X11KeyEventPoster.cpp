@@ -10,6 +10,8 @@
 #include <utility>
 
 #include "Base/Log.h"
+#include "Platform/KeyPositions.h"
+#include "Platform/PasteChord.h"
 #include "Platform/X11/Keys/X11KeyInjector.h"
 #include "Platform/X11/Keys/X11PastePlan.h"
 #include "Platform/X11/X11Desktop.h"
@@ -24,7 +26,7 @@ constexpr std::chrono::milliseconds betweenWatches{50};
 class KeySource final : public KeyEventPoster::Source {
  public:
   std::optional<KeyEvent> createKeyEvent(std::uint32_t keyCode, bool isKeyDown) override {
-    if (!x11KeyCode(keyCode)) return std::nullopt;
+    if (!xkbKeyCode(keyCode)) return std::nullopt;
     return KeyEvent{keyCode, isKeyDown, KeyEventFlags::none};
   }
 };
@@ -143,7 +145,7 @@ class X11KeyEventPoster::Typing {
   }
 
   static std::optional<KeyStroke> plainStroke(const KeyEvent& event) {
-    const auto key = x11KeyCode(event.keyCode);
+    const auto key = xkbKeyCode(event.keyCode);
     if (!key) return std::nullopt;
     return KeyStroke{*key, (event.flags & KeyEventFlags::command) != 0, false};
   }

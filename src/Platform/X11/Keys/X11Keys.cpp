@@ -12,43 +12,6 @@ namespace stowboard {
 
 namespace {
 
-struct KeyPosition {
-  std::uint32_t virtualKeyCode;
-  xcb_keycode_t keyCode;
-};
-
-// Virtual key codes number the positions of an ANSI keyboard in a historic order; X key codes are
-// those of linux/input-event-codes.h plus 8.
-// clang-format off
-constexpr std::array positions = std::to_array<KeyPosition>({
-    // The digit row.
-    {50, 49}, {18, 10}, {19, 11}, {20, 12}, {21, 13}, {23, 14}, {22, 15}, {26, 16}, {28, 17},
-    {25, 18}, {29, 19}, {27, 20}, {24, 21}, {51, 22},
-    // The row of Q.
-    {48, 23}, {12, 24}, {13, 25}, {14, 26}, {15, 27}, {17, 28}, {16, 29}, {32, 30}, {34, 31},
-    {31, 32}, {35, 33}, {33, 34}, {30, 35}, {42, 51},
-    // The row of A.
-    {0, 38}, {1, 39}, {2, 40}, {3, 41}, {5, 42}, {4, 43}, {38, 44}, {40, 45}, {37, 46}, {41, 47},
-    {39, 48}, {36, 36},
-    // The row of Z; 10 is the key beside the left Shift of ISO keyboards.
-    {10, 94}, {6, 52}, {7, 53}, {8, 54}, {9, 55}, {11, 56}, {45, 57}, {46, 58}, {43, 59},
-    {47, 60}, {44, 61}, {49, 65},
-    // Modifiers.
-    {53, 9}, {54, 134}, {55, 133}, {56, 50}, {57, 66}, {58, 64}, {59, 37}, {60, 62}, {61, 108},
-    {62, 105},
-    // Functions.
-    {122, 67}, {120, 68}, {99, 69}, {118, 70}, {96, 71}, {97, 72}, {98, 73}, {100, 74}, {101, 75},
-    {109, 76}, {103, 95}, {111, 96}, {105, 191}, {107, 192}, {113, 193}, {106, 194}, {64, 195},
-    {79, 196}, {80, 197}, {90, 198},
-    // Moving about.
-    {114, 118}, {115, 110}, {116, 112}, {117, 119}, {119, 115}, {121, 117}, {123, 113},
-    {124, 114}, {125, 116}, {126, 111},
-    // The keypad.
-    {65, 91}, {67, 63}, {69, 86}, {71, 77}, {75, 106}, {76, 104}, {78, 82}, {81, 125}, {82, 90},
-    {83, 87}, {84, 88}, {85, 89}, {86, 83}, {87, 84}, {88, 85}, {89, 79}, {91, 80}, {92, 81},
-});
-// clang-format on
-
 constexpr std::array lockSymbols = std::to_array<xcb_keysym_t>(
     {XKB_KEY_Caps_Lock, XKB_KEY_Shift_Lock, XKB_KEY_Num_Lock, XKB_KEY_Scroll_Lock, XKB_KEY_ISO_Lock,
      XKB_KEY_ISO_Level3_Lock, XKB_KEY_ISO_Level5_Lock, XKB_KEY_ISO_Next_Group,
@@ -126,11 +89,6 @@ std::vector<xcb_keycode_t> keysOf(const X11KeySet& set) {
     if (set.test(key)) keys.push_back(static_cast<xcb_keycode_t>(key));
   }
   return keys;
-}
-
-std::optional<xcb_keycode_t> x11KeyCode(std::uint32_t virtualKeyCode) {
-  const auto* found = std::ranges::find(positions, virtualKeyCode, &KeyPosition::virtualKeyCode);
-  return found == positions.end() ? std::nullopt : std::optional(found->keyCode);
 }
 
 X11KeyboardMap X11KeyboardMap::read(xcb_connection_t* connection) {

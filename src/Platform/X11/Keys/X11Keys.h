@@ -24,11 +24,6 @@ X11KeySet x11KeySet(const std::uint8_t* bits);
 /// In the order of their codes.
 std::vector<xcb_keycode_t> keysOf(const X11KeySet& set);
 
-/// The X key code of the key at the position that a virtual key code names (see HotKeyConfig);
-/// absent when there is no such key. These are the numbers of every server that reads its keyboards
-/// through evdev: the kernel's code of the key plus 8.
-std::optional<xcb_keycode_t> x11KeyCode(std::uint32_t virtualKeyCode);
-
 /// The keyboard as the server has it at one moment: the symbols on each key, and the modifiers that
 /// it sets. A value; reading it waits for the server.
 class X11KeyboardMap {

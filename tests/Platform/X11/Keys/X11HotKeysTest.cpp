@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "Platform/KeyPositions.h"
 #include "Platform/QtTurns.h"
 #include "Platform/X11/Keys/Typist.h"
 #include "contract/HotKeyCenterContract.h"
@@ -22,7 +23,7 @@ class RealHotKeysHarness {
   void press(const HotKeyConfig& config) {
     const auto modifiers = modifierKeys(config.modifiers);
     for (const auto key : modifiers) typist_.press(key);
-    typist_.tap(*x11KeyCode(config.keyCode));
+    typist_.tap(*xkbKeyCode(config.keyCode));
     for (const auto key : modifiers) typist_.release(key);
     typist_.sync();
   }

@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "Models/HotKeyConfig.h"
+#include "Platform/KeyPositions.h"
+#include "Platform/PasteChord.h"
 
 namespace stowboard {
 namespace {
@@ -141,17 +143,17 @@ TEST(X11KeyboardMap, PrefersTheGroupInForce) {
 
 TEST(X11KeyboardMap, KnowsEveryKeyOfTheDigitsAndNoneTwice) {
   for (int digit = 1; digit <= 9; ++digit) {
-    EXPECT_EQ(x11KeyCode(*HotKeyConfig::keyCodeForDigit(digit)), 9 + digit);
+    EXPECT_EQ(xkbKeyCode(*HotKeyConfig::keyCodeForDigit(digit)), 9 + digit);
   }
   X11KeySet seen;
   for (std::uint32_t code = 0; code < 128; ++code) {
-    const auto key = x11KeyCode(code);
+    const auto key = xkbKeyCode(code);
     if (!key) continue;
     EXPECT_FALSE(seen.test(*key)) << code;
     seen.set(*key);
   }
   for (const auto& option : KeyOption::allOptions()) {
-    EXPECT_TRUE(x11KeyCode(option.keyCode)) << option.name;
+    EXPECT_TRUE(xkbKeyCode(option.keyCode)) << option.name;
   }
 }
 
