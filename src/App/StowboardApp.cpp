@@ -1,3 +1,4 @@
+#include <malloc.h>
 #include <unistd.h>
 #include <QApplication>
 #include <cstdio>
@@ -84,6 +85,8 @@ void logForToolkit(QtMsgType type, const QMessageLogContext&, const QString& mes
 void keepToolkitOffTheBus() { qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/dev/null"); }
 
 int runStowboard(char* programName) {
+  // One heap for all threads: what each would keep of its own costs more than the rare wait.
+  ::mallopt(M_ARENA_MAX, 1);
   qInstallMessageHandler(logForToolkit);
   auto bundle = selectBundle();
   const bool isRunningTests = AppDelegate::isRunningTests(*bundle);

@@ -1,5 +1,7 @@
 #include "Services/StorageManager.h"
 
+#include <malloc.h>
+
 #include <span>
 #include <string_view>
 #include <utility>
@@ -111,6 +113,8 @@ void StorageManager::save(File& file, Value value) {
       return error;
     };
     log("save", file.path, encode(value, target, setAside));
+    // What the copy and its save have freed lies scattered, and the allocator would keep it.
+    ::malloc_trim(0);
   });
 }
 
