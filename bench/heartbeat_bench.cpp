@@ -176,9 +176,8 @@ int run(int& argumentCount, char* arguments[]) {
   qputenv("XDG_DATA_HOME", folder.path().toLocal8Bit());
   auto bundle = std::make_unique<XdgBundle>();
   const DisplaySelection display = selectDisplay(*bundle);
-  const Platform platform =
-      selectPlatform(display, std::move(bundle), ThumbnailGenerator::maxDimension);
-  Bench bench(platform);
+  PlatformSelection selection(display, std::move(bundle), ThumbnailGenerator::maxDimension);
+  Bench bench(selection.complete());
   bench.idle();
   for (const int megabytes : {1, 10, 50}) {
     bench.copy(fmt::format("{} MB of text copied", megabytes), textFile(folder, megabytes),

@@ -33,12 +33,14 @@ auto AppCoordinator::weakly(Operation operation) {
   };
 }
 
-std::shared_ptr<AppCoordinator> AppCoordinator::create(const Platform& platform) {
-  return std::shared_ptr<AppCoordinator>(new AppCoordinator(platform));
+std::shared_ptr<AppCoordinator> AppCoordinator::create(const Platform& platform,
+                                                       std::shared_ptr<StorageManager> storage) {
+  return std::shared_ptr<AppCoordinator>(new AppCoordinator(platform, std::move(storage)));
 }
 
-AppCoordinator::AppCoordinator(const Platform& platform)
-    : platform_(platform), container_(std::make_unique<DependencyContainer>(platform)) {}
+AppCoordinator::AppCoordinator(const Platform& platform, std::shared_ptr<StorageManager> storage)
+    : platform_(platform),
+      container_(std::make_unique<DependencyContainer>(platform, std::move(storage))) {}
 
 AppCoordinator::~AppCoordinator() = default;
 

@@ -24,7 +24,8 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
  public:
   /// Held by shared_ptr: what it hands to other objects holds it weakly. The platform must outlive
   /// it.
-  static std::shared_ptr<AppCoordinator> create(const Platform& platform);
+  static std::shared_ptr<AppCoordinator> create(const Platform& platform,
+                                                std::shared_ptr<StorageManager> storage = nullptr);
   ~AppCoordinator();
   AppCoordinator(const AppCoordinator&) = delete;
   AppCoordinator& operator=(const AppCoordinator&) = delete;
@@ -58,7 +59,7 @@ class AppCoordinator : public std::enable_shared_from_this<AppCoordinator> {
   const std::shared_ptr<AppState>& appState() const { return container_->appState(); }
 
  private:
-  explicit AppCoordinator(const Platform& platform);
+  AppCoordinator(const Platform& platform, std::shared_ptr<StorageManager> storage);
 
   /// A callable of the operation on this coordinator that does nothing once it is gone.
   template <typename Operation>

@@ -15,7 +15,7 @@ constexpr auto panelWaits = std::chrono::milliseconds(100);
 
 void AppDelegate::applicationDidFinishLaunching() {
   // Nothing keeps the poll alive here: Linux neither naps nor throttles a background process.
-  const auto coordinator = AppCoordinator::create(platform_);
+  const auto coordinator = AppCoordinator::create(platform_, std::move(storage_));
   coordinator->start();
   coordinator_ = coordinator;
   platform_.runLoop->postAfter(panelWaits, [weak = std::weak_ptr(coordinator)] {

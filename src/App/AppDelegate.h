@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 
 #include "App/AppCoordinator.h"
 #include "Platform/Platform.h"
@@ -11,7 +12,8 @@ namespace stowboard {
 class AppDelegate {
  public:
   /// The platform must outlive the delegate.
-  explicit AppDelegate(const Platform& platform) : platform_(platform) {}
+  AppDelegate(const Platform& platform, std::shared_ptr<StorageManager> storage)
+      : platform_(platform), storage_(std::move(storage)) {}
 
   /// Builds everything and starts it.
   void applicationDidFinishLaunching();
@@ -27,6 +29,7 @@ class AppDelegate {
 
  private:
   const Platform& platform_;
+  std::shared_ptr<StorageManager> storage_;
   std::shared_ptr<AppCoordinator> coordinator_;
 };
 

@@ -1,3 +1,4 @@
+#include <malloc.h>
 #include <unistd.h>
 #include <QApplication>
 #include <cstdio>
@@ -53,8 +54,9 @@ void followAppearance(Theme& theme, DesktopAppearance& appearance) {
   theme.apply(appearance.appearance());
 }
 
-int runApplication(QApplication& application, const Platform& platform, SingleInstance& instance) {
-  AppDelegate delegate(platform);
+int runApplication(QApplication& application, const Platform& platform, SingleInstance& instance,
+                   std::shared_ptr<StorageManager> storage) {
+  AppDelegate delegate(platform, std::move(storage));
   QObject::connect(&application, &QGuiApplication::commitDataRequest, &application,
                    [&delegate] { delegate.applicationWillTerminate(); });
   runningDelegate = &delegate;
@@ -84,6 +86,8 @@ void logForToolkit(QtMsgType type, const QMessageLogContext&, const QString& mes
 void keepToolkitOffTheBus() { qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/dev/null"); }
 
 int runStowboard(char* programName) {
+  // One heap for all threads: what each would keep of its own costs more than the rare wait.
+  ::mallopt(M_ARENA_MAX, 1);
   qInstallMessageHandler(logForToolkit);
   auto bundle = selectBundle();
   const bool isRunningTests = AppDelegate::isRunningTests(*bundle);
@@ -97,11 +101,16 @@ int runStowboard(char* programName) {
   if (instance.exitStatus()) return *instance.exitStatus();
   if (!instance.hasSessionBus()) keepToolkitOffTheBus();
   const std::string identifier = bundle->identifier();
-  // Before the toolkit, so that what is copied while that starts is recorded.
+  // Before the toolkit, so that what is copied while that starts is recorded, and that the history
+  // is read beside it.
   std::unique_ptr<PlatformSelection> recording;
+  std::shared_ptr<StorageManager> storage;
   if (!isRunningTests) {
+    const auto folder = StorageManager::defaultDirectory(*bundle);
     recording = std::make_unique<PlatformSelection>(display, std::move(bundle),
                                                     ThumbnailGenerator::maxDimension);
+    storage = std::make_shared<StorageManager>(folder);
+    storage->beginLoading();
   }
   // The program takes no options, so the toolkit gets none of the user's either; XWayland serves a
   // Wayland session for now.
@@ -118,7 +127,8 @@ int runStowboard(char* programName) {
   if (isRunningTests) return QApplication::exec();
   // Ends before the toolkit does.
   const auto selection = std::move(recording);
-  const int status = runApplication(application, selection->complete(), instance);
+  const int status =
+      runApplication(application, selection->complete(), instance, std::move(storage));
   Log::flush();
   return status;
 }

@@ -45,9 +45,11 @@ std::unique_ptr<PasteSimulator> makeSimulator(const Platform& platform,
 
 }  // namespace
 
-DependencyContainer::DependencyContainer(const Platform& platform)
-    : storage_(
-          std::make_shared<StorageManager>(StorageManager::defaultDirectory(*platform.bundle))),
+DependencyContainer::DependencyContainer(const Platform& platform,
+                                         std::shared_ptr<StorageManager> storage)
+    : storage_(storage ? std::move(storage)
+                       : std::make_shared<StorageManager>(
+                             StorageManager::defaultDirectory(*platform.bundle))),
       appState_(loadState(*storage_)),
       clipboardMonitor_(makeMonitor(platform, appState_)),
       hotKeyManager_(std::make_unique<HotKeyManager>(*platform.hotKeyCenter, *platform.runLoop)),

@@ -19,8 +19,9 @@ namespace stowboard {
 /// handed to the storage manager. Main thread.
 class DependencyContainer {
  public:
-  /// The platform must outlive the container.
-  explicit DependencyContainer(const Platform& platform);
+  /// The platform must outlive the container. Without a storage it makes its own.
+  explicit DependencyContainer(const Platform& platform,
+                               std::shared_ptr<StorageManager> storage = nullptr);
   DependencyContainer(const DependencyContainer&) = delete;
   DependencyContainer& operator=(const DependencyContainer&) = delete;
 

@@ -1,5 +1,8 @@
 #include "Services/StorageManager.h"
 
+#include <malloc.h>
+
+#include <memory>
 #include <span>
 #include <string_view>
 #include <utility>
@@ -81,7 +84,17 @@ void StorageManager::prepareFile(const fs::path& path) {
   log("make private", path, makePrivate(path));
 }
 
+void StorageManager::beginLoading() {
+  const auto result = std::make_shared<std::promise<std::vector<ClipItem>>>();
+  loading_ = result->get_future();
+  queue_.async([this, result] { result->set_value(readHistory()); });
+}
+
 std::vector<ClipItem> StorageManager::loadHistory() {
+  return loading_.valid() ? loading_.get() : readHistory();
+}
+
+std::vector<ClipItem> StorageManager::readHistory() {
   bool isUnread = false;
   auto clips = decode<std::vector<ClipItem>>(decodeHistory, history_.path, {}, isUnread);
   history_.isUnread = isUnread;
@@ -111,6 +124,8 @@ void StorageManager::save(File& file, Value value) {
       return error;
     };
     log("save", file.path, encode(value, target, setAside));
+    // What the copy and its save have freed lies scattered, and the allocator would keep it.
+    ::malloc_trim(0);
   });
 }
 

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <filesystem>
+#include <future>
 
 #include "Base/Files/PrivateFiles.h"
 #include "Base/SerialQueue.h"
@@ -30,6 +31,9 @@ class StorageManager : public StorageStoring {
   /// to the user, as are the two files. Leftovers of writes that a crash cut short are removed.
   explicit StorageManager(const std::filesystem::path& directory);
 
+  /// Begins to read the history, for the next loadHistory() to take over.
+  void beginLoading();
+
   std::vector<ClipItem> loadHistory() override;
   AppSettings loadSettings() override;
   void saveHistory(std::vector<ClipItem> clips) override;
@@ -47,6 +51,7 @@ class StorageManager : public StorageStoring {
     std::atomic<std::uint64_t> lastSave = 0;
   };
 
+  std::vector<ClipItem> readHistory();
   static void prepareFile(const std::filesystem::path& path);
   template <typename Value>
   void save(File& file, Value value);
@@ -54,6 +59,7 @@ class StorageManager : public StorageStoring {
   File history_;
   File settings_;
   std::size_t loadedClips_ = 0;
+  std::future<std::vector<ClipItem>> loading_;
   SerialQueue queue_{"com.stowboard.storage"};
 };
 

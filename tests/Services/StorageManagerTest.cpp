@@ -226,6 +226,16 @@ TEST_F(StorageManagerTest, undecodableSettingsCostNoClips) {
   EXPECT_EQ(storage.loadSettings(), AppSettings::defaults);
 }
 
+TEST_F(StorageManagerTest, aHistoryReadAheadIsTakenOverOnceWithWhatWasWrongWithIt) {
+  write(history(), "[{");
+  StorageManager storage(folder_);
+  storage.beginLoading();
+  EXPECT_THAT(storage.loadHistory(), IsEmpty());
+  save(storage, {textClip("a")});
+  EXPECT_EQ(read(damaged()), "[{");
+  EXPECT_THAT(previews(storage.loadHistory()), ElementsAre("a"));
+}
+
 TEST_F(StorageManagerTest, aSaveThatALaterOneSupersedesIsSkipped) {
   StorageManager storage(folder_);
   filesSynced = 0;

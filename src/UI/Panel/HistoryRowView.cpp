@@ -2,9 +2,11 @@
 
 #include <fmt/format.h>
 
+#include <QDateTime>
 #include <QFontMetrics>
 #include <QPainter>
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "UI/Looks/Fonts.h"
@@ -35,6 +37,9 @@ constexpr int badgeRadius = 4;
 constexpr int contentLeft = inset + sidePadding;
 constexpr int contentRight = HistoryRowView::rowWidth - inset - sidePadding;
 constexpr int textLeft = contentLeft + ThumbnailCache::side + itemSpacing;
+
+// Times further from the epoch are shown as this one: a history file may hold any number.
+constexpr double furthestMilliseconds = 1e15;
 
 // As many as a history can hold.
 constexpr int keptMeasures = 1024;
@@ -74,7 +79,7 @@ int paddingBelow(const QModelIndex& index) {
 RowTexts::RowTexts(const AppSettings& settings)
     : language_(settings.language),
       pair_(directPasteModifierPairFrom(settings.directPasteModifiers)),
-      dateFormat_(L10n::dateFormat(language_), L10n::dateLocaleIdentifier(language_)) {}
+      dateLocale_(QString::fromUtf8(L10n::dateLocaleIdentifier(language_))) {}
 
 bool RowTexts::matches(const AppSettings& settings) const {
   return language_ == settings.language &&
@@ -82,7 +87,12 @@ bool RowTexts::matches(const AppSettings& settings) const {
 }
 
 QString RowTexts::date(const ClipItem& clip) const {
-  return QString::fromUtf8(dateFormat_.format(clip.timestamp()));
+  const double seconds =
+      clip.timestamp().secondsSinceReferenceDate + Timestamp::referenceDateUnixSeconds;
+  const double shown =
+      std::clamp(std::floor(seconds * 1000), -furthestMilliseconds, furthestMilliseconds);
+  return dateLocale_.toString(QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(shown)),
+                              QString::fromUtf8(L10n::dateFormat(language_)));
 }
 
 QString RowTexts::shortcutSymbols() const { return QString::fromUtf8(symbolString(pair_)); }
@@ -91,8 +101,8 @@ QString RowTexts::description(const ClipItem& clip, int row) const {
   const std::string shortcut =
       row < shortcutCount ? fmt::format("{} + {}", keyboardNames(carbonMask(pair_)), row + 1) : "";
   const QString preview = printablePreview(clip).replace(QChar::LineSeparator, u' ');
-  return QString::fromUtf8(L10n::historyRow(language_, preview.toStdString(),
-                                            dateFormat_.format(clip.timestamp()), shortcut));
+  return QString::fromUtf8(
+      L10n::historyRow(language_, preview.toStdString(), date(clip).toStdString(), shortcut));
 }
 
 struct HistoryRowView::Row {

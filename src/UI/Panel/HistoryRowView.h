@@ -2,13 +2,13 @@
 
 #include <QCache>
 #include <QFont>
+#include <QLocale>
 #include <QPalette>
 #include <QString>
 #include <QStyledItemDelegate>
 #include <memory>
 #include <unordered_set>
 
-#include "Base/DateFormat.h"
 #include "Models/AppSettings.h"
 #include "Models/ClipItem.h"
 #include "UI/Looks/Colors.h"
@@ -38,7 +38,7 @@ class RowTexts {
  private:
   AppLanguage language_;
   DirectPasteModifierPair pair_;
-  DateFormat dateFormat_;
+  QLocale dateLocale_;
 };
 
 /// Draws the rows of a HistoryListModel: thumbnail or type icon, preview, moment of capture, and

@@ -1,6 +1,7 @@
 #include "UI/Panel/HistoryRowView.h"
 
 #include <gmock/gmock.h>
+#include <stdlib.h>
 
 #include <QApplication>
 #include <QImage>
@@ -54,6 +55,30 @@ int colours(const QImage& image, const QRect& place) {
   for (int y = place.top(); y <= place.bottom(); ++y)
     for (int x = place.left(); x <= place.right(); ++x) seen.insert(image.pixel(x, y));
   return static_cast<int>(seen.size());
+}
+
+TEST(RowTexts, TheDateHasItsLanguagesNamesAndTheSystemsZoneOfTheMoment) {
+  constexpr double afternoon = 1741183620;  // 2025-03-05 14:07 UTC
+  const auto date = [](const char* zone, double unixSeconds, AppLanguage language) {
+    ::setenv("TZ", zone, 1);
+    AppSettings settings;
+    settings.language = language;
+    const Timestamp moment{unixSeconds - Timestamp::referenceDateUnixSeconds};
+    return RowTexts(settings)
+        .date(ClipItem(Uuid::random(), ClipType::text, Text("a"), {}, {}, moment))
+        .toStdString();
+  };
+  EXPECT_EQ(date("UTC", afternoon + 59.999, AppLanguage::english), "Mar 5, 14:07");
+  EXPECT_EQ(date("UTC", afternoon, AppLanguage::simplifiedChinese), "3月5日 14:07");
+  EXPECT_EQ(date("America/New_York", afternoon, AppLanguage::english), "Mar 5, 09:07");
+  // The summer's offset, not today's.
+  EXPECT_EQ(date("America/New_York", afternoon + 180 * 86400, AppLanguage::english),
+            "Sep 1, 10:07");
+  EXPECT_EQ(date("UTC", -60.5, AppLanguage::english), "Dec 31, 23:58");
+  for (const double absurd : {1e300, -1e300}) {
+    EXPECT_THAT(date("UTC", absurd, AppLanguage::english), ::testing::Not(::testing::IsEmpty()));
+  }
+  ::unsetenv("TZ");
 }
 
 TEST(HistoryRowView, OnlyTheFirstNineRowsHaveABadge) {
