@@ -137,6 +137,20 @@ class Files(unittest.TestCase):
                 result = subprocess.run(command, capture_output=True, text=True, timeout=60)
                 self.assertEqual((result.returncode, result.stderr), (0, ""), result.stdout)
 
+    def test_notices_and_build_dependencies_are_complete(self):
+        linked = subprocess.run(["objdump", "-p", PROGRAM], capture_output=True, text=True).stdout
+        # Without the sanitizers' and those that the toolkit only names to the linker.
+        libraries = set(re.findall(r"NEEDED +(lib[^.]*)", linked)) - {
+            "libasan", "libubsan", "libtsan", "libGLX", "libOpenGL"}
+        self.assertLess({"libQt6Core", "libxcb"}, libraries)
+        named = set(re.findall(r"lib[\w+-]+", (ROOT / "NOTICE").read_text()))
+        self.assertEqual(libraries - named, set())
+        listed = re.sub("#.*", "", (ROOT / "tools/packages/build.list").read_text())
+        control = (ROOT / "debian/control").read_text().split("\n\n")[0]
+        # The compiler comes with every build of a package.
+        self.assertEqual({name for name in re.findall(r"^[\w.+-]+", listed, re.MULTILINE)
+                          if not re.search(rf"[ ]{re.escape(name)}\b", control)}, {"g++"})
+
     def test_one_version_everywhere(self):
         def first(pattern, file):
             return re.search(pattern, (ROOT / file).read_text(), re.MULTILINE).groups()
