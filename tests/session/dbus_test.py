@@ -175,17 +175,6 @@ class DBus(SessionCase):
         self.assertEqual(self.stowboard.texts(), [large])
         self.assertEqual(self.owner(), 0)
 
-    def test_the_bus_starts_it(self):
-        service = self.desktop.directory / "services" / f"{NAME}.service"
-        service.write_text(f"[D-BUS Service]\nName={NAME}\nExec={PROGRAM}\n")
-        self.addCleanup(service.unlink)
-        # The first call comes before the program is ready for it.
-        wait_until(lambda: self.call("Activate", "{}")[0] == 0, "the bus has seen the new service")
-        self.assertTrue(self.owner())
-        self.assertEqual(self.launch(), (0, ""))
-        self.assertEqual(self.act("quit")[0], 0)
-        wait_until(lambda: not self.owner(), "it has ended")
-
     def test_without_a_bus_the_data_folder_is_still_its_own(self):
         busless = {"DBUS_SESSION_BUS_ADDRESS": "unix:path=/nonexistent"}
         for first in ({}, busless):

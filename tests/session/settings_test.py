@@ -6,7 +6,7 @@ import struct
 
 from Xlib import X, display
 
-from case import SessionCase, main, wait_until
+from case import PROGRAM, SessionCase, main, wait_until
 from accessibility import Accessibility
 
 TITLE = "Stowboard Settings"
@@ -99,10 +99,11 @@ class Settings(SessionCase):
         autostart = pathlib.Path(self.desktop.environment["XDG_CONFIG_HOME"]) / "autostart"
         entry = autostart / "com.qarvin.stowboard.desktop"
         switch = ("check box", "Launch at Login")
+        written = lambda: entry.exists() and f'Exec="{PROGRAM}"\n' in entry.read_text()
         for isOn in (True, False):
             self.controls.press(*switch, "Toggle")
             self.stowboard.wait_for_log("Login item " + ("enabled" if isOn else "disabled"))
-            self.assertEqual((entry.exists(), self.controls.is_checked(*switch)), (isOn, isOn))
+            self.assertEqual((written(), self.controls.is_checked(*switch)), (isOn, isOn))
         entry.mkdir(parents=True)  # in the way
         self.addCleanup(entry.rmdir)
         self.controls.press(*switch, "Toggle")

@@ -351,10 +351,15 @@ class PrivateDesktop:
         colours = [value for at, value in enumerate(line.data) if at % 4 != 3]
         return 1 - sum(colours) / len(colours) / 255
 
-    def screenshot(self, path):
-        """A picture of the screen; its folder is made where it is missing."""
+    def set_background(self, colour):
+        self.output("xsetroot", "-solid", colour)
+
+    def screenshot(self, path, part=()):
+        """A picture of the screen or of a part of it (x, y, width, height); its folder is made where
+        it is missing."""
         pathlib.Path(path).parent.mkdir(parents=True, exist_ok=True)
-        subprocess.run(["scrot", "--overwrite", str(path)], env=self.environment, check=True,
+        only = ["--autoselect", ",".join(map(str, part))] if part else []
+        subprocess.run(["scrot", "--overwrite", *only, str(path)], env=self.environment, check=True,
                        stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
 
     # The clipboard
