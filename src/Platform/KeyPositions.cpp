@@ -12,8 +12,8 @@ struct KeyPosition {
   std::uint8_t keyCode;
 };
 
-// Virtual key codes number the positions of an ANSI keyboard in a historic order; XKB's are those of
-// linux/input-event-codes.h plus 8.
+// Virtual key codes number the positions of an ANSI keyboard in a historic order; XKB's are those
+// of linux/input-event-codes.h plus 8.
 // clang-format off
 constexpr std::array positions = std::to_array<KeyPosition>({
     // The digit row.
