@@ -77,12 +77,14 @@ struct Typing {
   }
 
   // The active window alone would not do: it may be that of an earlier target with the same id.
+  // Asks again for a window that was not managed yet, but no more often than a window manager that
+  // is busy with a new layout can answer.
   void bringToFront(const Target& target) {
+    const auto window = target.application().window;
     ASSERT_TRUE(turnQtUntil([&] {
-      workspace.activate(target.application());
+      if (workspace.awaitedWindow() != window) workspace.activate(target.application());
       const auto front = workspace.frontmostApplication();
-      return front && front->window == target.application().window &&
-             typist.focus() == front->window;
+      return front && front->window == window && typist.focus() == window;
     }));
   }
 
