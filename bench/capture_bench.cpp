@@ -134,14 +134,12 @@ void measureShortText() {
     {
       Capture capture;
       for (int i = 0; i < 50; ++i) {
-        captured.push_back(measure(
-            copy, [&] { return capture.read(); }, text.size()));
+        captured.push_back(measure(copy, [&] { return capture.read(); }, text.size()));
       }
     }
     PlainReader reader;
     for (int i = 0; i < 50; ++i) {
-      plain.push_back(measure(
-          copy, [&] { return reader.read().size(); }, text.size()));
+      plain.push_back(measure(copy, [&] { return reader.read().size(); }, text.size()));
     }
   }
   fmt::print(
@@ -201,13 +199,11 @@ void measureLargeText(const char* self, std::size_t size) {
       // Resets the peak (proc(5)).
       std::ofstream("/proc/self/clear_refs") << 5;
       const double before = memoryInMegabytes("VmRSS");
-      captured.push_back(measure(
-          copy, [&] { return capture.read(); }, size));
+      captured.push_back(measure(copy, [&] { return capture.read(); }, size));
       memory.push_back(memoryInMegabytes("VmHWM") - before);
     }
     PlainReader reader;
-    plain.push_back(measure(
-        copy, [&] { return reader.read().size(); }, size));
+    plain.push_back(measure(copy, [&] { return reader.read().size(); }, size));
   }
   const double megabytes = static_cast<double>(size) / (1 << 20);
   fmt::print(

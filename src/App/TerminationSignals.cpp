@@ -28,7 +28,7 @@ extern "C" void wakeMainThread(int) {
 }
 
 void handleSignal(int signal, void (*handler)(int)) {
-  struct sigaction action {};
+  struct sigaction action{};
   action.sa_handler = handler;
   action.sa_flags = SA_RESTART;
   sigemptyset(&action.sa_mask);

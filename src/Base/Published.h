@@ -255,7 +255,9 @@ class Publisher {
 template <typename Value>
 class Published {
  public:
-  Published() requires std::is_default_constructible_v<Value> : Published(Value()) {}
+  Published()
+    requires std::is_default_constructible_v<Value>
+      : Published(Value()) {}
   explicit Published(Value value)
       : channel_(std::make_shared<detail::Channel<Value>>(std::move(value))) {}
   Published(const Published&) = delete;

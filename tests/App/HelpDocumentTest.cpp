@@ -50,7 +50,7 @@ TEST_F(HelpDocumentTest, WritesEachGuideAfreshAndOpensIt) {
   EXPECT_THAT(opener_.opened, ElementsAre(english, english, chinese));
   EXPECT_EQ(content(foreign), "kept");
   EXPECT_EQ(content(chinese), HelpGuide::text(settings_));
-  struct stat status {};
+  struct stat status{};
   ASSERT_EQ(::lstat(english.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode, S_IFREG | 0600U);
 }

@@ -33,7 +33,7 @@ std::atomic<int> filesSynced = 0;
 
 // Every file that is written is synced once, and then its folder.
 extern "C" int fsync(int descriptor) {
-  struct stat status {};
+  struct stat status{};
   ::fstat(descriptor, &status);
   if (!S_ISDIR(status.st_mode)) {
     ++filesSynced;
@@ -77,7 +77,7 @@ class StorageManagerTest : public testing::Test {
     return {std::istreambuf_iterator<char>(file), {}};
   }
   static int modeOf(const fs::path& path) {
-    struct stat status {};
+    struct stat status{};
     return ::stat(path.c_str(), &status) == 0 ? static_cast<int>(status.st_mode & 07777) : -1;
   }
   std::vector<std::string> names() const {
@@ -137,7 +137,9 @@ TEST_F(StorageManagerTest, bringsBackWhatWasSavedLast) {
 
 TEST_F(StorageManagerTest, destructionFinishesWhatWasSubmitted) {
   const std::vector<ClipItem> clips{textClip(std::string(5'000'000, 'x'))};
-  { StorageManager(folder_).saveHistory(clips); }
+  {
+    StorageManager(folder_).saveHistory(clips);
+  }
   EXPECT_EQ(StorageManager(folder_).loadHistory(), clips);
 }
 

@@ -50,7 +50,7 @@ FileError createPrivateFolder(const fs::path& folder) {
 }
 
 FileError makePrivate(const fs::path& path) {
-  struct stat status {};
+  struct stat status{};
   if (::stat(path.c_str(), &status) != 0) {
     return errno == ENOENT ? FileError{} : lastFileError("looking at", path);
   }

@@ -46,7 +46,7 @@ std::string_view takeText(ClipDraft& draft, const JsonValue& value) {
   return draft.textContent ? isFine : "is not valid UTF-8";
 }
 
-template <std::optional<Bytes> ClipDraft::*data>
+template <std::optional<Bytes> ClipDraft::* data>
 std::string_view takeData(ClipDraft& draft, const JsonValue& value) {
   (draft.*data).reset();
   if (value.kind == Kind::null) return isFine;

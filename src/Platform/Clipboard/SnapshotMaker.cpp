@@ -71,7 +71,7 @@ class SnapshotMaker::Workshop {
       snapshot->named.emplace_back(std::move(content.richTextTarget), *snapshot->richText);
     }
     if (auto& image = content.image) {
-      auto ClipboardSnapshot::*const format =
+      auto ClipboardSnapshot::* const format =
           content.isTiff ? &ClipboardSnapshot::tiff : &ClipboardSnapshot::png;
       const auto file = sharedWith((*previous).*format, std::move(*image));
       (*snapshot).*format = file;

@@ -41,8 +41,7 @@ void X11MainConnection::lookForQueued() {
 }
 
 void X11MainConnection::handleLater() {
-  QMetaObject::invokeMethod(
-      notifier_.get(), [this] { handleEvents(); }, Qt::QueuedConnection);
+  QMetaObject::invokeMethod(notifier_.get(), [this] { handleEvents(); }, Qt::QueuedConnection);
 }
 
 // A few in each turn of the loop: any program can send the root window as many as it likes.

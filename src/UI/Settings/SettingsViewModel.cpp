@@ -62,7 +62,7 @@ DirectPasteModifierPair SettingsViewModel::directPastePair() const {
 }
 
 template <typename Value>
-void SettingsViewModel::set(Value AppSettings::*field, Value value) {
+void SettingsViewModel::set(Value AppSettings::* field, Value value) {
   AppSettings changed = settings();
   changed.*field = value;
   appState_->updateSettings(std::move(changed));

@@ -75,7 +75,7 @@ class SettingsViewModel {
 
  private:
   template <typename Value>
-  void set(Value AppSettings::*field, Value value);
+  void set(Value AppSettings::* field, Value value);
 
   bool showClearConfirmation_ = false;
   bool permissionGranted_;

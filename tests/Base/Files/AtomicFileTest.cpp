@@ -45,7 +45,9 @@ TEST_F(AtomicFileTest, theTargetChangesAtTheReplacementAndNotBefore) {
 }
 
 TEST_F(AtomicFileTest, anAbandonedFileLeavesNoTrace) {
-  { AtomicFile(target_).write("new"); }
+  {
+    AtomicFile(target_).write("new");
+  }
   EXPECT_EQ(content(), "old");
   EXPECT_EQ(fileCount(), 1);
 }

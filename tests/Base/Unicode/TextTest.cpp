@@ -295,7 +295,7 @@ TEST(TextUtf8, ClassifiesEveryCodePointAlikeAtAGlanceAndCloselyLooked) {
 }
 
 TEST(TextUtf8, FindsEveryDamageToMixedText) {
-  const std::string_view parts[] = {"a", "é", "\u0301", "历",     "，",
+  const std::string_view parts[] = {"a",  "é", "\u0301", "历",     "，",
                                     "😀", "É", "\uD7FF", "\uE000", "ascii text in between"};
   const unsigned char damage[] = {0x80, 0xBF, 0xC0, 0xC2, 0xE0, 0xE4, 0xED,
                                   0xEF, 0xF0, 0xF4, 0xF8, 0xFF, 'a'};

@@ -281,14 +281,11 @@ TEST(SettingsJsonTest, takesDefaultsForWhatIsAbsentAndBoundsTheCount) {
       {R"({"maxRecords":30,"maxRecords":null})", defaults},
       {R"({"language":"zh-Hans"})",
        changed([](AppSettings& settings) { settings.language = AppLanguage::simplifiedChinese; })},
-      {R"({"excludedBundleIds":["a","b","a"]})", changed([](AppSettings& settings) {
-         settings.excludedBundleIds = {"a", "b"};
-       })},
+      {R"({"excludedBundleIds":["a","b","a"]})",
+       changed([](AppSettings& settings) { settings.excludedBundleIds = {"a", "b"}; })},
       {R"({"excludedBundleIds":["a"],"excludedBundleIds":[]})", defaults},
       {R"({"hotKey":{"keyCode":1},"hotKey":{"modifiers":0,"x":{"keyCode":5},"keyCode":4294967295}})",
-       changed([](AppSettings& settings) {
-         settings.hotKey = {4294967295, 0};
-       })},
+       changed([](AppSettings& settings) { settings.hotKey = {4294967295, 0}; })},
       {R"({"hotKey":{"keyCode":1,"modifiers":2},"hotKey":null})", defaults},
   };
   for (const auto& [json, settings] : rows) EXPECT_EQ(settingsFrom(json), settings) << json;

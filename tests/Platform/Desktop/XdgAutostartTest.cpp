@@ -179,7 +179,7 @@ TEST(XdgAutostart, NamesTheProgramThatAnUpdateHasReplaced) {
 TEST(XdgAutostart, MakesPrivateFoldersOrSaysWhyNot) {
   Autostart autostart;
   EXPECT_EQ(autostart.items().registerApplication(), std::nullopt);
-  struct stat folder {};
+  struct stat folder{};
   ASSERT_EQ(stat(autostart.userFile().parent_path().c_str(), &folder), 0);
   EXPECT_EQ(folder.st_mode & 0777u, 0700u);
   autostart.refuseChanges();

@@ -17,7 +17,7 @@ struct SettingsFixture {
 
   const AppSettings& settings() const { return appState->settings(); }
   template <typename Value>
-  void change(Value AppSettings::*field, Value value) {
+  void change(Value AppSettings::* field, Value value) {
     AppSettings changed = settings();
     changed.*field = value;
     appState->updateSettings(changed);

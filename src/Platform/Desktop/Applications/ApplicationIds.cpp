@@ -41,7 +41,7 @@ std::string startOf(const fs::path& file) {
   constexpr std::size_t most = 65536;
   std::string content;
   const int place = ::open(file.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC);
-  struct stat status {};
+  struct stat status{};
   if (place >= 0 && ::fstat(place, &status) == 0 && S_ISREG(status.st_mode)) {
     const auto name = "/proc/self/fd/" + std::to_string(place);
     const int descriptor = ::open(name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);

@@ -12,9 +12,7 @@ namespace stowboard {
 
 /// A structure as it goes over the bus: its fields in their order.
 template <typename Type>
-concept BusRecord = requires(Type& record) {
-  Type::fields(record);
-};
+concept BusRecord = requires(Type& record) { Type::fields(record); };
 
 QDBusArgument& operator<<(QDBusArgument& argument, const BusRecord auto& record) {
   argument.beginStructure();

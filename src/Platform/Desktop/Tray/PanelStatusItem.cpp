@@ -38,8 +38,7 @@ void PanelStatusItem::connect() {
   connection_ = QStringLiteral("status-item-%1").arg(++count);
   connecting_ = startSignalFreeThread("status-item", [this] {
     QDBusConnection::connectToBus(QDBusConnection::SessionBus, connection_);
-    QMetaObject::invokeMethod(
-        retry_.get(), [this] { didConnect(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(retry_.get(), [this] { didConnect(); }, Qt::QueuedConnection);
   });
 }
 

@@ -63,7 +63,7 @@ Traits classes(const char* instance, const char* wmClass, const char* program = 
   return traits;
 }
 
-Traits with(Traits traits, std::string WindowTraits::*field, const char* value) {
+Traits with(Traits traits, std::string WindowTraits::* field, const char* value) {
   traits.window.*field = value;
   return traits;
 }

@@ -162,9 +162,8 @@ TEST(X11HotKeys, GiveAllBackInTheEnd) {
   X11HotKeys other(X11MainConnection::open());
   EXPECT_EQ(other.registerHotKey(config, {7, 2}).status, XCB_ACCESS);
   ending.reset();
-  EXPECT_TRUE(turnQtUntil([&] {
-    return other.registerHotKey(config, {7, 2}).status == HotKeyCenter::noError;
-  }));
+  EXPECT_TRUE(turnQtUntil(
+      [&] { return other.registerHotKey(config, {7, 2}).status == HotKeyCenter::noError; }));
 }
 
 }  // namespace
