@@ -21,7 +21,9 @@ std::chrono::system_clock::time_point dayOfBuild(const std::filesystem::path& ex
 
 std::string AppBuildInfo::buildVersionString(const Bundle& bundle) {
   if (std::string version = bundle.version(); version.starts_with("v20")) return version;
-  return fmt::format("v{:%Y%m%d}", fmt::localtime(dayOfBuild(bundle.executable())));
+  return fmt::format(
+      "v{:%Y%m%d}",
+      fmt::localtime(std::chrono::system_clock::to_time_t(dayOfBuild(bundle.executable()))));
 }
 
 }  // namespace stowboard
