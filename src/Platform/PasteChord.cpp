@@ -12,7 +12,8 @@ constexpr std::array xtermClasses =
                                      "Eterm", "Aterm", "ATerm", "MLTerm", "mlterm", "KTerm"});
 // Editors for which Control with V is a command of another kind. They take Shift+Insert; which of
 // the two selections that pastes depends on the user's own settings.
-constexpr std::array editorClasses = std::to_array<std::string_view>({"Emacs", "Gvim"});
+constexpr std::array editorClasses =
+    std::to_array<std::string_view>({"Emacs", "emacs", "Gvim", "gvim"});
 // Terminals that come without a desktop entry.
 constexpr std::array terminalClasses =
     std::to_array<std::string_view>({"St", "st", "st-256color", "stterm-256color"});

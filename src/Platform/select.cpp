@@ -16,6 +16,7 @@
 #include "Platform/Inert.h"
 #include "Platform/Qt/QtImageCodec.h"
 #include "Platform/Qt/QtRunLoop.h"
+#include "Platform/Wayland/WaylandPlatform.h"
 #include "Platform/X11/X11Platform.h"
 
 namespace stowboard {
@@ -50,16 +51,6 @@ std::unique_ptr<DesktopAppearance> selectAppearance() {
   return std::make_unique<InertDesktopAppearance>();
 }
 
-void logChoice(const DisplaySelection& display, const Bundle& bundle) {
-  Log::app.info("Using the X11 adapters: the X server at DISPLAY={} answers",
-                bundle.environment("DISPLAY").value_or(""));
-  if (!display.isWaylandSession) return;
-  Log::app.error(
-      "This is a Wayland session, reached through XWayland: the frontmost application is known "
-      "only while it is an X11 one, and a copy made in a Wayland application is recorded only if "
-      "the compositor passes it on to X11 applications");
-}
-
 }  // namespace
 
 std::unique_ptr<Bundle> selectBundle() { return std::make_unique<XdgBundle>(); }
@@ -75,18 +66,51 @@ ApplicationPresence::Claim claimPresence(const Bundle& bundle, std::chrono::mill
   return DBusApplication::claim(bundle, bound);
 }
 
-class PlatformSelection::WindowSystem : public X11Platform {
-  using X11Platform::X11Platform;
+/// The windows are X11's in every session; the rest is the compositor's own where it allows that.
+class PlatformSelection::WindowSystem {
+ public:
+  WindowSystem(Platform& platform, const DisplaySelection& display, int thumbnailDimension)
+      : x11_(platform) {
+    if (display.isWaylandSession) wayland_ = WaylandPlatform::create(platform, thumbnailDimension);
+    if (!wayland_) x11_.addPasteboard(thumbnailDimension);
+    logChoice(display, *platform.bundle);
+  }
+
+  void addOthers() {
+    if (wayland_) wayland_->addOthers();
+    x11_.addOthers();
+    if (wayland_) wayland_->addOnTop();
+  }
+
+ private:
+  void logChoice(const DisplaySelection& display, const Bundle& bundle) const {
+    const auto server = bundle.environment("DISPLAY").value_or("");
+    if (wayland_) {
+      return Log::app.info(
+          "Using the Wayland adapters: the compositor at WAYLAND_DISPLAY={} offers data control; "
+          "windows are those of XWayland at DISPLAY={}",
+          bundle.environment("WAYLAND_DISPLAY").value_or(""), server);
+    }
+    Log::app.info("Using the X11 adapters: the X server at DISPLAY={} answers", server);
+    if (!display.isWaylandSession) return;
+    Log::app.error(
+        "This is a Wayland session whose compositor has no data control, reached through XWayland: "
+        "the frontmost application is known only while it is an X11 one, and a copy made in a "
+        "Wayland application is recorded only if the compositor passes it on to X11 applications");
+  }
+
+  X11Platform x11_;
+  /// Absent where X11 serves for everything.
+  std::unique_ptr<WaylandPlatform> wayland_;
 };
 
 PlatformSelection::PlatformSelection(const DisplaySelection& display,
                                      std::unique_ptr<Bundle> bundle, int thumbnailDimension) {
-  logChoice(display, *bundle);
   platform_.bundle = std::move(bundle);
   platform_.runLoop = std::make_unique<QtRunLoop>();
   platform_.imageCodec = std::make_unique<QtImageCodec>();
   platform_.applications = std::make_unique<InstalledApplications>();
-  windowSystem_ = std::make_unique<WindowSystem>(platform_, thumbnailDimension);
+  windowSystem_ = std::make_unique<WindowSystem>(platform_, display, thumbnailDimension);
 }
 
 PlatformSelection::~PlatformSelection() = default;

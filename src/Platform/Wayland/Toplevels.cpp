@@ -1,6 +1,7 @@
 #include "Platform/Wayland/Toplevels.h"
 
 #include <algorithm>
+#include <ranges>
 #include <span>
 #include <utility>
 
@@ -65,14 +66,23 @@ void Toplevels::settle(const Window& window) {
   }
 }
 
-std::optional<std::string> Toplevels::applicationId(Number window) const {
+Toplevels::Number Toplevels::newest(const std::function<bool(Number)>& isWanted) const {
+  for (const auto& [number, window] : std::views::reverse(windows_)) {
+    if (isWanted(number)) return number;
+  }
+  return 0;
+}
+
+std::string Toplevels::name(Number window) const {
   const auto found = windows_.find(window);
-  if (found == windows_.end()) return std::nullopt;
-  // An application id, or for windows of X11 programs their class.
+  return found == windows_.end() ? std::string() : found->second.appId;
+}
+
+std::optional<std::string> Toplevels::applicationId(Number window) const {
   WindowTraits traits;
-  traits.desktopFile = found->second.appId;
-  traits.wmClass = found->second.appId;
-  return applications_.applicationId(traits);
+  traits.desktopFile = name(window);
+  traits.wmClass = traits.desktopFile;
+  return traits.wmClass.empty() ? std::nullopt : applications_.applicationId(traits);
 }
 
 std::vector<std::string> Toplevels::sources() const {

@@ -43,6 +43,11 @@ class Toplevels {
   /// The window that has the focus; 0 for none.
   Number front() const { return front_; }
   bool isOpen(Number window) const { return windows_.contains(window); }
+  /// The window that came last of those that `isWanted` is true of; 0 for none.
+  Number newest(const std::function<bool(Number)>& isWanted) const;
+  /// What the compositor calls the application behind a window: an id, or for windows of X11
+  /// programs their class. Empty when the window does not tell.
+  std::string name(Number window) const;
   /// The id of the application behind a window; absent when the window does not tell.
   std::optional<std::string> applicationId(Number window) const;
   /// What a copy that is made now comes from; see Pasteboard::sources().

@@ -18,13 +18,6 @@ namespace stowboard {
 
 namespace {
 
-/// The adapter, where there is a connection for it to share.
-template <typename Adapter, typename... More>
-std::unique_ptr<Adapter> sharing(const std::shared_ptr<X11MainConnection>& connection,
-                                 More&... more) {
-  return connection ? std::make_unique<Adapter>(connection, more...) : nullptr;
-}
-
 /// Puts in the adapter, or the one that stands in for it, saying what is lost.
 template <typename Inert, typename Port, typename Adapter>
 void place(std::unique_ptr<Port>& port, std::unique_ptr<Adapter> adapter, const char* loss) {
@@ -34,53 +27,63 @@ void place(std::unique_ptr<Port>& port, std::unique_ptr<Adapter> adapter, const 
   port = std::make_unique<Inert>();
 }
 
-/// A keystroke asks its neighbours, all of which outlive it.
-std::unique_ptr<X11KeyEventPoster> makePoster(const X11MainConnection& connection,
-                                              const Platform& platform,
-                                              const X11Workspace& workspace,
-                                              X11Pasteboard* pasteboard) {
-  X11KeyEventPoster::Surroundings around;
-  around.awaitedWindow = [&workspace] { return workspace.awaitedWindow(); };
-  if (pasteboard) {
-    around.offerPrimary = [pasteboard] { pasteboard->offerPrimary(); };
-    around.whenPublished = [pasteboard](auto done) { pasteboard->whenPublished(std::move(done)); };
-  }
-  return X11KeyEventPoster::create(connection, *platform.runLoop, *platform.applications,
-                                   std::move(around));
+/// The adapter that shares the connection, where there is one, unless another has the place
+/// already.
+template <typename Adapter, typename Inert, typename Port, typename... More>
+void share(std::unique_ptr<Port>& port, const std::shared_ptr<X11MainConnection>& connection,
+           const char* loss, More&... more) {
+  if (port) return;
+  place<Inert>(port, connection ? std::make_unique<Adapter>(connection, more...) : nullptr, loss);
 }
 
 }  // namespace
 
-X11Platform::X11Platform(Platform& platform, int thumbnailDimension) : platform_(platform) {
+void X11Platform::addPasteboard(int thumbnailDimension) {
   SelectionOptions options;
   options.thumbnailDimension = thumbnailDimension;
-  auto pasteboard = X11Pasteboard::create(*platform.runLoop, *platform.imageCodec,
-                                          *platform.applications, options);
+  auto pasteboard = X11Pasteboard::create(*platform_.runLoop, *platform_.imageCodec,
+                                          *platform_.applications, options);
   pasteboard_ = pasteboard.get();
-  place<InertPasteboard>(platform.pasteboard, std::move(pasteboard),
+  place<InertPasteboard>(platform_.pasteboard, std::move(pasteboard),
                          "No copies can be recorded: the X server has no XFixes extension");
 }
 
 void X11Platform::addOthers() {
-  Platform& platform = platform_;
   const auto connection = X11MainConnection::open();
-  auto workspace = sharing<X11Workspace>(connection, std::as_const(*platform.applications));
-  auto poster = connection ? makePoster(*connection, platform, *workspace, pasteboard_) : nullptr;
-  place<InertWorkspace>(platform.workspace, std::move(workspace),
-                        "The frontmost application cannot be told on this X server");
-  place<InertHotKeyCenter>(platform.hotKeyCenter, sharing<X11HotKeys>(connection),
-                           "No global hot keys: the X server does not offer what they need");
-  place<InertKeyEventPoster>(
-      platform.keyEventPoster, std::move(poster),
-      "No clips can be pasted directly: the X server lets no program type (XTEST)");
-  place<InertAccessibilityTrust>(platform.accessibilityTrust,
-                                 sharing<X11AccessibilityTrust>(connection),
-                                 "Whether programs may type cannot be asked of this X server");
-  place<InertCompositing>(platform.compositing, sharing<X11Compositing>(connection),
-                          "Whether windows are composited cannot be asked of this X server");
+  share<X11Workspace, InertWorkspace>(platform_.workspace, connection,
+                                      "The frontmost application cannot be told on this X server",
+                                      std::as_const(*platform_.applications));
+  share<X11HotKeys, InertHotKeyCenter>(
+      platform_.hotKeyCenter, connection,
+      "No global hot keys: the X server does not offer what they need");
+  if (!platform_.keyEventPoster) addPoster(connection.get());
+  share<X11AccessibilityTrust, InertAccessibilityTrust>(
+      platform_.accessibilityTrust, connection,
+      "Whether programs may type cannot be asked of this X server");
+  share<X11Compositing, InertCompositing>(
+      platform_.compositing, connection,
+      "Whether windows are composited cannot be asked of this X server");
   place<InertTransientWindows>(
-      platform.transientWindows, X11TransientWindows::create(),
+      platform_.transientWindows, X11TransientWindows::create(),
       "The history closes only when another window takes the focus: the X server has no XInput 2");
+}
+
+// A keystroke asks its neighbours, all of which outlive it.
+void X11Platform::addPoster(const X11MainConnection* connection) {
+  X11KeyEventPoster::Surroundings around;
+  if (const auto* workspace = dynamic_cast<X11Workspace*>(platform_.workspace.get())) {
+    around.awaitedWindow = [workspace] { return workspace->awaitedWindow(); };
+  }
+  if (pasteboard_) {
+    around.offerPrimary = [this] { pasteboard_->offerPrimary(); };
+    around.whenPublished = [this](auto done) { pasteboard_->whenPublished(std::move(done)); };
+  }
+  place<InertKeyEventPoster>(
+      platform_.keyEventPoster,
+      connection ? X11KeyEventPoster::create(*connection, *platform_.runLoop,
+                                             *platform_.applications, std::move(around))
+                 : nullptr,
+      "No clips can be pasted directly: the X server lets no program type (XTEST)");
 }
 
 }  // namespace stowboard

@@ -20,16 +20,7 @@ namespace stowboard {
 
 namespace {
 
-constexpr std::uint32_t virtualKeyOfV = 9;
 constexpr std::chrono::milliseconds betweenWatches{50};
-
-class KeySource final : public KeyEventPoster::Source {
- public:
-  std::optional<KeyEvent> createKeyEvent(std::uint32_t keyCode, bool isKeyDown) override {
-    if (!xkbKeyCode(keyCode)) return std::nullopt;
-    return KeyEvent{keyCode, isKeyDown, KeyEventFlags::none};
-  }
-};
 
 }  // namespace
 
@@ -217,7 +208,7 @@ X11KeyEventPoster::~X11KeyEventPoster() {
 }
 
 std::unique_ptr<KeyEventPoster::Source> X11KeyEventPoster::createSource() {
-  return std::make_unique<KeySource>();
+  return std::make_unique<KeyPositionSource>();
 }
 
 void X11KeyEventPoster::post(const KeyEvent& event) {

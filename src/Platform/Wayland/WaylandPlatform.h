@@ -1,0 +1,42 @@
+#pragma once
+
+#include <memory>
+
+namespace stowboard {
+
+struct Platform;
+class SwayIpc;
+class WaylandMainConnection;
+class WaylandPasteboard;
+class WaylandWorkspace;
+
+/// Makes the adapters of a Wayland session whose compositor lets programs see its clipboard, and
+/// wires them to each other. The windows stay XWayland's: what belongs to them, and what this
+/// compositor does not offer, is left empty for the X11 adapters. Main thread; waits for the
+/// compositor's answers.
+class WaylandPlatform {
+ public:
+  /// Adds the pasteboard, which records from then on and needs no application object. The platform,
+  /// which must outlive this, has its bundle, run loop, image codec and applications already.
+  /// `thumbnailDimension` is the size in pixels for which copied images are prepared. Null, with
+  /// nothing added, when this is no such session.
+  static std::unique_ptr<WaylandPlatform> create(Platform& platform, int thumbnailDimension);
+
+  /// Adds the others.
+  void addOthers();
+  /// Adds what is built on the X11 adapters.
+  void addOnTop();
+
+ private:
+  WaylandPlatform(Platform& platform, WaylandPasteboard& pasteboard)
+      : platform_(platform), pasteboard_(pasteboard) {}
+
+  void addPoster(const std::shared_ptr<WaylandMainConnection>& connection,
+                 WaylandWorkspace& workspace);
+
+  Platform& platform_;
+  WaylandPasteboard& pasteboard_;
+  std::shared_ptr<SwayIpc> sway_;
+};
+
+}  // namespace stowboard
