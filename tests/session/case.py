@@ -15,8 +15,10 @@ sys.path.insert(1, str(ROOT / "tools" / "session"))
 from desktop import PrivateDesktop, ends_on_signals, wait_until  # noqa: E402
 from receivers import Receiver  # noqa: E402
 from stowboard import Stowboard  # noqa: E402
+from sway import SwayDesktop  # noqa: E402
 
 PROGRAM = pathlib.Path(os.environ.get("STOWBOARD_PROGRAM", ROOT / "build/test/stowboard"))
+ON_SWAY = os.environ.get("STOWBOARD_DESKTOP") == "sway"
 SANITIZER_REPORTS = ("AddressSanitizer", "LeakSanitizer", "runtime error:")
 
 
@@ -26,7 +28,7 @@ class SessionCase(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        cls.desktop = cls.enterClassContext(PrivateDesktop())
+        cls.desktop = cls.enterClassContext((SwayDesktop if ON_SWAY else PrivateDesktop)())
 
     def setUp(self):
         self.stowboard = Stowboard(self.desktop, PROGRAM)

@@ -325,6 +325,10 @@ class PrivateDesktop:
     def active_title(self):
         return self.title(self.active_window())
 
+    def traits(self, window):
+        """The properties that tell one window of a program from another, as xprop writes them."""
+        return self.output("xprop", "-id", window, "_NET_WM_NAME", "_NET_WM_WINDOW_TYPE")
+
     def rect(self, window):
         """Its place on the screen and its size: x, y, width, height."""
         with self._x() as x:

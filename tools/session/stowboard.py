@@ -103,9 +103,8 @@ class Stowboard:
     def _window(self, trait):
         """The first of its windows with this in its name or type."""
         windows = self.desktop.windows("^Stowboard$", by="class")
-        traits = lambda window: self.desktop.output("xprop", "-id", window, "_NET_WM_NAME",
-                                                    "_NET_WM_WINDOW_TYPE")
-        return next((window for window in windows if re.search(trait, traits(window))), "")
+        return next((window for window in windows
+                     if re.search(trait, self.desktop.traits(window))), "")
 
     def wait_for_panel(self):
         """Waits until the panel is open and has the keyboard; returns its window."""

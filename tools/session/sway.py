@@ -1,12 +1,16 @@
 """A private desktop of the sway compositor, without a graphics card or a seat."""
 
+import json
 import os
 import pathlib
 import pwd
+import re
 import shutil
 import subprocess
+import time
 
 from desktop import PrivateDesktop, wait_until
+from wayland_keyboard import WaylandKeyboard
 
 CONFIGURATION = """
 xwayland enable
@@ -53,6 +57,94 @@ class SwayDesktop(PrivateDesktop):
     def _start_window_manager(self):
         """The compositor is its own."""
 
+    def _open(self):
+        super()._open()
+        self._keyboard = WaylandKeyboard(self.environment["WAYLAND_DISPLAY"])
+
+    def close(self):
+        super().close()
+        if hasattr(self, "_keyboard"):
+            self._keyboard.close()
+
+    # Keyboard and pointer
+
+    def keys(self, *chords):
+        chords = list(map(str, chords))
+        delay = 0.012
+        if chords[0] == "--delay":
+            delay = int(chords[1]) / 1000
+            del chords[:2]
+        for chord in chords:
+            self._keyboard.chord(chord)
+            time.sleep(delay)  # a person's pace, as xdotool's
+
+    def hold(self, *keys):
+        self._keyboard.press(*keys)
+
+    def release(self, *keys):
+        self._keyboard.release(*keys)
+
+    def held_keys(self):
+        return list(self._keyboard.held)
+
+    def set_layout(self, name):
+        self._keyboard.set_layout(name)
+
+    def type_text(self, text):
+        self._keyboard.type(text)
+
+    def point(self, x, y):
+        self._run(f"seat - cursor set {x} {y}")
+
+    def click(self, x, y, button=1):
+        self.point(x, y)
+        self._run(f"seat - cursor press button{button}")
+        self._run(f"seat - cursor release button{button}")
+
+    # Windows and the screen
+
+    def window(self, title_or_class, seconds=20.0):
+        def visible():
+            found = self.windows(title_or_class) or self.windows(title_or_class, by="class")
+            return found[0] if found else None
+        window = wait_until(visible, f"a window {title_or_class!r}", seconds)
+        self._run(f"[con_id={window}] focus")
+        wait_until(lambda: self.active_window() == window, f"{title_or_class!r} is active")
+        return window
+
+    def windows(self, pattern, by="name"):
+        matches = re.compile(pattern, re.IGNORECASE).search
+        what = {"name": self._name, "class": self._class}[by]
+        return [str(node["id"]) for node in self._nodes() if matches(what(node))]
+
+    def active_window(self):
+        return next((str(node["id"]) for node in self._nodes() if node["focused"]), "")
+
+    def title(self, window):
+        node = self._node(window)
+        return self._name(node) if node else ""
+
+    def traits(self, window):
+        """Of a window on XWayland only."""
+        node = self._node(window)
+        return PrivateDesktop.traits(self, node["window"]) if node and node["window"] else ""
+
+    def rect(self, window):
+        node = self._node(window)
+        place = node["rect"]
+        return place["x"], place["y"], place["width"], place["height"]
+
+    def move(self, window, x, y):
+        self._run(f"[con_id={window}] move absolute position {x} {y}")
+
+    def go_to_workspace(self, number):
+        self._run(f"workspace {number + 1}")
+
+    def screenshot(self, path, part=()):
+        pathlib.Path(path).parent.mkdir(parents=True, exist_ok=True)
+        only = ["-g", "{},{} {}x{}".format(*part)] if part else []
+        subprocess.run(["grim", *only, str(path)], env=self.environment, check=True)
+
     # The clipboard
 
     def copy(self, content, kind=None):
@@ -62,11 +154,35 @@ class SwayDesktop(PrivateDesktop):
                        check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
     def clipboard(self, kind="text/plain;charset=utf-8", seconds=60):
-        return self.output("wl-paste", "-n", "-t", kind, seconds=seconds)
+        """What the clipboard's owner gives in this form; its TARGETS are its types."""
+        how = ["-l"] if kind == "TARGETS" else ["-n", "-t", kind]
+        return self.output("wl-paste", *how, seconds=seconds)
 
-    def screenshot(self, path):
-        pathlib.Path(path).parent.mkdir(parents=True, exist_ok=True)
-        subprocess.run(["grim", str(path)], env=self.environment, check=True)
+    # Helpers of its own
+
+    def _run(self, command):
+        subprocess.run(["swaymsg", command], env=self.environment, check=True, timeout=20,
+                       stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL)
+
+    def _nodes(self):
+        """Every window, those on workspaces that are not seen included."""
+        def walk(node):
+            if node.get("pid"):
+                yield node
+            for child in node["nodes"] + node["floating_nodes"]:
+                yield from walk(child)
+        return list(walk(json.loads(self.output("swaymsg", "-t", "get_tree"))))
+
+    def _node(self, window):
+        return next((node for node in self._nodes() if str(node["id"]) == window), None)
+
+    @staticmethod
+    def _name(node):
+        return node["name"] or ""
+
+    @staticmethod
+    def _class(node):
+        return node.get("app_id") or node.get("window_properties", {}).get("class") or ""
 
 
 def is_there():

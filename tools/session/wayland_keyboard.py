@@ -1,0 +1,136 @@
+"""A keyboard for a Wayland session, played by a program (zwp_virtual_keyboard_v1)."""
+
+import array
+import os
+import select
+import socket
+import struct
+import time
+
+KEYMAP = b"""xkb_keymap {
+  xkb_keycodes { include "evdev+aliases(qwerty)" };
+  xkb_types { include "complete" };
+  xkb_compat { include "complete" };
+  xkb_symbols { include "pc+%s+inet(evdev)" };
+};
+\0"""
+
+# The kernel's code of each key by its symbol on a US keyboard.
+CODES = {"Escape": 1, "BackSpace": 14, "Tab": 15, "Return": 28, "\n": 28, "ctrl": 29, "shift": 42,
+         "alt": 56, " ": 57, "space": 57, "KP_Enter": 96, "Home": 102, "Up": 103, "Page_Up": 104,
+         "Prior": 104, "Left": 105, "Right": 106, "End": 107, "Down": 108, "Page_Down": 109,
+         "Next": 109, "Insert": 110, "Delete": 111, "super": 125,
+         **{f"F{number}": 58 + number for number in range(1, 11)},
+         **dict(zip("1234567890-=", range(2, 14))), **dict(zip("qwertyuiop[]", range(16, 28))),
+         **dict(zip("asdfghjkl;'`", range(30, 42))), **dict(zip("\\zxcvbnm,./", range(43, 54)))}
+SHIFTED = dict(zip('!@#$%^&*()_+{}:"~|<>?', '1234567890-=[];\'`\\,./'))
+# XKB's masks.
+MODIFIERS = {29: 4, 42: 1, 56: 8, 125: 64}
+
+
+def code_of(name):
+    """A key's code by its name, or by XKB's number in at least two digits."""
+    name = str(name)
+    return int(name) - 8 if name.isdigit() and len(name) > 1 else CODES[
+        name if len(name) > 1 else name.lower()]
+
+
+class WaylandKeyboard:
+    """As long as it lives, the compositor has a keyboard. `held` is what is held on it."""
+
+    def __init__(self, display):
+        self._socket = socket.socket(socket.AF_UNIX)
+        self._socket.connect(display)
+        self._received = b""
+        self._last = 1
+        self.held = []
+        registry = self._new()
+        self._send(1, 1, struct.pack("=I", registry))  # wl_display.get_registry
+        self._send(1, 0, struct.pack("=I", self._new()))  # wl_display.sync
+        names = {}
+        while self._last not in (done := self._read(registry, names)):
+            assert done is not None, "the compositor ended"
+        seat = self._bind(registry, names, "wl_seat")
+        manager = self._bind(registry, names, "zwp_virtual_keyboard_manager_v1")
+        self._keyboard = self._new()
+        self._send(manager, 0, struct.pack("=II", seat, self._keyboard))
+        self.set_layout("us")
+
+    def close(self):
+        self._socket.close()
+
+    def set_layout(self, name):
+        text = KEYMAP % name.encode()
+        file = os.memfd_create("keymap")
+        os.write(file, text)
+        self._send(self._keyboard, 0, struct.pack("=II", 1, len(text)), file)
+        os.close(file)
+
+    def press(self, *names):
+        for code in map(code_of, names):
+            self.held.append(code)
+            self._key(code, 1)
+
+    def release(self, *names):
+        for code in map(code_of, names):
+            self.held.remove(code)
+            self._key(code, 0)
+
+    def chord(self, text):
+        """As in chord("ctrl+a")."""
+        names = str(text).split("+")
+        self.press(*names)
+        self.release(*reversed(names))
+
+    def type(self, text):
+        for letter in text:
+            shift = ["shift"] if letter in SHIFTED or letter.isupper() else []
+            self.press(*shift, SHIFTED.get(letter, letter))
+            self.release(SHIFTED.get(letter, letter), *shift)
+            time.sleep(0.005)
+
+    def _key(self, code, is_down):
+        modifiers = sum({MODIFIERS.get(each, 0) for each in self.held})
+        now = time.monotonic_ns() // 1_000_000 & 0xFFFFFFFF
+        if code in MODIFIERS:
+            self._send(self._keyboard, 1, struct.pack("=III", now, code, is_down))
+            self._send(self._keyboard, 2, struct.pack("=IIII", modifiers, 0, 0, 0))
+        else:
+            self._send(self._keyboard, 1, struct.pack("=III", now, code, is_down))
+        while select.select([self._socket], [], [], 0)[0]:
+            assert self._socket.recv(4096), "the compositor ended"
+
+    def _new(self):
+        self._last += 1
+        return self._last
+
+    def _bind(self, registry, names, interface):
+        text = interface.encode() + b"\0"
+        padded = text + b"\0" * (-len(text) % 4)
+        bound = self._new()
+        self._send(registry, 0, struct.pack("=II", names[interface], len(text)) + padded +
+                   struct.pack("=II", 1, bound))
+        return bound
+
+    def _send(self, target, request, arguments, file=None):
+        message = struct.pack("=II", target, (len(arguments) + 8) << 16 | request) + arguments
+        passed = [] if file is None else [
+            (socket.SOL_SOCKET, socket.SCM_RIGHTS, array.array("i", [file]))]
+        self._socket.sendmsg([message], passed)
+
+    def _read(self, registry, names):
+        """Takes the globals out of what comes; returns whose events came, None at the end."""
+        part = self._socket.recv(65536)
+        self._received += part
+        targets = set()
+        while len(self._received) >= 8:
+            target, word = struct.unpack_from("=II", self._received)
+            if len(self._received) < word >> 16:
+                break
+            arguments = self._received[8:word >> 16]
+            self._received = self._received[word >> 16:]
+            targets.add(target)
+            if target == registry and word & 0xFFFF == 0:
+                name, length = struct.unpack_from("=II", arguments)
+                names[arguments[8:8 + length - 1].decode()] = name
+        return targets if part else None
