@@ -3,11 +3,9 @@
 
 import pathlib
 
-from Xlib import X, display
-
 from case import SessionCase, main, wait_until
 from applications import copy_in_word_processor, write_picture
-from receivers import KINDS
+from receivers import kinds
 from stowboard import bytes_of
 
 
@@ -15,7 +13,7 @@ class Pasting(SessionCase):
     def test_three_digits_with_the_modifiers_held_paste_three_clips_everywhere(self):
         self.stowboard.start()
         self.record("[drei]", "[zwei]", "[eins]")
-        for kind in KINDS:
+        for kind in kinds(self.desktop):
             with self.subTest(program=kind):
                 receiver = self.receiver(kind)
                 self.desktop.hold("super", "alt")
@@ -34,7 +32,7 @@ class Pasting(SessionCase):
     def test_digits_in_quick_succession_paste_their_clips_in_order(self):
         self.stowboard.start()
         self.record("gamma", "beta", "alpha")
-        for kind in KINDS:
+        for kind in kinds(self.desktop):
             with self.subTest(program=kind):
                 receiver = self.receiver(kind)
                 self.desktop.hold("super", "alt")
@@ -90,12 +88,13 @@ class Pasting(SessionCase):
         self.record(text, seconds=60)
         self.desktop.keys("super+alt+1")
         self.stowboard.wait_for_log("Direct paste triggered")
-        wait_until(lambda: "SAVE_TARGETS" in self.desktop.clipboard("TARGETS"), "it is the owner")
+        wait_until(lambda: self.desktop.OWN_TARGET in self.desktop.clipboard("TARGETS"),
+                   "it is the owner")
         self.assertEqual(self.desktop.clipboard(), text)
 
     def test_content_outlives_its_application(self):
         self.stowboard.start()
-        owner = self.start_program("xclip", "-quiet", "-selection", "clipboard", "-i", __file__)
+        owner = self.start_program(*self.desktop.owner_command(__file__))
         text = pathlib.Path(__file__).read_text()
         self.stowboard.wait_for_text(text)
         self.desktop.stop_program(owner)
@@ -103,11 +102,8 @@ class Pasting(SessionCase):
         self.assertEqual(self.stowboard.texts(), [text])
 
     def test_settings_name_the_hot_keys_and_a_taken_one_is_refused(self):
-        other = display.Display(self.desktop.environment["DISPLAY"])
-        self.addCleanup(other.close)
-        other.screen().root.grab_key(55, X.ShiftMask | X.Mod4Mask, True, X.GrabModeAsync,
-                                     X.GrabModeAsync)
-        other.sync()
+        self.addCleanup(self.desktop.give_hot_key_back)
+        self.desktop.take_hot_key(55, "Shift", "Mod4")
         self.stowboard.set(directPasteModifiers=0x1200)
         self.stowboard.start()
         for line in ("RegisterEventHotKey failed (10) for id 1 ⇧⌘V", "Hotkey registration failed —"):

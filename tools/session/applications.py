@@ -14,9 +14,10 @@ def chromium(desktop, page, profile):
     sandbox = ["--no-sandbox"] if os.geteuid() == 0 else []
     return ["chromium", *sandbox, "--no-first-run", "--no-default-browser-check",
             "--disable-background-networking", "--disable-component-update", "--disable-sync",
-            "--disable-quic", "--disable-gpu", "--password-store=basic", "--window-size=1000,700",
-            "--window-position=0,0", f"--user-data-dir={desktop.directory}/{profile}",
-            f"file://{page}"]
+            "--disable-quic", "--disable-gpu",
+            f"--ozone-platform={desktop.OZONE_PLATFORM}", "--password-store=basic",
+            "--window-size=1000,700", "--window-position=0,0",
+            f"--user-data-dir={desktop.directory}/{profile}", f"file://{page}"]
 
 
 def write_picture(path, width=800, height=600):

@@ -108,6 +108,14 @@ class PrivateDesktop:
     width, height = 1280, 800
     TRAY_HEIGHT = 24
 
+    # Among the forms of a text on the clipboard, only Stowboard's have this one.
+    OWN_TARGET = "SAVE_TARGETS"
+    # Terminals that run on no other desktop; and what browsers run on.
+    TERMINALS = ()
+    OZONE_PLATFORM = "x11"
+    # Whether keys arrive within some milliseconds.
+    PLAYS_AT_ONCE = False
+
     def __init__(self):
         self.environment = {}
         self._programs = []
@@ -358,6 +366,18 @@ class PrivateDesktop:
     def set_background(self, colour):
         self.output("xsetroot", "-solid", colour)
 
+    def take_hot_key(self, keycode, *modifiers):
+        """Another program has the key with these modifiers ("Shift", "Mod4") from now on."""
+        self._taken = display.Display(self.environment["DISPLAY"])
+        masks = {"Shift": X.ShiftMask, "Control": X.ControlMask, "Mod1": X.Mod1Mask,
+                 "Mod4": X.Mod4Mask}
+        self._taken.screen().root.grab_key(keycode, sum(masks[each] for each in modifiers), True,
+                                           X.GrabModeAsync, X.GrabModeAsync)
+        self._taken.sync()
+
+    def give_hot_key_back(self):
+        self._taken.close()
+
     def screenshot(self, path, part=()):
         """A picture of the screen or of a part of it (x, y, width, height); its folder is made where
         it is missing."""
@@ -383,6 +403,10 @@ class PrivateDesktop:
     def clipboard(self, kind="UTF8_STRING", seconds=60):
         """What the clipboard's owner gives in this form, such as TARGETS."""
         return self.output("xclip", "-o", "-selection", "clipboard", "-t", kind, seconds=seconds)
+
+    def owner_command(self, path):
+        """What offers a file's text on the clipboard until it ends."""
+        return ["xclip", "-quiet", "-selection", "clipboard", "-i", path]
 
     # What a user's desktop may have or lack
 

@@ -61,7 +61,7 @@ setInterval(() => {
 
 
 class Receiver:
-    """`kind` is one of KINDS."""
+    """`kind` is one of kinds()."""
 
     def __init__(self, desktop, kind):
         self.desktop = desktop
@@ -99,6 +99,7 @@ class Receiver:
             "gtk4": ("GTK receiver", [*python, GTK, self.file, "4.0"]),
             "qt": ("Qt receiver", [*python, QT, self.file]),
             "xterm": (terminal, ["xterm", "-T", terminal, "-e", "sh", "-c", shell]),
+            "foot": (terminal, ["foot", "-T", terminal, "sh", "-c", shell]),
             "vte": (terminal, ["lxterminal", "--no-remote", "-t", terminal, "-e",
                                f'sh -c "{shell}"']),
             "browser": ("Browser receiver", chromium(self.desktop, page, "receiver-profile")),
@@ -109,4 +110,6 @@ class Receiver:
         return title.removeprefix("Browser receiver").removesuffix("- Chromium").strip()
 
 
-KINDS = ("gtk3", "gtk4", "qt", "xterm", "vte", "browser")
+def kinds(desktop):
+    """All that there are on this desktop."""
+    return ("gtk3", "gtk4", "qt", "xterm", "vte", "browser", *desktop.TERMINALS)

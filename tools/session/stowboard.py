@@ -27,6 +27,8 @@ class Stowboard:
     It gets a terminal by default, because information lines go to a terminal only.
     """
 
+    PANEL_SIZE = 482, 302
+
     def __init__(self, desktop, program):
         self.desktop = desktop
         self.program = pathlib.Path(program)
@@ -113,8 +115,18 @@ class Stowboard:
             return panel if panel and panel == self.desktop.active_window() else ""
         return wait_until(is_active, "the panel is open and active")
 
+    def panel_rect(self):
+        """Where the user sees the open panel, its shadow aside."""
+        x, y, width, height = self.desktop.rect(self.panel())
+        margin = (width - self.PANEL_SIZE[0]) // 2
+        return x + margin, y + margin, width - 2 * margin, height - 2 * margin
+
     def wait_until_panel_closed(self):
         wait_until(lambda: not self.panel(), "the panel is closed")
+        # The toolkit takes 100 ms to believe that the focus is gone. Where this plays a person's keys
+        # itself, without starting a program for each, it would open the panel again before that.
+        if self.desktop.PLAYS_AT_ONCE:
+            self.settle()
 
     # Its files
 

@@ -10,13 +10,15 @@ import subprocess
 import time
 
 from desktop import PrivateDesktop, wait_until
-from wayland_keyboard import WaylandKeyboard
+from wayland_input import WaylandInput
 
 CONFIGURATION = """
 xwayland enable
 output * resolution {width}x{height}
 default_border none
 focus_follows_mouse no
+# Windows beside and above each other, as on other desktops.
+for_window [title=".*"] floating enable
 # Its X server lets its own user in only.
 exec sh -c 'xhost +local: && echo $DISPLAY > {started}.new && mv {started}.new {started}'
 """
@@ -24,6 +26,11 @@ exec sh -c 'xhost +local: && echo $DISPLAY > {started}.new && mv {started}.new {
 
 class SwayDesktop(PrivateDesktop):
     """Wayland programs run on sway, X11 ones on its XWayland; see PrivateDesktop."""
+
+    OWN_TARGET = "application/x-stowboard"
+    TERMINALS = ("foot",)
+    OZONE_PLATFORM = "wayland"
+    PLAYS_AT_ONCE = True
 
     def _start_display(self):
         # The compositor refuses to run as root.
@@ -37,7 +44,7 @@ class SwayDesktop(PrivateDesktop):
             unprivileged = ["setpriv", f"--reuid={nobody.pw_uid}", f"--regid={nobody.pw_gid}",
                             "--clear-groups"]
         started = folder / "display"
-        configuration = folder / "config"
+        self._configuration = configuration = folder / "config"
         configuration.write_text(
             CONFIGURATION.format(width=self.width, height=self.height, started=started))
         configuration.chmod(0o644)
@@ -59,12 +66,13 @@ class SwayDesktop(PrivateDesktop):
 
     def _open(self):
         super()._open()
-        self._keyboard = WaylandKeyboard(self.environment["WAYLAND_DISPLAY"])
+        self._input = WaylandInput(self.environment["WAYLAND_DISPLAY"],
+                                   (self.width, self.height))
 
     def close(self):
         super().close()
-        if hasattr(self, "_keyboard"):
-            self._keyboard.close()
+        if hasattr(self, "_input"):
+            self._input.close()
 
     # Keyboard and pointer
 
@@ -75,31 +83,30 @@ class SwayDesktop(PrivateDesktop):
             delay = int(chords[1]) / 1000
             del chords[:2]
         for chord in chords:
-            self._keyboard.chord(chord)
+            self._input.chord(chord)
             time.sleep(delay)  # a person's pace, as xdotool's
 
     def hold(self, *keys):
-        self._keyboard.press(*keys)
+        self._input.press(*keys)
 
     def release(self, *keys):
-        self._keyboard.release(*keys)
+        self._input.release(*keys)
 
     def held_keys(self):
-        return list(self._keyboard.held)
+        return list(self._input.held)
 
     def set_layout(self, name):
-        self._keyboard.set_layout(name)
+        self._input.set_layout(name)
 
     def type_text(self, text):
-        self._keyboard.type(text)
+        self._input.type(text)
 
     def point(self, x, y):
-        self._run(f"seat - cursor set {x} {y}")
+        self._input.point(x, y)
 
     def click(self, x, y, button=1):
         self.point(x, y)
-        self._run(f"seat - cursor press button{button}")
-        self._run(f"seat - cursor release button{button}")
+        self._input.click(button)
 
     # Windows and the screen
 
@@ -140,6 +147,17 @@ class SwayDesktop(PrivateDesktop):
     def go_to_workspace(self, number):
         self._run(f"workspace {number + 1}")
 
+    def take_hot_key(self, keycode, *modifiers):
+        """The user's configuration binds it."""
+        self._untaken = self._configuration.read_text()
+        self._configuration.write_text(
+            f"{self._untaken}bindcode {'+'.join(modifiers)}+{keycode} nop\n")
+        self._run("reload")
+
+    def give_hot_key_back(self):
+        self._configuration.write_text(self._untaken)
+        self._run("reload")
+
     def screenshot(self, path, part=()):
         pathlib.Path(path).parent.mkdir(parents=True, exist_ok=True)
         only = ["-g", "{},{} {}x{}".format(*part)] if part else []
@@ -157,6 +175,9 @@ class SwayDesktop(PrivateDesktop):
         """What the clipboard's owner gives in this form; its TARGETS are its types."""
         how = ["-l"] if kind == "TARGETS" else ["-n", "-t", kind]
         return self.output("wl-paste", *how, seconds=seconds)
+
+    def owner_command(self, path):
+        return ["sh", "-c", 'exec wl-copy --foreground < "$0"', path]
 
     # Helpers of its own
 

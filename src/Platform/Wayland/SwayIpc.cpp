@@ -25,6 +25,7 @@ namespace {
 // Types of messages, and the bit that tells events.
 constexpr std::uint32_t runCommand = 0;
 constexpr std::uint32_t subscribeTo = 2;
+constexpr std::uint32_t getTree = 4;
 constexpr std::uint32_t getVersion = 7;
 constexpr std::uint32_t getConfig = 9;
 constexpr std::uint32_t eventBit = 0x80000000;
@@ -91,6 +92,20 @@ QJsonDocument parsed(const std::string& text) {
   return QJsonDocument::fromJson(QByteArray::fromStdString(text));
 }
 
+// Of the tree's windows, the one that fills the screen and has the focus.
+std::uint64_t focusedFullscreenIn(const QJsonObject& node) {
+  if (node["focused"].toBool() && node["fullscreen_mode"].toInt() != 0 &&
+      node["type"].toString().endsWith("con")) {
+    return static_cast<std::uint64_t>(node["id"].toInteger());
+  }
+  for (const auto* children : {"nodes", "floating_nodes"}) {
+    for (const auto& child : node[QLatin1String(children)].toArray()) {
+      if (const auto found = focusedFullscreenIn(child.toObject())) return found;
+    }
+  }
+  return 0;
+}
+
 }  // namespace
 
 std::shared_ptr<SwayIpc> SwayIpc::open() {
@@ -133,6 +148,10 @@ std::string SwayIpc::configurationFile() {
   return parsed(ask(getVersion, ""))["loaded_config_file_name"].toString().toStdString();
 }
 
+std::uint64_t SwayIpc::focusedFullscreen() {
+  return focusedFullscreenIn(parsed(ask(getTree, "")).object());
+}
+
 std::unique_ptr<SwayIpc::Subscription> SwayIpc::subscribe(
     std::string_view kinds, std::function<void(const Event&)> onEvent) {
   auto socket = connectTo(std::getenv("SWAYSOCK"));
@@ -161,7 +180,8 @@ void SwayIpc::Subscription::readEvents() {
     const auto json = parsed(message->payload);
     events.push_back({json["change"].toString().toStdString(),
                       json["binding"]["command"].toString().toStdString(),
-                      static_cast<std::uint64_t>(json["container"]["window"].toInteger())});
+                      static_cast<std::uint64_t>(json["container"]["window"].toInteger()),
+                      json["container"]["focused"].toBool()});
   }
   const auto onEvent = onEvent_;
   for (const auto& event : events) onEvent(event);

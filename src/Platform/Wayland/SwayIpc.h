@@ -24,6 +24,8 @@ class SwayIpc {
     std::string command;
     /// Of a window of XWayland: its number there; else 0.
     std::uint64_t window = 0;
+    /// Of a window: whether it has the focus.
+    bool isFocused = false;
   };
   /// Calls back with events of these kinds (a list in JSON) for as long as it lives; not from
   /// within subscribe().
@@ -39,6 +41,9 @@ class SwayIpc {
   /// The text of the user's configuration, without the files that it includes; and its file.
   std::string configuration();
   std::string configurationFile();
+
+  /// The window that fills the screen and has the focus, by sway's number; 0 for none.
+  std::uint64_t focusedFullscreen();
 
   static std::unique_ptr<Subscription> subscribe(std::string_view kinds,
                                                  std::function<void(const Event&)> onEvent);

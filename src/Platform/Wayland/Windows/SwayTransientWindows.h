@@ -17,15 +17,19 @@ class SwayTransientWindows final : public TransientWindows {
       : sway_(std::move(sway)), onX11_(std::move(onX11)) {}
 
   void prepareToShow(std::uint64_t window, int shadowMargin) override;
-  std::unique_ptr<Watch> watch(std::uint64_t window,
-                               std::function<void()> onClickOutside) override {
-    return onX11_->watch(window, std::move(onClickOutside));
-  }
+  /// Calls nothing back: whatever takes clicks takes the focus too, and XWayland's server may think
+  /// of the pointer as where it last was.
+  std::unique_ptr<Watch> watch(std::uint64_t window, std::function<void()> onClickOutside) override;
 
  private:
+  void follow(std::uint64_t window, const SwayIpc::Event& event);
+
   const std::shared_ptr<SwayIpc> sway_;
   const std::unique_ptr<TransientWindows> onX11_;
-  std::unique_ptr<SwayIpc::Subscription> awaited_;
+  // While a window of ours comes, is there and goes.
+  std::unique_ptr<SwayIpc::Subscription> subscription_;
+  // The window that has left the full screen; 0 for none.
+  std::uint64_t covering_ = 0;
 };
 
 }  // namespace stowboard

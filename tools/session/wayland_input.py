@@ -1,4 +1,5 @@
-"""A keyboard for a Wayland session, played by a program (zwp_virtual_keyboard_v1)."""
+"""A keyboard and a pointer for a Wayland session, played by a program (zwp_virtual_keyboard_v1 and
+zwlr_virtual_pointer_v1)."""
 
 import array
 import os
@@ -17,7 +18,7 @@ KEYMAP = b"""xkb_keymap {
 
 # The kernel's code of each key by its symbol on a US keyboard.
 CODES = {"Escape": 1, "BackSpace": 14, "Tab": 15, "Return": 28, "\n": 28, "ctrl": 29, "shift": 42,
-         "alt": 56, " ": 57, "space": 57, "KP_Enter": 96, "Home": 102, "Up": 103, "Page_Up": 104,
+         "comma": 51, "alt": 56, " ": 57, "space": 57, "KP_Enter": 96, "Home": 102, "Up": 103, "Page_Up": 104,
          "Prior": 104, "Left": 105, "Right": 106, "End": 107, "Down": 108, "Page_Down": 109,
          "Next": 109, "Insert": 110, "Delete": 111, "super": 125,
          **{f"F{number}": 58 + number for number in range(1, 11)},
@@ -35,10 +36,12 @@ def code_of(name):
         name if len(name) > 1 else name.lower()]
 
 
-class WaylandKeyboard:
-    """As long as it lives, the compositor has a keyboard. `held` is what is held on it."""
+class WaylandInput:
+    """As long as it lives, the compositor has a keyboard and a pointer. `held` is what is held on the
+    keyboard; `size` is the screen's."""
 
-    def __init__(self, display):
+    def __init__(self, display, size):
+        self._size = size
         self._socket = socket.socket(socket.AF_UNIX)
         self._socket.connect(display)
         self._received = b""
@@ -55,6 +58,9 @@ class WaylandKeyboard:
         self._keyboard = self._new()
         self._send(manager, 0, struct.pack("=II", seat, self._keyboard))
         self.set_layout("us")
+        manager = self._bind(registry, names, "zwlr_virtual_pointer_manager_v1")
+        self._pointer = self._new()
+        self._send(manager, 0, struct.pack("=II", seat, self._pointer))
 
     def close(self):
         self._socket.close()
@@ -89,14 +95,33 @@ class WaylandKeyboard:
             self.release(SHIFTED.get(letter, letter), *shift)
             time.sleep(0.005)
 
+    def point(self, x, y):
+        self._send(self._pointer, 1, struct.pack("=IIIII", self._now(), x, y, *self._size))
+        self._end_of_frame()
+
+    def click(self, button):
+        """A button by X's number: 1 to 3, or 4 and 5 for the wheel's turns."""
+        if button > 3:
+            length = (15 if button == 5 else -15) << 8
+            self._send(self._pointer, 3, struct.pack("=IIi", self._now(), 0, length))
+            return self._end_of_frame()
+        for is_down in (1, 0):
+            code = {1: 0x110, 2: 0x112, 3: 0x111}[button]
+            self._send(self._pointer, 2, struct.pack("=III", self._now(), code, is_down))
+            self._end_of_frame()
+
+    def _end_of_frame(self):
+        self._send(self._pointer, 4, b"")
+
+    @staticmethod
+    def _now():
+        return time.monotonic_ns() // 1_000_000 & 0xFFFFFFFF
+
     def _key(self, code, is_down):
-        modifiers = sum({MODIFIERS.get(each, 0) for each in self.held})
-        now = time.monotonic_ns() // 1_000_000 & 0xFFFFFFFF
+        self._send(self._keyboard, 1, struct.pack("=III", self._now(), code, is_down))
         if code in MODIFIERS:
-            self._send(self._keyboard, 1, struct.pack("=III", now, code, is_down))
+            modifiers = sum({MODIFIERS.get(each, 0) for each in self.held})
             self._send(self._keyboard, 2, struct.pack("=IIII", modifiers, 0, 0, 0))
-        else:
-            self._send(self._keyboard, 1, struct.pack("=III", now, code, is_down))
         while select.select([self._socket], [], [], 0)[0]:
             assert self._socket.recv(4096), "the compositor ended"
 
