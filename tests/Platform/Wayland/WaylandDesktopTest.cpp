@@ -135,6 +135,12 @@ TEST_F(SwayHotKeysTest, AreThereAgainWhenTheConfigurationIsReadAgain) {
 
 class WaylandWorkspaceHarness {
  public:
+  // The next one begins with nothing in front.
+  ~WaylandWorkspaceHarness() {
+    for (const auto& [id, window] : windows_) client_.close(window);
+    EXPECT_TRUE(turnUntil([&] { return !workspace_->frontmostApplication(); }));
+  }
+
   Workspace& workspace() { return *workspace_; }
   bool turnUntil(const std::function<bool()>& condition) { return turnQtUntil(condition); }
 

@@ -15,7 +15,10 @@ namespace stowboard {
 /// One application object for the whole program: Qt does not clear everything up behind several.
 class DesktopApplication final : public ::testing::Environment {
  public:
-  void SetUp() override { application_ = std::make_unique<QGuiApplication>(argc_, argv_); }
+  void SetUp() override {
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    application_ = std::make_unique<QGuiApplication>(argc_, argv_);
+  }
   void TearDown() override { application_.reset(); }
 
  private:
@@ -66,9 +69,11 @@ class Client {
   /// WM_CLASS is that name twice.
   xcb_window_t open(const std::string& name, std::uint32_t events = 0) {
     const auto window = xcb_generate_id(xcb());
+    // On XWayland a window is there once something is painted.
+    const std::array values{std::uint32_t{0xffffff}, events};
     xcb_create_window(xcb(), XCB_COPY_FROM_PARENT, window, connection_->root(), 0, 0, 80, 60, 0,
-                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK,
-                      &events);
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT,
+                      XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK, values.data());
     setText(window, XCB_ATOM_WM_CLASS, name + '\0' + name + '\0');
     setText(window, XCB_ATOM_WM_CLIENT_MACHINE, "elsewhere.example.org");
     xcb_map_window(xcb(), window);

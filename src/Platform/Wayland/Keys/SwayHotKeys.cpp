@@ -38,6 +38,16 @@ std::string combinationOf(const HotKeyConfig& config, std::string_view key) {
   return combination.append(key);
 }
 
+// One command for every state of the lock keys, which sway tells apart.
+std::string commands(std::string_view command, std::string_view combination,
+                     std::string_view what = "") {
+  std::string all;
+  for (const auto* locks : {"", "Lock+", "Mod2+", "Lock+Mod2+"}) {
+    all += fmt::format("{} {}{} {};", command, locks, combination, what);
+  }
+  return all;
+}
+
 std::string contentOf(const std::filesystem::path& file) {
   // A pipe would never end.
   std::error_code unknown;
@@ -105,7 +115,7 @@ void SwayHotKeys::unregisterHotKey(Reference reference) {
   const auto hotKey = hotKeys_.extract(reference);
   if (!hotKey || hotKey.mapped().combination.empty()) return;
   if (!isOurs(hotKey.mapped().combination)) {
-    sway_->run("unbindcode " + hotKey.mapped().combination);
+    sway_->run(commands("unbindcode", hotKey.mapped().combination));
   }
 }
 
@@ -115,8 +125,8 @@ HotKeyCenter::Status SwayHotKeys::bind(const HotKeyConfig& config, std::string& 
   combination = combinationOf(config, std::to_string(*key));
   if (isOurs(combination)) return noError;
   if (isUsers(config, combination)) return isTaken;
-  const bool isBound =
-      sway_->run(fmt::format("bindcode --no-repeat --no-warn {0} {1}{0}", combination, ourCommand));
+  const bool isBound = sway_->run(commands("bindcode --no-repeat --no-warn", combination,
+                                           std::string(ourCommand) + combination));
   return isBound ? noError : refused;
 }
 

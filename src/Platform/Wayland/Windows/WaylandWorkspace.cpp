@@ -19,6 +19,7 @@ WaylandWorkspace::WaylandWorkspace(std::shared_ptr<WaylandMainConnection> connec
                                    std::unique_ptr<Toplevels> toplevels, Own own)
     : connection_(std::move(connection)), toplevels_(std::move(toplevels)), own_(std::move(own)) {
   toplevels_->onDidChange = [this] { report(); };
+  lastReported_ = frontmostApplication();
 }
 
 bool WaylandWorkspace::isOwn(Toplevels::Number window) const {
@@ -59,7 +60,8 @@ std::uint64_t WaylandWorkspace::awaitedWindow() const {
 void WaylandWorkspace::report() {
   frontDidChange_();
   const auto application = frontmostApplication();
-  if (!application) return;
+  if (!application || application == lastReported_) return;
+  lastReported_ = application;
   // A copy, because the callee may replace it.
   if (const auto callback = onDidActivate) callback(*application);
 }

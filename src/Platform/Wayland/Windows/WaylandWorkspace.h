@@ -3,6 +3,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -55,6 +56,7 @@ class WaylandWorkspace final : public Workspace {
   const std::unique_ptr<Toplevels> toplevels_;
   const Own own_;
   std::function<void()> frontDidChange_ = [] {};
+  std::optional<RunningApplication> lastReported_;
   std::uint64_t awaitedWindow_ = 0;
   std::chrono::steady_clock::time_point awaitedSince_{};
 };
