@@ -404,6 +404,10 @@ class PrivateDesktop:
         """What the clipboard's owner gives in this form, such as TARGETS."""
         return self.output("xclip", "-o", "-selection", "clipboard", "-t", kind, seconds=seconds)
 
+    def selected_text(self):
+        """The primary selection."""
+        return self.output("xclip", "-o", "-selection", "primary")
+
     def owner_command(self, path):
         """What offers a file's text on the clipboard until it ends."""
         return ["xclip", "-quiet", "-selection", "clipboard", "-i", path]

@@ -176,6 +176,9 @@ class SwayDesktop(PrivateDesktop):
         how = ["-l"] if kind == "TARGETS" else ["-n", "-t", kind]
         return self.output("wl-paste", *how, seconds=seconds)
 
+    def selected_text(self):
+        return self.output("wl-paste", "--primary", "-n")
+
     def owner_command(self, path):
         return ["sh", "-c", 'exec wl-copy --foreground < "$0"', path]
 

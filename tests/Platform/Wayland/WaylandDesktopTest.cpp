@@ -137,6 +137,7 @@ class WaylandWorkspaceHarness {
  public:
   // The next one begins with nothing in front.
   ~WaylandWorkspaceHarness() {
+    workspace_->onDidActivate = nullptr;
     for (const auto& [id, window] : windows_) client_.close(window);
     EXPECT_TRUE(turnUntil([&] { return !workspace_->frontmostApplication(); }));
   }

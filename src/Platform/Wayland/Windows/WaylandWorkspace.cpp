@@ -45,19 +45,20 @@ bool WaylandWorkspace::activate(const RunningApplication& application) {
     window = toplevels_->newest([this](Toplevels::Number each) { return isOwn(each); });
   }
   if (!toplevels_->activate(window)) return false;
-  awaitedWindow_ = window;
+  awaitedWindow_ = window == toplevels_->front() ? 0 : window;
   awaitedSince_ = std::chrono::steady_clock::now();
   return true;
 }
 
 std::uint64_t WaylandWorkspace::awaitedWindow() const {
   constexpr auto longestWait = std::chrono::seconds(1);
-  const bool isUnderWay = awaitedWindow_ != toplevels_->front() &&
+  const bool isUnderWay = toplevels_->isOpen(awaitedWindow_) &&
                           std::chrono::steady_clock::now() - awaitedSince_ < longestWait;
   return isUnderWay ? awaitedWindow_ : 0;
 }
 
 void WaylandWorkspace::report() {
+  if (toplevels_->front() == awaitedWindow_) awaitedWindow_ = 0;
   frontDidChange_();
   const auto application = frontmostApplication();
   if (!application || application == lastReported_) return;
