@@ -144,7 +144,11 @@ class Panel(SessionCase):
         self.stowboard.wait_until_panel_closed()
         self.start_program("xterm", "-fullscreen", "-T", "Wall")
         self.desktop.window("Wall")
-        full = self.desktop.rect(self.desktop.active_window())
+        def fills_the_screen():
+            front = self.desktop.active_window()
+            return (self.desktop.title(front) == "Wall" and
+                    self.desktop.rect(front) == (0, 0, 1280, 800))
+        wait_until(fills_the_screen, "it fills the screen")
         panel = self.open_at(600, 300)
         if not ON_SWAY:
             self.assertIn("= 1", self.desktop.output("xprop", "-id", panel, "_NET_WM_DESKTOP"))
@@ -152,8 +156,7 @@ class Panel(SessionCase):
             self.assertEqual(int(stacking.split()[-1], 16), int(panel))
         self.desktop.keys("Escape")
         self.stowboard.wait_until_panel_closed()
-        wait_until(lambda: self.desktop.active_title() == "Wall" and
-                   self.desktop.rect(self.desktop.active_window()) == full, "it fills the screen")
+        wait_until(fills_the_screen, "it fills the screen again")
 
 
 if __name__ == "__main__":
