@@ -7,6 +7,7 @@ import signal
 from case import PROGRAM, SessionCase, main, wait_until
 from desktop import PrivateDesktop
 from stowboard import Stowboard
+from sway import SwayDesktop
 
 
 class Files(SessionCase):
@@ -37,14 +38,15 @@ class Files(SessionCase):
                 self.assertEqual(self.stowboard.stop(number), 0, self.stowboard.lines)
                 self.assertEqual(self.stowboard.texts()[0], f"{number.name} {large}")
 
-    def test_the_end_of_the_x_server_ends_it_in_order(self):
-        with PrivateDesktop() as desktop:
-            stowboard = Stowboard(desktop, PROGRAM).start()
-            desktop.copy("the last copy of the session")
-            stowboard.wait_for_text("the last copy of the session")
-            desktop.stop_display()
-            self.assertIn(stowboard.wait_for_end(), (0, 1))
-            self.assertEqual(stowboard.texts(), ["the last copy of the session"])
+    def test_the_end_of_the_x_server_or_the_compositor_ends_it_in_order(self):
+        for kind in (PrivateDesktop, SwayDesktop):
+            with self.subTest(kind.__name__), kind() as desktop:
+                stowboard = Stowboard(desktop, PROGRAM).start()
+                desktop.copy("the last copy of the session")
+                stowboard.wait_for_text("the last copy of the session")
+                desktop.stop_display()
+                self.assertEqual(stowboard.wait_for_end(), 0)
+                self.assertEqual(stowboard.texts(), ["the last copy of the session"])
 
     def test_a_damaged_history_is_set_aside_by_the_next_save(self):
         self.stowboard.set(maxRecords=5)
