@@ -117,6 +117,7 @@ void SelectionSession::handleProperty(const xcb_property_notify_event_t& event,
 
 void SelectionSession::handleOwner(const xcb_xfixes_selection_notify_event_t& event,
                                    std::uint32_t sequence) {
+  lastChange_ = event.selection_timestamp;
   if (event.owner == window_) return;
   const bool isClaimed = clipboard_.isPending() || clipboard_.offer();
   // Another program's copy, which our ownership has ended.
@@ -181,7 +182,8 @@ void SelectionSession::takeWrite(xcb_timestamp_t time) {
   comingWrites_.erase(comingWrites_.begin());
   takeover_.forget();
   reader_.abandon();
-  clipboard_.beginAt(time);
+  // A program that takes the clipboard after this, but within the same millisecond, comes first.
+  clipboard_.beginAt(time == lastChange_ ? time : time - 1);
   if (early_ && earlyNumber_ == writeNumber_) clipboard_.provide(std::exchange(early_, nullptr));
 }
 

@@ -114,6 +114,8 @@ class SelectionSession {
   // The last one whose announcement has come, and those after it that were read with it.
   std::uint64_t writeNumber_ = 0;
   std::set<std::uint32_t> comingWrites_;
+  // When the clipboard last changed hands, by the server.
+  xcb_timestamp_t lastChange_ = XCB_CURRENT_TIME;
   // The content of the next write.
   std::shared_ptr<ClipboardOffer> early_;
   std::uint64_t earlyNumber_ = 0;
