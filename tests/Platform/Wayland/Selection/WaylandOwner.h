@@ -53,6 +53,8 @@ class WaylandOwner {
 
   /// It has come to the type that it ends at.
   bool hasEnded() const { return hasEnded_; }
+  /// It has been asked for the type that it holds back.
+  bool isHolding() const { return isHolding_; }
 
  private:
   void run() {
@@ -76,7 +78,11 @@ class WaylandOwner {
   void serve(std::string_view type, FileDescriptor& pipe) {
     for (const auto& [name, content] : offer_.formats) {
       if (name != type) continue;
-      if (type == offer_.heldType) return held_.push_back(std::move(pipe));
+      if (type == offer_.heldType) {
+        held_.push_back(std::move(pipe));
+        isHolding_ = true;
+        return;
+      }
       auto rest = std::string_view(content);
       if (type == offer_.fatalType) rest = rest.substr(0, rest.size() / 2);
       while (!rest.empty()) {
@@ -95,6 +101,7 @@ class WaylandOwner {
   const FileDescriptor wakeUp_{eventfd(0, EFD_CLOEXEC)};
   bool hasDied_ = false;
   std::atomic<bool> hasEnded_ = false;
+  std::atomic<bool> isHolding_ = false;
   std::unique_ptr<WaylandConnection> connection_;
   std::unique_ptr<DataControl> control_;
   std::unique_ptr<DataControl::Source> source_;

@@ -164,7 +164,8 @@ TEST_F(WaylandPasteboardTest, AHangingRequesterDelaysNobody) {
 }
 
 TEST_F(WaylandPasteboardTest, AHangingOwnerDelaysNobodyAndIsGivenUpInTime) {
-  copy({{{utf8, "text"}, {"text/rtf", "{\\rtf1}"}}, "text/rtf"});
+  const auto& hanging = copy({{{utf8, "text"}, {"text/rtf", "{\\rtf1}"}}, "text/rtf"});
+  ASSERT_TRUE(loop_.runUntil([&] { return hanging.isHolding(); }));
   copyAndAwait({{{utf8, "next"}}});
   awaitMoves(2);
   EXPECT_THAT(seen_, ElementsAre("text", "next"));
