@@ -46,7 +46,12 @@ def copy_in_word_processor(desktop, rich_text):
     document.write_text(rich_text)
     program = desktop.start(["abiword", document])
     desktop.window("Letter.rtf", 60)
-    desktop.keys("ctrl+a", "ctrl+c")
+
+    def copied():
+        desktop.keys("ctrl+a", "ctrl+c")
+        return "rtf" in desktop.clipboard("TARGETS")
+    # Its window is there before it takes keys.
+    wait_until(copied, "the document is copied")
     return program
 
 

@@ -58,6 +58,9 @@ class Rig {
   void write(const std::string& text) {
     pasteboard_->clearContents();
     pasteboard_->setString(Text(text), PasteboardType::string);
+    awaitPublished();
+  }
+  void awaitPublished() {
     std::atomic<bool> isPublished = false;
     pasteboard_->whenPublished([&] { isPublished = true; });
     ASSERT_TRUE(loop_.runUntil([&] { return isPublished.load(); }));
@@ -228,6 +231,8 @@ class WaylandDriver : Rig {
     for (auto& [type, bytes] : content) {
       offer.formats.emplace_back(type == PasteboardType::string ? utf8 : type, bytes);
     }
+    // Of two that take the clipboard the compositor hears the later one, whoever began first.
+    awaitPublished();
     // Not by the moves that are announced: the test may be listening.
     const auto before = pasteboard_->changeCount();
     Rig::copy(std::move(offer));
