@@ -3,6 +3,7 @@
 import os
 import pathlib
 import struct
+import subprocess
 import zlib
 
 from desktop import wait_until
@@ -10,8 +11,10 @@ from desktop import wait_until
 
 def chromium(desktop, page, profile):
     """The command that opens a page in a browser of its own."""
-    # Its sandbox refuses to run as root, as in a container.
-    sandbox = ["--no-sandbox"] if os.geteuid() == 0 else []
+    # Its sandbox refuses to run as root, and wants a user namespace, which a container may not give.
+    has_namespaces = subprocess.run(["unshare", "--user", "true"], stdout=subprocess.DEVNULL,
+                                    stderr=subprocess.DEVNULL).returncode == 0
+    sandbox = ["--no-sandbox"] if os.geteuid() == 0 or not has_namespaces else []
     return ["chromium", *sandbox, "--no-first-run", "--no-default-browser-check",
             "--disable-background-networking", "--disable-component-update", "--disable-sync",
             "--disable-quic", "--disable-gpu",
