@@ -1,14 +1,9 @@
 #include <gtest/gtest.h>
-#include <xcb/xtest.h>
-
-#include <QRasterWindow>
 
 #include "Platform/QtTurns.h"
 #include "Platform/X11/OtherPrograms.h"
 #include "Platform/X11/Windows/X11Compositing.h"
-#include "Platform/X11/Windows/X11TransientWindows.h"
 #include "contract/CompositingContract.h"
-#include "contract/TransientWindowsContract.h"
 
 namespace stowboard {
 namespace {
@@ -32,43 +27,6 @@ class RealCompositingHarness {
   X11Compositing compositing_{X11MainConnection::open()};
   std::unique_ptr<X11Connection> manager_;
 };
-
-class RealTransientWindowsHarness {
- public:
-  RealTransientWindowsHarness() {
-    window_.setFlag(Qt::BypassWindowManagerHint);
-    window_.setGeometry(100, 100, 200, 100);
-    window_.show();
-    EXPECT_TRUE(turnUntil([this] { return window_.isExposed(); }));
-  }
-
-  TransientWindows& windows() { return *windows_; }
-  std::uint64_t window() const { return window_.winId(); }
-  void clickInside() { click(150, 150, 1); }
-  void clickOutside() { click(600, 600, 1); }
-  void turnWheelOutside() { click(600, 600, 5); }
-  bool turnUntil(const std::function<bool()>& condition) { return turnQtUntil(condition); }
-
- private:
-  // The pointer stays until the click was seen: where it was is asked of the server.
-  void click(std::int16_t x, std::int16_t y, std::uint8_t button) {
-    const auto send = [&](std::uint8_t type, std::uint8_t detail) {
-      xcb_test_fake_input(user_->xcb(), type, detail, XCB_CURRENT_TIME, user_->root(), x, y, 0);
-    };
-    send(XCB_MOTION_NOTIFY, 0);
-    send(XCB_BUTTON_PRESS, button);
-    send(XCB_BUTTON_RELEASE, button);
-    // The answer comes after all that.
-    awaitReply(xcb_get_input_focus_reply, user_->xcb(), xcb_get_input_focus(user_->xcb()));
-    QCoreApplication::processEvents();
-  }
-
-  std::unique_ptr<X11Connection> user_ = X11Connection::open("");
-  std::unique_ptr<X11TransientWindows> windows_ = X11TransientWindows::create();
-  QRasterWindow window_;
-};
-
-INSTANTIATE_TYPED_TEST_SUITE_P(X11, TransientWindowsContract, RealTransientWindowsHarness);
 
 TEST(X11MainConnection, AFloodOfEventsLeavesTheLoopItsTurns) {
   constexpr int flood = 1000;
