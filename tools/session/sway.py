@@ -5,7 +5,6 @@ import os
 import pathlib
 import pwd
 import re
-import shutil
 import subprocess
 import time
 
@@ -207,7 +206,3 @@ class SwayDesktop(PrivateDesktop):
     @staticmethod
     def _class(node):
         return node.get("app_id") or node.get("window_properties", {}).get("class") or ""
-
-
-def is_there():
-    return all(shutil.which(name) for name in ("sway", "setpriv", "wl-copy"))

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Platform/Clipboard/ClipboardThread.h"
+#include "Platform/Clipboard/PublishingPasteboard.h"
 #include "Platform/Clipboard/SnapshotPasteboard.h"
 
 namespace stowboard {
@@ -20,7 +21,7 @@ namespace stowboard {
 ///   void keep(std::shared_ptr<const ClipboardSnapshot>);
 ///   void reread(std::uint64_t copyNumber);
 template <typename Session>
-class ThreadedPasteboard : public SnapshotPasteboard {
+class ThreadedPasteboard : public SnapshotPasteboard, public PublishingPasteboard {
  public:
   /// Publishes what was written in this turn, hands our content over to whoever keeps it, where
   /// there is somebody, for which it waits within the session's bound, and ends the thread. Nothing
@@ -31,16 +32,12 @@ class ThreadedPasteboard : public SnapshotPasteboard {
     thread_->end();
   }
 
-  /// Offers what was last written as the primary selection as well, which some terminals paste
-  /// instead of the clipboard, until another program takes that.
-  void offerPrimary() {
+  void offerPrimary() override {
     isPrimaryWanted_ = true;
     this->scheduleCommit();
   }
 
-  /// Calls `done` on another thread once other programs are given all that was written and offered
-  /// before. Never, when this is destroyed first.
-  void whenPublished(std::function<void()> done) {
+  void whenPublished(std::function<void()> done) override {
     commit();
     thread_->post([done = std::move(done)](Session& session) { session.whenPublished(done); });
   }

@@ -11,6 +11,7 @@
 #include <QObject>
 #include <QSocketNotifier>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <utility>

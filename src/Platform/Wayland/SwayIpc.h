@@ -27,8 +27,7 @@ class SwayIpc {
     /// Of a window: whether it has the focus.
     bool isFocused = false;
   };
-  /// Calls back with events of these kinds (a list in JSON) for as long as it lives; not from
-  /// within subscribe().
+  /// Ended by its destruction, which a callback may cause, too.
   class Subscription;
 
   /// Connects to $SWAYSOCK. Null when no sway answers.
@@ -45,6 +44,8 @@ class SwayIpc {
   /// The window that fills the screen and has the focus, by sway's number; 0 for none.
   std::uint64_t focusedFullscreen();
 
+  /// Calls back, on later turns, with events of these kinds, a list in JSON as ["binding"]. Null
+  /// when sway is gone.
   static std::unique_ptr<Subscription> subscribe(std::string_view kinds,
                                                  std::function<void(const Event&)> onEvent);
 

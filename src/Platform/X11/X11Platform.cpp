@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Base/Log.h"
+#include "Platform/Clipboard/PublishingPasteboard.h"
 #include "Platform/Inert.h"
 #include "Platform/Platform.h"
 #include "Platform/X11/Keys/X11AccessibilityTrust.h"
@@ -43,7 +44,6 @@ void X11Platform::addPasteboard(int thumbnailDimension) {
   options.thumbnailDimension = thumbnailDimension;
   auto pasteboard = X11Pasteboard::create(*platform_.runLoop, *platform_.imageCodec,
                                           *platform_.applications, options);
-  pasteboard_ = pasteboard.get();
   place<InertPasteboard>(platform_.pasteboard, std::move(pasteboard),
                          "No copies can be recorded: the X server has no XFixes extension");
 }
@@ -74,9 +74,10 @@ void X11Platform::addPoster(const X11MainConnection* connection) {
   if (const auto* workspace = dynamic_cast<X11Workspace*>(platform_.workspace.get())) {
     around.awaitedWindow = [workspace] { return workspace->awaitedWindow(); };
   }
-  if (pasteboard_) {
-    around.offerPrimary = [this] { pasteboard_->offerPrimary(); };
-    around.whenPublished = [this](auto done) { pasteboard_->whenPublished(std::move(done)); };
+  // It may be the compositor's.
+  if (auto* pasteboard = dynamic_cast<PublishingPasteboard*>(platform_.pasteboard.get())) {
+    around.offerPrimary = [pasteboard] { pasteboard->offerPrimary(); };
+    around.whenPublished = [pasteboard](auto done) { pasteboard->whenPublished(std::move(done)); };
   }
   place<InertKeyEventPoster>(
       platform_.keyEventPoster,

@@ -4,7 +4,6 @@ namespace stowboard {
 
 struct Platform;
 class X11MainConnection;
-class X11Pasteboard;
 
 /// Makes the X11 adapters and wires them to each other, with an inert one and a line in the log for
 /// each that this X server does not allow. Main thread; waits for the server's answers.
@@ -24,8 +23,6 @@ class X11Platform {
   void addPoster(const X11MainConnection* connection);
 
   Platform& platform_;
-  /// The platform's; null where there is none.
-  X11Pasteboard* pasteboard_ = nullptr;
 };
 
 }  // namespace stowboard

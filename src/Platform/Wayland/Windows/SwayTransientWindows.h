@@ -10,7 +10,8 @@ namespace stowboard {
 
 /// Windows of XWayland on sway, which places them itself and tells X11 programs of the pointer only
 /// while it is over one of theirs: sway is asked to put them at the pointer when they come up,
-/// before it shows them.
+/// before it shows them. A window that fills the screen, which sway puts above all others, leaves
+/// the full screen for as long.
 class SwayTransientWindows final : public TransientWindows {
  public:
   SwayTransientWindows(std::shared_ptr<SwayIpc> sway, std::unique_ptr<TransientWindows> onX11)
