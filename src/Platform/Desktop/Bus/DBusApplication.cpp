@@ -15,7 +15,7 @@
 #include <utility>
 
 #include "Base/Log.h"
-#include "Platform/Desktop/Bus/BusNotifier.h"
+#include "Platform/Desktop/BusNotifier.h"
 #include "Platform/Desktop/Bus/SessionLock.h"
 
 namespace stowboard {

@@ -5,7 +5,7 @@
 
 #include "Platform/ApplicationPresence.h"
 #include "Platform/Bundle.h"
-#include "Platform/Desktop/Bus/BusNotifier.h"
+#include "Platform/Desktop/BusNotifier.h"
 
 namespace stowboard {
 

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-#include "Platform/Desktop/Bus/BusNotifier.h"
+#include "Platform/Desktop/BusNotifier.h"
 
 namespace stowboard {
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <vector>
 
-#include "Platform/Desktop/Bus/BusNotifier.h"
+#include "Platform/Desktop/BusNotifier.h"
 #include "Platform/RunLoop.h"
 
 namespace stowboard {

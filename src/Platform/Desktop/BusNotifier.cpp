@@ -1,4 +1,4 @@
-#include "Platform/Desktop/Bus/BusNotifier.h"
+#include "Platform/Desktop/BusNotifier.h"
 
 #include <poll.h>
 #include <systemd/sd-bus.h>
