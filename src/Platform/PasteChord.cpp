@@ -2,25 +2,29 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 
 namespace stowboard {
 
 namespace {
 
-constexpr std::array xtermClasses =
-    std::to_array<std::string_view>({"XTerm", "UXTerm", "KOI8RXTerm", "URxvt", "Rxvt", "RXVT",
-                                     "Eterm", "Aterm", "ATerm", "MLTerm", "mlterm", "KTerm"});
+// In small letters, to which some compositors change the names of classes.
+constexpr std::array xtermClasses = std::to_array<std::string_view>(
+    {"xterm", "uxterm", "koi8rxterm", "urxvt", "rxvt", "eterm", "aterm", "mlterm", "kterm"});
 // Editors for which Control with V is a command of another kind. They take Shift+Insert; which of
 // the two selections that pastes depends on the user's own settings.
-constexpr std::array editorClasses =
-    std::to_array<std::string_view>({"Emacs", "emacs", "Gvim", "gvim"});
+constexpr std::array editorClasses = std::to_array<std::string_view>({"emacs", "gvim"});
 // Terminals that come without a desktop entry.
 constexpr std::array terminalClasses =
-    std::to_array<std::string_view>({"St", "st", "st-256color", "stterm-256color"});
+    std::to_array<std::string_view>({"st", "st-256color", "stterm-256color"});
 
 template <typename Names>
 bool contains(const Names& names, std::string_view name) {
-  return std::ranges::find(names, name) != names.end();
+  const auto isSame = [](unsigned char own, unsigned char given) {
+    return own == std::tolower(given);
+  };
+  return std::ranges::any_of(
+      names, [&](std::string_view each) { return std::ranges::equal(each, name, isSame); });
 }
 
 }  // namespace

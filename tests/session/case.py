@@ -15,10 +15,14 @@ sys.path.insert(1, str(ROOT / "tools" / "session"))
 from desktop import PrivateDesktop, ends_on_signals, wait_until  # noqa: E402
 from receivers import Receiver  # noqa: E402
 from stowboard import Stowboard  # noqa: E402
+from kwin import KwinDesktop, become_ordinary  # noqa: E402
 from sway import SwayDesktop  # noqa: E402
 
 PROGRAM = pathlib.Path(os.environ.get("STOWBOARD_PROGRAM", ROOT / "build/test/stowboard"))
-ON_SWAY = os.environ.get("STOWBOARD_DESKTOP") == "sway"
+DESKTOP = os.environ.get("STOWBOARD_DESKTOP")
+ON_SWAY = DESKTOP == "sway"
+ON_KWIN = DESKTOP == "kwin"
+ON_WAYLAND = ON_SWAY or ON_KWIN
 SANITIZER_REPORTS = ("AddressSanitizer", "LeakSanitizer", "runtime error:")
 
 
@@ -28,7 +32,8 @@ class SessionCase(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        cls.desktop = cls.enterClassContext((SwayDesktop if ON_SWAY else PrivateDesktop)())
+        kind = SwayDesktop if ON_SWAY else KwinDesktop if ON_KWIN else PrivateDesktop
+        cls.desktop = cls.enterClassContext(kind())
 
     def setUp(self):
         self.stowboard = Stowboard(self.desktop, PROGRAM)
@@ -88,4 +93,6 @@ class SessionCase(unittest.TestCase):
 
 def main():
     ends_on_signals()
+    if ON_KWIN:
+        become_ordinary()
     unittest.main(verbosity=2)

@@ -36,51 +36,80 @@ def code_of(name):
         name if len(name) > 1 else name.lower()]
 
 
-class WaylandInput:
-    """As long as it lives, the compositor has a keyboard and a pointer. `held` is what is held on the
-    keyboard; `size` is the screen's."""
+class WaylandConnection:
+    """What a program says to a compositor. `display` is a socket's path."""
 
-    def __init__(self, display, size):
-        self._size = size
+    def __init__(self, display):
         self._socket = socket.socket(socket.AF_UNIX)
         self._socket.connect(display)
         self._received = b""
         self._last = 1
-        self.held = []
-        registry = self._new()
-        self._send(1, 1, struct.pack("=I", registry))  # wl_display.get_registry
-        self._send(1, 0, struct.pack("=I", self._new()))  # wl_display.sync
-        names = {}
-        while self._last not in (done := self._read(registry, names)):
+        self._registry = self.new()
+        self._names = {}
+        self.send(1, 1, struct.pack("=I", self._registry))  # wl_display.get_registry
+        self.send(1, 0, struct.pack("=I", self.new()))  # wl_display.sync
+        while self._last not in (done := self._read()):
             assert done is not None, "the compositor ended"
-        seat = self._bind(registry, names, "wl_seat")
-        manager = self._bind(registry, names, "zwp_virtual_keyboard_manager_v1")
-        self._keyboard = self._new()
-        self._send(manager, 0, struct.pack("=II", seat, self._keyboard))
-        self.set_layout("us")
-        manager = self._bind(registry, names, "zwlr_virtual_pointer_manager_v1")
-        self._pointer = self._new()
-        self._send(manager, 0, struct.pack("=II", seat, self._pointer))
 
     def close(self):
         self._socket.close()
 
-    def set_layout(self, name):
-        text = KEYMAP % name.encode()
-        file = os.memfd_create("keymap")
-        os.write(file, text)
-        self._send(self._keyboard, 0, struct.pack("=II", 1, len(text)), file)
-        os.close(file)
+    def new(self):
+        self._last += 1
+        return self._last
+
+    def bind(self, interface, version=1):
+        text = interface.encode() + b"\0"
+        padded = text + b"\0" * (-len(text) % 4)
+        bound = self.new()
+        self.send(self._registry, 0, struct.pack("=II", self._names[interface], len(text)) +
+                  padded + struct.pack("=II", version, bound))
+        return bound
+
+    def send(self, target, request, arguments, file=None):
+        message = struct.pack("=II", target, (len(arguments) + 8) << 16 | request) + arguments
+        passed = [] if file is None else [
+            (socket.SOL_SOCKET, socket.SCM_RIGHTS, array.array("i", [file]))]
+        self._socket.sendmsg([message], passed)
+
+    def drain(self):
+        """Leaves unread what comes."""
+        while select.select([self._socket], [], [], 0)[0]:
+            assert self._socket.recv(4096), "the compositor ended"
+
+    def _read(self):
+        """Takes the globals out of what comes; returns whose events came, None at the end."""
+        part = self._socket.recv(65536)
+        self._received += part
+        targets = set()
+        while len(self._received) >= 8:
+            target, word = struct.unpack_from("=II", self._received)
+            if len(self._received) < word >> 16:
+                break
+            arguments = self._received[8:word >> 16]
+            self._received = self._received[word >> 16:]
+            targets.add(target)
+            if target == self._registry and word & 0xFFFF == 0:
+                name, length = struct.unpack_from("=II", arguments)
+                self._names[arguments[8:8 + length - 1].decode()] = name
+        return targets if part else None
+
+
+class WaylandKeys:
+    """Keys by their names. `held` is what is held; key(code, is_down) is the keyboard's own."""
+
+    def __init__(self):
+        self.held = []
 
     def press(self, *names):
         for code in map(code_of, names):
             self.held.append(code)
-            self._key(code, 1)
+            self.key(code, 1)
 
     def release(self, *names):
         for code in map(code_of, names):
             self.held.remove(code)
-            self._key(code, 0)
+            self.key(code, 0)
 
     def chord(self, text):
         """As in chord("ctrl+a")."""
@@ -95,67 +124,61 @@ class WaylandInput:
             self.release(SHIFTED.get(letter, letter), *shift)
             time.sleep(0.005)
 
+
+class WaylandInput(WaylandKeys):
+    """As long as it lives, the compositor has a keyboard and a pointer. `size` is the screen's."""
+
+    def __init__(self, display, size):
+        super().__init__()
+        self._size = size
+        self._connection = connection = WaylandConnection(display)
+        seat = connection.bind("wl_seat")
+        manager = connection.bind("zwp_virtual_keyboard_manager_v1")
+        self._keyboard = connection.new()
+        connection.send(manager, 0, struct.pack("=II", seat, self._keyboard))
+        self.set_layout("us")
+        manager = connection.bind("zwlr_virtual_pointer_manager_v1")
+        self._pointer = connection.new()
+        connection.send(manager, 0, struct.pack("=II", seat, self._pointer))
+
+    def close(self):
+        self._connection.close()
+
+    def set_layout(self, name):
+        text = KEYMAP % name.encode()
+        file = os.memfd_create("keymap")
+        os.write(file, text)
+        self._connection.send(self._keyboard, 0, struct.pack("=II", 1, len(text)), file)
+        os.close(file)
+
+    def key(self, code, is_down):
+        send = self._connection.send
+        send(self._keyboard, 1, struct.pack("=III", self._now(), code, is_down))
+        if code in MODIFIERS:
+            modifiers = sum({MODIFIERS.get(each, 0) for each in self.held})
+            send(self._keyboard, 2, struct.pack("=IIII", modifiers, 0, 0, 0))
+        self._connection.drain()
+
     def point(self, x, y):
-        self._send(self._pointer, 1, struct.pack("=IIIII", self._now(), x, y, *self._size))
+        self._connection.send(self._pointer, 1,
+                              struct.pack("=IIIII", self._now(), x, y, *self._size))
         self._end_of_frame()
 
     def click(self, button):
         """A button by X's number: 1 to 3, or 4 and 5 for the wheel's turns."""
         if button > 3:
             length = (15 if button == 5 else -15) << 8
-            self._send(self._pointer, 3, struct.pack("=IIi", self._now(), 0, length))
+            self._connection.send(self._pointer, 3, struct.pack("=IIi", self._now(), 0, length))
             return self._end_of_frame()
         for is_down in (1, 0):
             code = {1: 0x110, 2: 0x112, 3: 0x111}[button]
-            self._send(self._pointer, 2, struct.pack("=III", self._now(), code, is_down))
+            self._connection.send(self._pointer, 2,
+                                  struct.pack("=III", self._now(), code, is_down))
             self._end_of_frame()
 
     def _end_of_frame(self):
-        self._send(self._pointer, 4, b"")
+        self._connection.send(self._pointer, 4, b"")
 
     @staticmethod
     def _now():
         return time.monotonic_ns() // 1_000_000 & 0xFFFFFFFF
-
-    def _key(self, code, is_down):
-        self._send(self._keyboard, 1, struct.pack("=III", self._now(), code, is_down))
-        if code in MODIFIERS:
-            modifiers = sum({MODIFIERS.get(each, 0) for each in self.held})
-            self._send(self._keyboard, 2, struct.pack("=IIII", modifiers, 0, 0, 0))
-        while select.select([self._socket], [], [], 0)[0]:
-            assert self._socket.recv(4096), "the compositor ended"
-
-    def _new(self):
-        self._last += 1
-        return self._last
-
-    def _bind(self, registry, names, interface):
-        text = interface.encode() + b"\0"
-        padded = text + b"\0" * (-len(text) % 4)
-        bound = self._new()
-        self._send(registry, 0, struct.pack("=II", names[interface], len(text)) + padded +
-                   struct.pack("=II", 1, bound))
-        return bound
-
-    def _send(self, target, request, arguments, file=None):
-        message = struct.pack("=II", target, (len(arguments) + 8) << 16 | request) + arguments
-        passed = [] if file is None else [
-            (socket.SOL_SOCKET, socket.SCM_RIGHTS, array.array("i", [file]))]
-        self._socket.sendmsg([message], passed)
-
-    def _read(self, registry, names):
-        """Takes the globals out of what comes; returns whose events came, None at the end."""
-        part = self._socket.recv(65536)
-        self._received += part
-        targets = set()
-        while len(self._received) >= 8:
-            target, word = struct.unpack_from("=II", self._received)
-            if len(self._received) < word >> 16:
-                break
-            arguments = self._received[8:word >> 16]
-            self._received = self._received[word >> 16:]
-            targets.add(target)
-            if target == registry and word & 0xFFFF == 0:
-                name, length = struct.unpack_from("=II", arguments)
-                names[arguments[8:8 + length - 1].decode()] = name
-        return targets if part else None

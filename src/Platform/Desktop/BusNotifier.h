@@ -21,6 +21,9 @@ class BusNotifier {
   /// what waits to be sent. To be called after calls and subscriptions have been made. Of very much
   /// it leaves a part for later turns of the loop.
   void process();
+  /// The same on a later turn. To be called after calls that waited for their answers, beside which
+  /// others may have been read.
+  void processSoon() { goOn_.start(); }
 
  private:
   sd_bus* const bus_;

@@ -5,10 +5,17 @@
 
 #include "Base/Log.h"
 #include "Platform/Platform.h"
+#include "Platform/Wayland/KdeShortcuts.h"
+#include "Platform/Wayland/Keys/KdeHotKeys.h"
+#include "Platform/Wayland/Keys/KwinTypingDevice.h"
 #include "Platform/Wayland/Keys/SwayHotKeys.h"
+#include "Platform/Wayland/Keys/VirtualKeyboard.h"
 #include "Platform/Wayland/Keys/WaylandAccessibilityTrust.h"
 #include "Platform/Wayland/Keys/WaylandKeyEventPoster.h"
+#include "Platform/Wayland/KwinScript.h"
 #include "Platform/Wayland/Selection/WaylandPasteboard.h"
+#include "Platform/Wayland/Windows/KwinTransientWindows.h"
+#include "Platform/Wayland/Windows/KwinWorkspace.h"
 #include "Platform/Wayland/Windows/SwayTransientWindows.h"
 #include "Platform/Wayland/Windows/WaylandWorkspace.h"
 
@@ -26,6 +33,16 @@ constexpr const char* noHotKeys =
     "--dest com.qarvin.stowboard --object-path /com/qarvin/stowboard "
     "--method org.freedesktop.Application.ActivateAction show-history [] {}";
 
+constexpr const char* noTyping =
+    "This compositor lets no program type (virtual-keyboard): clips are only put on the clipboard "
+    "for applications that are not on XWayland";
+
+// What the package's desktop file asks for.
+constexpr const char* noLeaveToType =
+    "KWin lets only installed programs type: clips are only put on the clipboard for applications "
+    "that are not on XWayland. Install Stowboard, or put its desktop file with this program's path "
+    "into ~/.local/share/applications";
+
 }  // namespace
 
 std::unique_ptr<WaylandPlatform> WaylandPlatform::create(Platform& platform,
@@ -41,51 +58,67 @@ std::unique_ptr<WaylandPlatform> WaylandPlatform::create(Platform& platform,
 }
 
 void WaylandPlatform::addOthers() {
+  addHotKeys();
+  connection_ = WaylandMainConnection::open();
+  if (!connection_) return;
+  kwin_ = KwinScript::open();
+  if (kwin_) {
+    return addWorkspaceAndPoster(std::make_unique<KwinWorkspace>(kwin_, *platform_.applications,
+                                                                 platform_.bundle->identifier()));
+  }
+  auto workspace = WaylandWorkspace::create(connection_, *platform_.applications,
+                                            {platform_.bundle->identifier(), ownWindowClass});
+  if (workspace) return addWorkspaceAndPoster(std::move(workspace));
+  Log::app.error(
+      "This compositor does not tell of its windows (wlr-foreign-toplevel-management): the "
+      "application in front is known only while it is one of XWayland, and only into such is "
+      "anything pasted directly");
+}
+
+void WaylandPlatform::addHotKeys() {
   sway_ = SwayIpc::open();
   if (sway_) {
     platform_.hotKeyCenter = std::make_unique<SwayHotKeys>(sway_);
-  } else {
-    Log::hotKey.error("{}", noHotKeys);
+    return;
   }
-  const auto connection = WaylandMainConnection::open();
-  if (!connection) return;
-  auto workspace = WaylandWorkspace::create(connection, *platform_.applications,
-                                            {platform_.bundle->identifier(), ownWindowClass});
-  if (!workspace) {
-    return Log::app.error(
-        "This compositor does not tell of its windows (wlr-foreign-toplevel-management): the "
-        "application in front is known only while it is one of XWayland, and only into such is "
-        "anything pasted directly");
+  kdeShortcuts_ = KdeShortcuts::open(platform_.bundle->identifier());
+  if (kdeShortcuts_) {
+    platform_.hotKeyCenter = std::make_unique<KdeHotKeys>(kdeShortcuts_);
+    return;
   }
-  addPoster(connection, *workspace);
-  platform_.workspace = std::move(workspace);
+  Log::hotKey.error("{}", noHotKeys);
+}
+
+std::unique_ptr<TypingDevice> WaylandPlatform::typingDevice() const {
+  if (auto keyboard = VirtualKeyboard::create(connection_)) return keyboard;
+  if (!kdeShortcuts_) return nullptr;
+  return KwinTypingDevice::create(connection_, kdeShortcuts_, *platform_.runLoop);
 }
 
 // A keystroke asks its neighbours, all of which outlive it.
-void WaylandPlatform::addPoster(const std::shared_ptr<WaylandMainConnection>& connection,
-                                WaylandWorkspace& workspace) {
+template <typename Followed>
+void WaylandPlatform::addWorkspaceAndPoster(std::unique_ptr<Followed> added) {
+  auto& workspace = *added;
+  platform_.workspace = std::move(added);
+  auto device = typingDevice();
+  if (!device) return Log::app.error("{}", kdeShortcuts_ ? noLeaveToType : noTyping);
   WaylandKeyEventPoster::Surroundings around;
   around.frontmost = [&workspace] { return workspace.frontmostApplication(); };
   around.windowClass = [&workspace](auto window) { return workspace.windowClass(window); };
   around.awaitedWindow = [&workspace] { return workspace.awaitedWindow(); };
   around.offerPrimary = [this] { pasteboard_.offerPrimary(); };
   around.whenPublished = [this](auto done) { pasteboard_.whenPublished(std::move(done)); };
-  auto poster = WaylandKeyEventPoster::create(connection, *platform_.runLoop,
-                                              *platform_.applications, std::move(around));
-  if (!poster) {
-    return Log::app.error(
-        "This compositor lets no program type (virtual-keyboard): clips are only put on the "
-        "clipboard for applications that are not on XWayland");
-  }
+  auto poster = std::make_unique<WaylandKeyEventPoster>(std::move(device), *platform_.runLoop,
+                                                        *platform_.applications, std::move(around));
   workspace.follow([poster = poster.get()] { poster->frontDidChange(); });
   platform_.keyEventPoster = std::move(poster);
-  platform_.accessibilityTrust = std::make_unique<WaylandAccessibilityTrust>(connection);
+  platform_.accessibilityTrust = std::make_unique<WaylandAccessibilityTrust>(connection_);
 }
 
 void WaylandPlatform::addOnTop() {
-  if (!sway_) return;
-  platform_.transientWindows =
-      std::make_unique<SwayTransientWindows>(sway_, std::move(platform_.transientWindows));
+  auto& windows = platform_.transientWindows;
+  if (sway_) windows = std::make_unique<SwayTransientWindows>(sway_, std::move(windows));
+  if (kwin_) windows = std::make_unique<KwinTransientWindows>(std::move(windows));
 }
 
 }  // namespace stowboard

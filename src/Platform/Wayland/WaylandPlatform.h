@@ -5,10 +5,12 @@
 namespace stowboard {
 
 struct Platform;
+class KdeShortcuts;
+class KwinScript;
 class SwayIpc;
+class TypingDevice;
 class WaylandMainConnection;
 class WaylandPasteboard;
-class WaylandWorkspace;
 
 /// Makes the adapters of a Wayland session whose compositor lets programs see its clipboard, and
 /// wires them to each other. The windows stay XWayland's: what belongs to them, and what this
@@ -31,12 +33,19 @@ class WaylandPlatform {
   WaylandPlatform(Platform& platform, WaylandPasteboard& pasteboard)
       : platform_(platform), pasteboard_(pasteboard) {}
 
-  void addPoster(const std::shared_ptr<WaylandMainConnection>& connection,
-                 WaylandWorkspace& workspace);
+  void addHotKeys();
+  /// `Followed` is a workspace that tells what a keystroke needs to know.
+  template <typename Followed>
+  void addWorkspaceAndPoster(std::unique_ptr<Followed> workspace);
+  std::unique_ptr<TypingDevice> typingDevice() const;
 
   Platform& platform_;
   WaylandPasteboard& pasteboard_;
+  /// Absent where the session is not theirs.
   std::shared_ptr<SwayIpc> sway_;
+  std::shared_ptr<KdeShortcuts> kdeShortcuts_;
+  std::shared_ptr<KwinScript> kwin_;
+  std::shared_ptr<WaylandMainConnection> connection_;
 };
 
 }  // namespace stowboard

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "Base/FileDescriptor.h"
+#include "Platform/KeyPositions.h"
 
 namespace stowboard {
 
@@ -40,33 +41,41 @@ std::uint32_t now() {
 
 }  // namespace
 
-bool VirtualKeyboard::isOffered(const WaylandConnection& connection) {
+bool VirtualKeyboard::isAllowed(const WaylandConnection& connection) {
   return connection.seat() && connection.offers(zwp_virtual_keyboard_manager_v1_interface.name);
 }
 
-std::unique_ptr<VirtualKeyboard> VirtualKeyboard::create(WaylandConnection& connection) {
-  if (!isOffered(connection)) return nullptr;
-  const auto file = keymapFile();
-  if (!file.isOpen()) return nullptr;
-  WaylandObject<zwp_virtual_keyboard_manager_v1> manager(
-      connection.bind<zwp_virtual_keyboard_manager_v1>(zwp_virtual_keyboard_manager_v1_interface,
-                                                       1));
-  WaylandObject<zwp_virtual_keyboard_v1> keyboard(
-      zwp_virtual_keyboard_manager_v1_create_virtual_keyboard(manager.get(), connection.seat()));
-  zwp_virtual_keyboard_v1_keymap(keyboard.get(), WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1, file.number(),
-                                 static_cast<std::uint32_t>(keymap.size() + 1));
-  connection.flush();
-  return std::unique_ptr<VirtualKeyboard>(
-      new VirtualKeyboard(connection, std::move(manager), std::move(keyboard)));
+std::unique_ptr<VirtualKeyboard> VirtualKeyboard::create(
+    std::shared_ptr<WaylandMainConnection> connection) {
+  if (!isAllowed(connection->connection())) return nullptr;
+  return std::unique_ptr<VirtualKeyboard>(new VirtualKeyboard(std::move(connection)));
 }
 
-void VirtualKeyboard::type(std::uint8_t key, std::uint32_t modifiers) {
+void VirtualKeyboard::plugIn() {
+  const auto file = keymapFile();
+  if (!file.isOpen()) return;
+  const auto& connection = connection_->connection();
+  manager_.reset(connection.bind<zwp_virtual_keyboard_manager_v1>(
+      zwp_virtual_keyboard_manager_v1_interface, 1));
+  keyboard_.reset(
+      zwp_virtual_keyboard_manager_v1_create_virtual_keyboard(manager_.get(), connection.seat()));
+  zwp_virtual_keyboard_v1_keymap(keyboard_.get(), WL_KEYBOARD_KEYMAP_FORMAT_XKB_V1, file.number(),
+                                 static_cast<std::uint32_t>(keymap.size() + 1));
+}
+
+std::optional<std::uint8_t> VirtualKeyboard::keyOfV() const { return xkbKeyCode(virtualKeyOfV); }
+
+bool VirtualKeyboard::type(std::uint8_t key, std::uint32_t modifiers, std::function<void()> done) {
+  if (!keyboard_) plugIn();
+  if (!keyboard_ || connection_->isBroken()) return false;
   const std::uint32_t kernelCode = key - 8U;
   zwp_virtual_keyboard_v1_modifiers(keyboard_.get(), modifiers, 0, 0, 0);
   zwp_virtual_keyboard_v1_key(keyboard_.get(), now(), kernelCode, WL_KEYBOARD_KEY_STATE_PRESSED);
   zwp_virtual_keyboard_v1_key(keyboard_.get(), now(), kernelCode, WL_KEYBOARD_KEY_STATE_RELEASED);
   zwp_virtual_keyboard_v1_modifiers(keyboard_.get(), 0, 0, 0, 0);
-  connection_.flush();
+  connection_->connection().flush();
+  done();
+  return true;
 }
 
 }  // namespace stowboard

@@ -1,10 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <optional>
 
+#include "Platform/Wayland/Keys/TypingDevice.h"
 #include "Platform/Wayland/Protocols/virtual-keyboard-client.h"
-#include "Platform/Wayland/WaylandConnection.h"
+#include "Platform/Wayland/WaylandMainConnection.h"
 
 namespace stowboard {
 
@@ -23,26 +26,27 @@ struct WaylandDestroy<zwp_virtual_keyboard_v1> {
 
 /// A keyboard of our own beside the user's (zwp_virtual_keyboard_v1), on which every key gives what
 /// it gives on a plain US keyboard, whatever the user's layout. What the user holds is not held on
-/// it. Belongs to the thread of its connection.
-class VirtualKeyboard {
+/// it. It is made for the first stroke and then stays: the compositor would leave its windows
+/// without a keyboard until the user's next key.
+class VirtualKeyboard final : public TypingDevice {
  public:
-  /// Whether the compositor lets programs have one.
-  static bool isOffered(const WaylandConnection& connection);
-  /// Null when it does not.
-  static std::unique_ptr<VirtualKeyboard> create(WaylandConnection& connection);
+  /// Null when the compositor lets no program have one.
+  static std::unique_ptr<VirtualKeyboard> create(std::shared_ptr<WaylandMainConnection> connection);
 
-  /// Presses and releases a key of XKB's number with these modifiers (XKB's, as a mask) held.
-  void type(std::uint8_t key, std::uint32_t modifiers);
+  static bool isAllowed(const WaylandConnection& connection);
+
+  bool type(std::uint8_t key, std::uint32_t modifiers, std::function<void()> done) override;
+  std::optional<std::uint8_t> keyOfV() const override;
 
  private:
-  VirtualKeyboard(WaylandConnection& connection,
-                  WaylandObject<zwp_virtual_keyboard_manager_v1> manager,
-                  WaylandObject<zwp_virtual_keyboard_v1> keyboard)
-      : connection_(connection), manager_(std::move(manager)), keyboard_(std::move(keyboard)) {}
+  explicit VirtualKeyboard(std::shared_ptr<WaylandMainConnection> connection)
+      : connection_(std::move(connection)) {}
 
-  WaylandConnection& connection_;
-  const WaylandObject<zwp_virtual_keyboard_manager_v1> manager_;
-  const WaylandObject<zwp_virtual_keyboard_v1> keyboard_;
+  void plugIn();
+
+  const std::shared_ptr<WaylandMainConnection> connection_;
+  WaylandObject<zwp_virtual_keyboard_manager_v1> manager_;
+  WaylandObject<zwp_virtual_keyboard_v1> keyboard_;
 };
 
 }  // namespace stowboard

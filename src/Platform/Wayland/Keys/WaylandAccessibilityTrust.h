@@ -4,12 +4,13 @@
 #include <utility>
 
 #include "Platform/AccessibilityTrust.h"
+#include "Platform/Wayland/Keys/KwinTypingDevice.h"
 #include "Platform/Wayland/Keys/VirtualKeyboard.h"
 #include "Platform/Wayland/WaylandMainConnection.h"
 
 namespace stowboard {
 
-/// A compositor that offers virtual keyboards asks nobody: there is nothing to be granted, and no
+/// A compositor that lets this program type asks nobody: there is nothing to be granted, and no
 /// page of the settings for it.
 class WaylandAccessibilityTrust final : public AccessibilityTrust {
  public:
@@ -17,7 +18,9 @@ class WaylandAccessibilityTrust final : public AccessibilityTrust {
       : connection_(std::move(connection)) {}
 
   bool isTrusted() const override {
-    return !connection_->isBroken() && VirtualKeyboard::isOffered(connection_->connection());
+    const auto& connection = connection_->connection();
+    return !connection_->isBroken() &&
+           (VirtualKeyboard::isAllowed(connection) || KwinTypingDevice::isAllowed(connection));
   }
   bool canOpenSettings() const override { return false; }
   void openSettings() override {}

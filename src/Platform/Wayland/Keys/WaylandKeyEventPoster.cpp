@@ -22,22 +22,13 @@ bool isPaste(const KeyEvent& event) {
 
 }  // namespace
 
-std::unique_ptr<WaylandKeyEventPoster> WaylandKeyEventPoster::create(
-    std::shared_ptr<WaylandMainConnection> connection, RunLoop& loop,
-    const ApplicationIdentifying& applications, Surroundings surroundings) {
-  if (!VirtualKeyboard::isOffered(connection->connection())) return nullptr;
-  return std::unique_ptr<WaylandKeyEventPoster>(new WaylandKeyEventPoster(
-      std::move(connection), loop, applications, std::move(surroundings)));
-}
-
-WaylandKeyEventPoster::WaylandKeyEventPoster(std::shared_ptr<WaylandMainConnection> connection,
-                                             RunLoop& loop,
+WaylandKeyEventPoster::WaylandKeyEventPoster(std::unique_ptr<TypingDevice> device, RunLoop& loop,
                                              const ApplicationIdentifying& applications,
                                              Surroundings surroundings)
-    : connection_(std::move(connection)),
-      loop_(loop),
+    : loop_(loop),
       applications_(applications),
-      surroundings_(std::move(surroundings)) {}
+      surroundings_(std::move(surroundings)),
+      device_(std::move(device)) {}
 
 std::unique_ptr<KeyEventPoster::Source> WaylandKeyEventPoster::createSource() {
   return std::make_unique<KeyPositionSource>();
@@ -68,19 +59,15 @@ void WaylandKeyEventPoster::pump() {
   if (std::exchange(isPumping_, true)) return;
   while (!entries_.empty()) {
     auto& entry = entries_.front();
-    if (entry.event && !(isTargetReady(entry) && isClipReady(entry))) break;
-    if (entry.event) {
-      type(*entry.event);
-    } else {
-      entry.done();
-    }
+    if (entry.event && !(isTargetReady(entry) && isClipReady(entry) && isTyped(entry))) break;
+    if (entry.done) entry.done();
     entries_.pop_front();
   }
   isPumping_ = false;
 }
 
 bool WaylandKeyEventPoster::isTargetReady(Entry& entry) {
-  if (entry.isAskedFor) return true;
+  if (entry.isAskedFor || entry.isBegun) return true;
   const auto front = surroundings_.frontmost();
   const bool isThere = front && (entry.awaitedWindow != 0 ? front->window == entry.awaitedWindow
                                                           : front->processIdentifier != ::getpid());
@@ -96,7 +83,7 @@ bool WaylandKeyEventPoster::isTargetReady(Entry& entry) {
 
 // The target would be given what was copied or selected before.
 bool WaylandKeyEventPoster::isClipReady(Entry& entry) {
-  if (!isPaste(*entry.event) || entry.isPublished) return true;
+  if (!isPaste(*entry.event) || entry.isPublished || entry.isBegun) return true;
   if (std::exchange(entry.isAskedFor, true)) {
     if (!hasEnded(entry)) return false;
     Log::paste.info("The clipboard was slow to take the clip that is pasted");
@@ -129,28 +116,37 @@ void WaylandKeyEventPoster::pumpAt(Time time) {
 
 PasteChord WaylandKeyEventPoster::targetsChord() const {
   const auto front = surroundings_.frontmost();
-  if (!front) return PasteChord::controlV;
+  if (!front) return pasteChord({}, false, device_->keyOfV().has_value());
   const bool isTerminal =
       front->bundleIdentifier && applications_.isTerminal(*front->bundleIdentifier);
-  return pasteChord(surroundings_.windowClass(front->window), isTerminal, true);
+  return pasteChord(surroundings_.windowClass(front->window), isTerminal,
+                    device_->keyOfV().has_value());
 }
 
-void WaylandKeyEventPoster::type(const KeyEvent& event) {
-  if (!keyboard_) keyboard_ = VirtualKeyboard::create(connection_->connection());
+bool WaylandKeyEventPoster::isTyped(Entry& entry) {
+  if (std::exchange(entry.isBegun, true)) return entry.isTyped;
+  const bool isTaken = type(*entry.event, [this, &entry] {
+    entry.isTyped = true;
+    pump();
+  });
+  if (!isTaken) Log::paste.error("The keystroke was not sent: the compositor takes none");
+  return entry.isTyped || !isTaken;
+}
+
+bool WaylandKeyEventPoster::type(const KeyEvent& event, std::function<void()> done) {
   const auto key = xkbKeyCode(event.keyCode);
-  if (!keyboard_ || !key || connection_->isBroken()) {
-    return Log::paste.error("The keystroke was not sent: the compositor takes none");
-  }
+  if (!key) return false;
   const bool isCommand = (event.flags & KeyEventFlags::command) != 0;
-  if (!isPaste(event)) return keyboard_->type(*key, isCommand ? control : 0);
+  if (!isPaste(event)) return device_->type(*key, isCommand ? control : 0, std::move(done));
   switch (targetsChord()) {
     case PasteChord::controlV:
-      return keyboard_->type(*key, control);
+      return device_->type(*device_->keyOfV(), control, std::move(done));
     case PasteChord::controlShiftV:
-      return keyboard_->type(*key, control | shift);
+      return device_->type(*device_->keyOfV(), control | shift, std::move(done));
     case PasteChord::shiftInsert:
-      return keyboard_->type(insertKey, shift);
+      return device_->type(insertKey, shift, std::move(done));
   }
+  return false;
 }
 
 }  // namespace stowboard

@@ -12,14 +12,12 @@
 #include "Platform/KeyEventPoster.h"
 #include "Platform/PasteChord.h"
 #include "Platform/RunLoop.h"
-#include "Platform/Wayland/Keys/VirtualKeyboard.h"
-#include "Platform/Wayland/WaylandMainConnection.h"
+#include "Platform/Wayland/Keys/TypingDevice.h"
 #include "Platform/Workspace.h"
 
 namespace stowboard {
 
-/// Types on a virtual keyboard of its own, which is made for the first stroke and then stays: the
-/// compositor would leave its windows without a keyboard until the user's next key.
+/// Types on what the compositor lets this program type on.
 ///
 /// A key-down is sent as a whole stroke, and its key-up adds nothing. Command with V becomes the
 /// chord that the application in front pastes on (PasteChord.h); Command with another key is
@@ -48,11 +46,9 @@ class WaylandKeyEventPoster final : public KeyEventPoster {
     };
   };
 
-  /// Null when the compositor lets no program have a keyboard. `loop` and `applications` must
-  /// outlive the poster.
-  static std::unique_ptr<WaylandKeyEventPoster> create(
-      std::shared_ptr<WaylandMainConnection> connection, RunLoop& loop,
-      const ApplicationIdentifying& applications, Surroundings surroundings);
+  /// `loop` and `applications` must outlive the poster.
+  WaylandKeyEventPoster(std::unique_ptr<TypingDevice> device, RunLoop& loop,
+                        const ApplicationIdentifying& applications, Surroundings surroundings);
 
   std::unique_ptr<KeyEventPoster::Source> createSource() override;
   void post(const KeyEvent& event) override;
@@ -74,10 +70,10 @@ class WaylandKeyEventPoster final : public KeyEventPoster {
     // A paste waits for its clip next.
     bool isAskedFor = false;
     bool isPublished = false;
+    // It is being typed, or has been.
+    bool isBegun = false;
+    bool isTyped = false;
   };
-
-  WaylandKeyEventPoster(std::shared_ptr<WaylandMainConnection> connection, RunLoop& loop,
-                        const ApplicationIdentifying& applications, Surroundings surroundings);
 
   void pump();
   /// Whether the front is as the first entry waits for it, or has been waited for long enough.
@@ -86,20 +82,21 @@ class WaylandKeyEventPoster final : public KeyEventPoster {
   bool hasEnded(const Entry& entry) const { return loop_.now() >= *entry.end; }
   void didPublish(std::uint64_t paste);
   void pumpAt(Time time);
-  void type(const KeyEvent& event);
+  bool isTyped(Entry& entry);
+  bool type(const KeyEvent& event, std::function<void()> done);
   PasteChord targetsChord() const;
 
-  const std::shared_ptr<WaylandMainConnection> connection_;
   RunLoop& loop_;
   const ApplicationIdentifying& applications_;
   const Surroundings surroundings_;
-  std::unique_ptr<VirtualKeyboard> keyboard_;
   std::deque<Entry> entries_;
   bool isPumping_ = false;
   // Counts the pastes whose clip was asked for.
   std::uint64_t asked_ = 0;
   const std::shared_ptr<WaylandKeyEventPoster*> self_ =
       std::make_shared<WaylandKeyEventPoster*>(this);
+  // The first to go, since it calls back.
+  const std::unique_ptr<TypingDevice> device_;
 };
 
 }  // namespace stowboard

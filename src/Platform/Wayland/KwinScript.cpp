@@ -1,0 +1,209 @@
+#include "Platform/Wayland/KwinScript.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <systemd/sd-bus.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "Base/FileDescriptor.h"
+#include "Base/Files/PrivateFiles.h"
+#include "Base/Log.h"
+#include "Platform/Desktop/BusNotifier.h"
+
+namespace stowboard {
+
+namespace {
+
+constexpr const char* kwin = "org.kde.KWin";
+constexpr const char* scriptName = "com.qarvin.stowboard";
+constexpr const char* ownPath = "/com/qarvin/stowboard/KWin";
+constexpr const char* ownInterface = "com.qarvin.stowboard.KWin";
+
+// KWin's names for windows changed with its version 6. Of our own windows those that stay out of
+// the task bar are transient. One is put as on X11: its upper edge's middle is at the pointer, and
+// all of it on that screen.
+constexpr std::string_view scriptText = R"js(
+const own = {{ service: "{0}", path: "{1}", interface: "{2}", process: {3} }};
+const activated = workspace.windowActivated || workspace.clientActivated;
+const added = workspace.windowAdded || workspace.clientAdded;
+const removed = workspace.windowRemoved || workspace.clientRemoved;
+
+function text(value) {{
+    return value === undefined || value === null ? "" : String(value);
+}}
+
+function tellFront(window) {{
+    if (window) {{
+        callDBus(own.service, own.path, own.interface, "DidActivate", text(window.internalId),
+                 text(window.desktopFileName), text(window.resourceClass), text(window.pid));
+    }} else {{
+        callDBus(own.service, own.path, own.interface, "DidActivate", "", "", "", "0");
+    }}
+}}
+
+function place(window) {{
+    if (window.pid !== own.process || !window.skipTaskbar || window.popupWindow) return;
+    const pointer = workspace.cursorPos;
+    const frame = window.frameGeometry;
+    const screen = workspace.screenAt ? workspace.screenAt(pointer) : workspace.activeScreen;
+    const area = workspace.clientArea(KWin.MaximizeArea, screen, workspace.currentDesktop);
+    const within = (wanted, start, length, size) =>
+        Math.max(start, Math.min(wanted, start + length - size));
+    window.frameGeometry = {{
+        x: within(pointer.x - Math.round(frame.width / 2), area.x, area.width, frame.width),
+        y: within(pointer.y, area.y, area.height, frame.height),
+        width: frame.width, height: frame.height }};
+}}
+
+activated.connect(tellFront);
+added.connect(place);
+removed.connect(window => callDBus(own.service, own.path, own.interface, "DidClose",
+                                   text(window.internalId)));
+tellFront(workspace.activeWindow || workspace.activeClient);
+)js";
+
+// In the session's own folder, which is no disk.
+std::filesystem::path scriptFile() {
+  const char* const folder = std::getenv("XDG_RUNTIME_DIR");
+  if (!folder || *folder != '/') return {};
+  return std::filesystem::path(folder) / fmt::format("stowboard-kwin-{}.js", ::getpid());
+}
+
+bool writePrivately(const std::filesystem::path& path, std::string_view text) {
+  removeFile(path);
+  const FileDescriptor file(
+      ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, privateFileMode));
+  return file.isOpen() &&
+         ::write(file.number(), text.data(), text.size()) == static_cast<ssize_t>(text.size());
+}
+
+}  // namespace
+
+/// The session bus, by which KWin is asked and the script tells.
+class KwinScript::Bus {
+ public:
+  explicit Bus(sd_bus* bus) : bus_(bus), notifier_(bus) {}
+  ~Bus() {
+    call("org.kde.kwin.Scripting", "/Scripting", "unloadScript", scriptName);
+    notifier_.process();
+    sd_bus_close_unref(bus_);
+    removeFile(file_);
+  }
+  Bus(const Bus&) = delete;
+  Bus& operator=(const Bus&) = delete;
+
+  /// Whether KWin is there.
+  bool findKwin() {
+    sd_bus_creds* owner = nullptr;
+    const char* name = "";
+    if (sd_bus_get_name_creds(bus_, kwin, SD_BUS_CREDS_UNIQUE_NAME, &owner) < 0) return false;
+    sd_bus_creds_get_unique_name(owner, &name);
+    kwinsName_ = name;
+    sd_bus_creds_unref(owner);
+    return true;
+  }
+
+  bool startScript(KwinScript& owner) {
+    const char* ownName = "";
+    sd_bus_get_unique_name(bus_, &ownName);
+    file_ = scriptFile();
+    const auto text = fmt::format(scriptText, ownName, ownPath, ownInterface, ::getpid());
+    if (file_.empty() || !writePrivately(file_, text)) return false;
+    owner_ = &owner;
+    sd_bus_add_object(bus_, nullptr, ownPath, onCall, this);
+    // One may be there of a program that was killed.
+    call("org.kde.kwin.Scripting", "/Scripting", "unloadScript", scriptName);
+    sd_bus_call_method_async(bus_, nullptr, kwin, "/Scripting", "org.kde.kwin.Scripting",
+                             "loadScript", onLoaded, this, "ss", file_.c_str(), scriptName);
+    notifier_.process();
+    return true;
+  }
+
+  /// Nobody waits for the outcome.
+  void call(const char* interface, const char* path, const char* method, const char* argument) {
+    sd_bus_message* message = nullptr;
+    sd_bus_message_new_method_call(bus_, &message, kwin, path, interface, method);
+    if (argument) sd_bus_message_append(message, "s", argument);
+    send(message);
+  }
+  void activate(const std::string& id) {
+    sd_bus_message* message = nullptr;
+    sd_bus_message_new_method_call(bus_, &message, kwin, "/WindowsRunner", "org.kde.krunner1",
+                                   "Run");
+    // The first of what can be done with a window that was found.
+    sd_bus_message_append(message, "ss", ("0_" + id).c_str(), "");
+    send(message);
+  }
+
+ private:
+  void send(sd_bus_message* message) {
+    sd_bus_message_set_expect_reply(message, 0);
+    sd_bus_send(bus_, message, nullptr);
+    sd_bus_message_unref(message);
+    notifier_.processSoon();
+  }
+
+  static int onLoaded(sd_bus_message* answer, void* data, sd_bus_error* /*error*/) {
+    if (sd_bus_message_is_method_error(answer, nullptr) > 0) {
+      Log::app.error("KWin takes no scripts: the application in front is not known");
+      return 0;
+    }
+    static_cast<Bus*>(data)->call("org.kde.kwin.Scripting", "/Scripting", "start", nullptr);
+    return 0;
+  }
+
+  static int onCall(sd_bus_message* message, void* data, sd_bus_error* /*error*/) {
+    auto* const self = static_cast<Bus*>(data);
+    const char* const sender = sd_bus_message_get_sender(message);
+    if (!sender || self->kwinsName_ != sender) return 0;
+    if (sd_bus_message_is_method_call(message, ownInterface, "DidActivate") > 0) {
+      self->takeFront(message);
+    } else if (sd_bus_message_is_method_call(message, ownInterface, "DidClose") > 0) {
+      const char* id = "";
+      sd_bus_message_read(message, "s", &id);
+      // A copy, because the callee may replace it.
+      if (const auto callback = self->owner_->onDidClose) callback(id);
+    } else {
+      return 0;
+    }
+    return sd_bus_reply_method_return(message, "");
+  }
+
+  void takeFront(sd_bus_message* message) {
+    const char* id = "";
+    const char* desktopFile = "";
+    const char* windowClass = "";
+    const char* process = "";
+    if (sd_bus_message_read(message, "ssss", &id, &desktopFile, &windowClass, &process) < 0) return;
+    owner_->front_.reset();
+    if (*id) owner_->front_ = Window{id, desktopFile, windowClass, std::atoll(process)};
+    if (const auto callback = owner_->onFrontDidChange) callback();
+  }
+
+  sd_bus* const bus_;
+  BusNotifier notifier_;
+  std::string kwinsName_;
+  std::filesystem::path file_;
+  KwinScript* owner_ = nullptr;
+};
+
+std::shared_ptr<KwinScript> KwinScript::open() {
+  sd_bus* found = nullptr;
+  if (sd_bus_open_user(&found) < 0) return nullptr;
+  auto bus = std::make_unique<Bus>(found);
+  if (!bus->findKwin()) return nullptr;
+  std::shared_ptr<KwinScript> script(new KwinScript(std::move(bus)));
+  return script->bus_->startScript(*script) ? script : nullptr;
+}
+
+KwinScript::KwinScript(std::unique_ptr<Bus> bus) : bus_(std::move(bus)) {}
+KwinScript::~KwinScript() = default;
+
+void KwinScript::activate(const std::string& id) { bus_->activate(id); }
+
+}  // namespace stowboard

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "Platform/ApplicationIdentifying.h"
+#include "Platform/Wayland/KwinScript.h"
+#include "Platform/Workspace.h"
+
+namespace stowboard {
+
+/// The applications of a session of KWin's, those on XWayland included. Windows are numbered as
+/// they come to the front, from 1; one that never was there is not known.
+class KwinWorkspace final : public Workspace {
+ public:
+  /// `applications` must outlive the workspace; `ownIdentifier` is ours as an application (see
+  /// Bundle).
+  KwinWorkspace(std::shared_ptr<KwinScript> script, const ApplicationIdentifying& applications,
+                std::string ownIdentifier);
+  ~KwinWorkspace() override;
+
+  std::optional<RunningApplication> frontmostApplication() const override;
+  bool isTerminated(const RunningApplication& application) const override;
+  /// For our own application, the window of ours that was in front last.
+  bool activate(const RunningApplication& application) override;
+
+  /// The window that activate() was asked for, until it is in front, for a second at most; 0 when
+  /// there is none.
+  std::uint64_t awaitedWindow() const;
+  /// The window's class, or for want of one its application's id.
+  std::string windowClass(std::uint64_t window) const;
+  /// Calls it each time that another window has come to the front, before onDidActivate.
+  void follow(std::function<void()> frontDidChange) { frontDidChange_ = std::move(frontDidChange); }
+
+ private:
+  void frontDidChange();
+  std::uint64_t numberOf(const std::string& id) const;
+  RunningApplication applicationOf(std::uint64_t number, const KwinScript::Window& window) const;
+
+  const std::shared_ptr<KwinScript> script_;
+  const ApplicationIdentifying& applications_;
+  const std::string ownIdentifier_;
+  std::map<std::uint64_t, KwinScript::Window> windows_;
+  std::uint64_t last_ = 0;
+  std::uint64_t ownWindow_ = 0;
+  std::function<void()> frontDidChange_ = [] {};
+  std::optional<RunningApplication> lastReported_;
+  std::uint64_t awaitedWindow_ = 0;
+  std::chrono::steady_clock::time_point awaitedSince_{};
+};
+
+}  // namespace stowboard

@@ -1,0 +1,193 @@
+"""A private desktop of the compositor KWin, without a graphics card or a seat."""
+
+import os
+import pathlib
+import pwd
+import re
+import shutil
+import struct
+import sys
+
+import gi
+from desktop import wait_until
+from sway import SwayDesktop
+from wayland_input import WaylandConnection, WaylandKeys
+
+gi.require_version("Gio", "2.0")
+from gi.repository import Gio, GLib  # noqa: E402
+
+# Tells who is in front.
+SCRIPT = """
+const activated = workspace.windowActivated || workspace.clientActivated;
+const tell = window => callDBus("%s", "/", "com.qarvin.stowboard.test", "Front",
+                                window ? String(window.internalId) : "");
+activated.connect(tell);
+tell(workspace.activeWindow || workspace.activeClient);
+"""
+ALLOWED = """[Desktop Entry]
+Type=Application
+Name={name}
+Exec={program}
+X-KDE-Wayland-Interfaces=org_kde_kwin_fake_input
+"""
+
+
+def become_ordinary():
+    """KWin refuses to run as root, and shares files with programs of its own user only."""
+    if os.geteuid() == 0:
+        nobody = pwd.getpwnam("nobody")
+        os.setgroups([])
+        os.setgid(nobody.pw_gid)
+        os.setuid(nobody.pw_uid)
+        # Anew, since nobody may look at a process that was root's.
+        os.execv(sys.executable, [sys.executable, *sys.argv])
+
+
+class KwinInput(WaylandKeys):
+    """A keyboard and a pointer played by a program (org_kde_kwin_fake_input)."""
+
+    def __init__(self, display):
+        super().__init__()
+        self._connection = connection = WaylandConnection(display)
+        self._input = connection.bind("org_kde_kwin_fake_input", 4)
+        name = struct.pack("=I4s", 2, b"t")
+        connection.send(self._input, 0, name + name)
+
+    def close(self):
+        self._connection.close()
+
+    def key(self, code, is_down):
+        self._connection.send(self._input, 10, struct.pack("=II", code, is_down))
+        self._connection.drain()
+
+    def point(self, x, y):
+        self._connection.send(self._input, 9, struct.pack("=ii", x << 8, y << 8))
+
+    def click(self, button):
+        if button > 3:
+            length = (15 if button == 5 else -15) << 8
+            return self._connection.send(self._input, 3, struct.pack("=Ii", 0, length))
+        for is_down in (1, 0):
+            code = {1: 0x110, 2: 0x112, 3: 0x111}[button]
+            self._connection.send(self._input, 2, struct.pack("=II", code, is_down))
+
+
+class KwinDesktop(SwayDesktop):
+    """Wayland programs run on KWin, X11 ones on its XWayland; see PrivateDesktop. Only for ordinary
+    users."""
+
+    def _start_display(self):
+        """The compositor needs the bus."""
+
+    def _start_window_manager(self):
+        python = pathlib.Path("/usr/bin/python3").resolve()
+        # In place of the system's own file for it, where there is one.
+        self._allow(python.name, python)
+        self._allow("com.qarvin.stowboard", os.environ.get("STOWBOARD_PROGRAM", ""))
+        # What KWin knows of programs by; it would be made beside its start.
+        for indexer in ("kbuildsycoca6", "kbuildsycoca5"):
+            if shutil.which(indexer):
+                self.output(indexer)
+        # Without the file's capabilities, which not every system may give.
+        kwin = self.directory / "kwin_wayland"
+        shutil.copyfile("/usr/bin/kwin_wayland", kwin)
+        kwin.chmod(0o700)
+        started = self.directory / "display"
+        teller = self.directory / "tell"
+        teller.write_text(f'#!/bin/sh\nxhost +local:\necho $DISPLAY > {started}.new\n'
+                          f'mv {started}.new {started}\nexec sleep infinity\n')
+        teller.chmod(0o700)
+        self._server = self.start(
+            [kwin, "--virtual", "--xwayland", "--width", self.width, "--height", self.height,
+             "--socket", "wayland-kwin", "--exit-with-session", teller], {"KWIN_COMPOSE": "Q"})
+        wait_until(lambda: started.exists() or self._server.poll() is not None, "KWin runs", 20)
+        if self._server.poll() is not None:
+            raise RuntimeError(f"KWin ended with status {self._server.returncode}")
+        self.environment.update(
+            DISPLAY=started.read_text().strip(), WAYLAND_DISPLAY="wayland-kwin",
+            XDG_SESSION_TYPE="wayland", XDG_CURRENT_DESKTOP="KDE")
+        self._follow_front()
+
+    def _allow(self, name, program):
+        folder = pathlib.Path(self.environment["XDG_DATA_HOME"]) / "applications"
+        folder.mkdir(parents=True, exist_ok=True)
+        (folder / f"{name}.desktop").write_text(ALLOWED.format(name=name, program=program))
+
+    def _follow_front(self):
+        self._front = None
+        self._bus = Gio.DBusConnection.new_for_address_sync(
+            self.environment["DBUS_SESSION_BUS_ADDRESS"],
+            Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT |
+            Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION, None, None)
+        self._bus.add_filter(self._take)
+        script = self.directory / "front.js"
+        script.write_text(SCRIPT % self._bus.get_unique_name())
+        self._ask("/Scripting", "org.kde.kwin.Scripting", "loadScript", "(ss)", str(script), "test")
+        self._ask("/Scripting", "org.kde.kwin.Scripting", "start")
+        wait_until(lambda: self._front is not None, "KWin tells who is in front")
+
+    def _open(self):
+        super(SwayDesktop, self)._open()
+        socket = pathlib.Path(self.environment["XDG_RUNTIME_DIR"]) / "wayland-kwin"
+        self._input = KwinInput(str(socket))
+        self.point(self.width // 2, self.height // 2)
+
+    def set_layout(self, name):
+        raise NotImplementedError("KWin reads the layout from its configuration")
+
+    # Windows and the screen
+
+    def window(self, title_or_class, seconds=20.0):
+        def visible():
+            found = self.windows(title_or_class) or self.windows(title_or_class, by="class")
+            return found[0] if found else None
+        window = wait_until(visible, f"a window {title_or_class!r}", seconds)
+        self._ask("/WindowsRunner", "org.kde.krunner1", "Run", "(ss)", f"0_{window}", "")
+        wait_until(lambda: self.active_window() == window, f"{title_or_class!r} is active")
+        return window
+
+    def windows(self, pattern, by="name"):
+        matches = re.compile(pattern, re.IGNORECASE).search
+        what = {"name": "caption", "class": "resourceClass"}[by]
+        found = self._ask("/WindowsRunner", "org.kde.krunner1", "Match", "(s)", "window")[0]
+        windows = [match[0].partition("_")[2] for match in found]
+        return [each for each in windows if matches(self._information(each).get(what, ""))]
+
+    def active_window(self):
+        return self._front or ""
+
+    def title(self, window):
+        return self._information(window).get("caption", "") if window else ""
+
+    def rect(self, window):
+        place = self._information(window)
+        return tuple(round(place[name]) for name in ("x", "y", "width", "height"))
+
+    def stop_display(self):
+        self._server.terminate()
+        self._server.wait(20)
+
+    def copy(self, content, kind=None):
+        # It would look into its input, for which other programs are needed.
+        super().copy(content if kind else content.encode(), kind or "text/plain;charset=utf-8")
+
+    # Helpers of its own
+
+    def _information(self, window):
+        try:
+            return self._ask("/KWin", "org.kde.KWin", "getWindowInfo", "(s)", window)[0]
+        except GLib.Error:
+            return {}
+
+    def _ask(self, path, interface, method, kind="()", *arguments):
+        answer = self._bus.call_sync("org.kde.KWin", path, interface, method,
+                                     GLib.Variant(kind, arguments), None, 0, 10_000, None)
+        return answer.unpack()
+
+    def _take(self, bus, message, is_incoming):
+        """On a thread of the bus."""
+        if not is_incoming or message.get_interface() != "com.qarvin.stowboard.test":
+            return message
+        self._front = message.get_body().unpack()[0]
+        bus.send_message(Gio.DBusMessage.new_method_reply(message), 0)
+        return None
