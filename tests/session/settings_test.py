@@ -7,7 +7,7 @@ import unittest
 
 from Xlib import X, display
 
-from case import ON_SWAY, PROGRAM, SessionCase, main, wait_until
+from case import ON_WAYLAND, PROGRAM, SessionCase, main, wait_until
 from accessibility import Accessibility
 
 TITLE = "Stowboard Settings"
@@ -138,7 +138,7 @@ class Settings(SessionCase):
         scale(3, 96)
         wait_until(lambda: size() == usual, "and back")
 
-    @unittest.skipIf(ON_SWAY, "whose hot keys need no keyboard that a list has")
+    @unittest.skipIf(ON_WAYLAND, "whose hot keys need no keyboard that a list has")
     def test_an_open_list_leaves_the_hot_key_alone(self):
         def windows():
             return self.desktop.windows("^stowboard$", by="classname")
@@ -154,7 +154,7 @@ class Settings(SessionCase):
         self.desktop.release("Super_L")
         self.stowboard.wait_for_panel()
 
-    @unittest.skipIf(ON_SWAY, "which places windows itself")
+    @unittest.skipIf(ON_WAYLAND, "which places windows itself")
     def test_one_window_that_keeps_its_place(self):
         def window():
             return wait_until(lambda: self.desktop.windows(TITLE), "the window is on screen")[0]

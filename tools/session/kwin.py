@@ -16,13 +16,16 @@ from wayland_input import WaylandConnection, WaylandKeys
 gi.require_version("Gio", "2.0")
 from gi.repository import Gio, GLib  # noqa: E402
 
-# Tells who is in front.
+# Tells which windows there are, and who is in front.
 SCRIPT = """
-const activated = workspace.windowActivated || workspace.clientActivated;
-const tell = window => callDBus("%s", "/", "com.qarvin.stowboard.test", "Front",
-                                window ? String(window.internalId) : "");
-activated.connect(tell);
-tell(workspace.activeWindow || workspace.activeClient);
+const tell = what => window => callDBus("%s", "/", "com.qarvin.stowboard.test", what,
+                                        window ? String(window.internalId) : "");
+const all = workspace.windowList || workspace.clientList;
+(workspace.windowAdded || workspace.clientAdded).connect(tell("Added"));
+(workspace.windowRemoved || workspace.clientRemoved).connect(tell("Removed"));
+(workspace.windowActivated || workspace.clientActivated).connect(tell("Front"));
+all.call(workspace).forEach(tell("Added"));
+tell("Front")(workspace.activeWindow || workspace.activeClient);
 """
 ALLOWED = """[Desktop Entry]
 Type=Application
@@ -76,6 +79,8 @@ class KwinDesktop(SwayDesktop):
     """Wayland programs run on KWin, X11 ones on its XWayland; see PrivateDesktop. Only for ordinary
     users."""
 
+    TERMINALS = ()  # foot does not come up on a KWin that draws without OpenGL
+
     def _start_display(self):
         """The compositor needs the bus."""
 
@@ -115,6 +120,7 @@ class KwinDesktop(SwayDesktop):
 
     def _follow_front(self):
         self._front = None
+        self._windows = []
         self._bus = Gio.DBusConnection.new_for_address_sync(
             self.environment["DBUS_SESSION_BUS_ADDRESS"],
             Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT |
@@ -133,7 +139,10 @@ class KwinDesktop(SwayDesktop):
         self.point(self.width // 2, self.height // 2)
 
     def set_layout(self, name):
-        raise NotImplementedError("KWin reads the layout from its configuration")
+        (pathlib.Path(self.environment["XDG_CONFIG_HOME"]) / "kxkbrc").write_text(
+            f"[Layout]\nUse=true\nLayoutList={name}\n")
+        self._bus.emit_signal(None, "/Layouts", "org.kde.keyboard", "reloadConfig", None)
+        self._ask("/KWin", "org.kde.KWin", "supportInformation")  # comes after it
 
     # Windows and the screen
 
@@ -149,9 +158,8 @@ class KwinDesktop(SwayDesktop):
     def windows(self, pattern, by="name"):
         matches = re.compile(pattern, re.IGNORECASE).search
         what = {"name": "caption", "class": "resourceClass"}[by]
-        found = self._ask("/WindowsRunner", "org.kde.krunner1", "Match", "(s)", "window")[0]
-        windows = [match[0].partition("_")[2] for match in found]
-        return [each for each in windows if matches(self._information(each).get(what, ""))]
+        return [each for each in list(self._windows)
+                if matches(self._information(each).get(what, ""))]
 
     def active_window(self):
         return self._front or ""
@@ -163,6 +171,24 @@ class KwinDesktop(SwayDesktop):
         place = self._information(window)
         return tuple(round(place[name]) for name in ("x", "y", "width", "height"))
 
+    def traits(self, window):
+        return "_NET_WM_WINDOW_TYPE_UTILITY" if self._information(window).get("type") == 8 else ""
+
+    def go_to_workspace(self, number):
+        if number > 0:
+            self._ask("/VirtualDesktopManager", "org.kde.KWin.VirtualDesktopManager",
+                      "createDesktop", "(us)", number, str(number))
+        self._ask("/KWin", "org.kde.KWin", "setCurrentDesktop", "(i)", number + 1)
+
+    def take_hot_key(self, keycode, *modifiers):
+        """Another program's shortcut."""
+        bits = {"Shift": 0x02000000, "Control": 0x04000000, "Mod1": 0x08000000, "Mod4": 0x10000000}
+        key = ord({10: "1", 55: "V"}[keycode]) + sum(bits[each] for each in modifiers)
+        self._other_shortcut([([key, 0, 0, 0],)])
+
+    def give_hot_key_back(self):
+        self._other_shortcut([])
+
     def stop_display(self):
         self._server.terminate()
         self._server.wait(20)
@@ -171,7 +197,18 @@ class KwinDesktop(SwayDesktop):
         # It would look into its input, for which other programs are needed.
         super().copy(content if kind else content.encode(), kind or "text/plain;charset=utf-8")
 
+    def owner_command(self, path):
+        return ["sh", "-c", 'exec wl-copy -t "text/plain;charset=utf-8" --foreground < "$0"', path]
+
     # Helpers of its own
+
+    def _other_shortcut(self, keys):
+        action = ["other", "other", "Other Program", "Something"]
+        for method, kind, arguments in (("doRegister", "(as)", ()),
+                                        ("setShortcutKeys", "(asa(ai)u)", (keys, 6))):
+            self._bus.call_sync("org.kde.kglobalaccel", "/kglobalaccel", "org.kde.KGlobalAccel",
+                                method, GLib.Variant(kind, (action, *arguments)), None, 0, 10_000,
+                                None)
 
     def _information(self, window):
         try:
@@ -188,6 +225,13 @@ class KwinDesktop(SwayDesktop):
         """On a thread of the bus."""
         if not is_incoming or message.get_interface() != "com.qarvin.stowboard.test":
             return message
-        self._front = message.get_body().unpack()[0]
+        window = message.get_body().unpack()[0]
+        match message.get_member():
+            case "Front":
+                self._front = window
+            case "Added":
+                self._windows.append(window)
+            case "Removed":
+                self._windows.remove(window)
         bus.send_message(Gio.DBusMessage.new_method_reply(message), 0)
         return None

@@ -35,7 +35,7 @@ constexpr std::int64_t longestRepeat = 1500;
 
 struct QtModifier {
   std::uint32_t mask;
-  KdeShortcuts::Keys bit;
+  KdeShortcuts::Key bit;
 };
 constexpr std::array qtModifiers = std::to_array<QtModifier>({{ModifierMask::shift, 0x02000000},
                                                               {ModifierMask::control, 0x04000000},
@@ -43,15 +43,19 @@ constexpr std::array qtModifiers = std::to_array<QtModifier>({{ModifierMask::shi
                                                               {ModifierMask::command, 0x10000000}});
 
 // The toolkit's numbers of keys (Qt::Key): a symbol's own, or one of these.
-constexpr std::array<std::pair<std::string_view, KdeShortcuts::Keys>, 5> namedKeys{
+constexpr std::array<std::pair<std::string_view, KdeShortcuts::Key>, 5> namedKeys{
     {{"Space", 0x20},
      {"Return", 0x01000004},
      {"Enter", 0x01000005},
      {"Delete", 0x01000003},
      {"Escape", 0x01000000}}};
-constexpr KdeShortcuts::Keys keyF1 = 0x01000030;
+// What Shift gives on a US keyboard with keys other than letters.
+constexpr std::string_view unshifted = "1234567890`";
+constexpr std::string_view shifted = "!@#$%^&*()~";
+constexpr KdeShortcuts::Key keyShift = 0x02000000;
+constexpr KdeShortcuts::Key keyF1 = 0x01000030;
 
-std::optional<KdeShortcuts::Keys> qtKey(std::string_view name) {
+std::optional<KdeShortcuts::Key> qtKey(std::string_view name) {
   if (name.size() == 1) return name.front();
   for (const auto& [known, key] : namedKeys) {
     if (name == known) return key;
@@ -71,24 +75,28 @@ void append(sd_bus_message* message, const std::vector<std::string>& texts) {
 }
 
 // A sequence has four keys, of which all but the first are none.
-void appendSequence(sd_bus_message* message, KdeShortcuts::Keys keys) {
-  const std::array<std::int32_t, 4> sequence{keys, 0, 0, 0};
+void appendSequence(sd_bus_message* message, KdeShortcuts::Key key) {
+  const std::array<std::int32_t, 4> sequence{key, 0, 0, 0};
   sd_bus_message_open_container(message, SD_BUS_TYPE_STRUCT, "ai");
   sd_bus_message_append_array(message, SD_BUS_TYPE_INT32, sequence.data(), sizeof(sequence));
   sd_bus_message_close_container(message);
 }
 
-// The first key of the first sequence.
+// The first key of each sequence; those that are none aside.
 KdeShortcuts::Keys readKeys(sd_bus_message* message) {
-  const void* sequence = nullptr;
-  std::size_t size = 0;
-  if (sd_bus_message_enter_container(message, SD_BUS_TYPE_ARRAY, "(ai)") <= 0 ||
-      sd_bus_message_enter_container(message, SD_BUS_TYPE_STRUCT, "ai") <= 0 ||
-      sd_bus_message_read_array(message, SD_BUS_TYPE_INT32, &sequence, &size) < 0 ||
-      size < sizeof(std::int32_t)) {
-    return 0;
+  KdeShortcuts::Keys keys;
+  sd_bus_message_enter_container(message, SD_BUS_TYPE_ARRAY, "(ai)");
+  while (sd_bus_message_enter_container(message, SD_BUS_TYPE_STRUCT, "ai") > 0) {
+    const void* sequence = nullptr;
+    std::size_t size = 0;
+    sd_bus_message_read_array(message, SD_BUS_TYPE_INT32, &sequence, &size);
+    const auto key = size < sizeof(KdeShortcuts::Key)
+                         ? KdeShortcuts::Key{}
+                         : *static_cast<const KdeShortcuts::Key*>(sequence);
+    if (key != 0) keys.push_back(key);
+    sd_bus_message_exit_container(message);
   }
-  return *static_cast<const std::int32_t*>(sequence);
+  return keys;
 }
 
 std::int64_t now() {
@@ -129,10 +137,10 @@ class KdeShortcuts::Bus {
     if (!id.empty()) append(made, id);
     return {made, sd_bus_message_unref};
   }
-  Message setting(const std::vector<std::string>& id, Keys keys, std::uint32_t flags) const {
+  Message setting(const std::vector<std::string>& id, const Keys& keys, std::uint32_t flags) const {
     auto made = message("setShortcutKeys", id);
     sd_bus_message_open_container(made.get(), SD_BUS_TYPE_ARRAY, "(ai)");
-    appendSequence(made.get(), keys);
+    for (const auto key : keys) appendSequence(made.get(), key);
     sd_bus_message_close_container(made.get());
     sd_bus_message_append_basic(made.get(), SD_BUS_TYPE_UINT32, &flags);
     return made;
@@ -185,13 +193,18 @@ KdeShortcuts::KdeShortcuts(std::string applicationId, std::unique_ptr<Bus> bus)
 
 KdeShortcuts::~KdeShortcuts() = default;
 
-std::optional<KdeShortcuts::Keys> KdeShortcuts::keysOf(const HotKeyConfig& config) {
+KdeShortcuts::Keys KdeShortcuts::keysOf(const HotKeyConfig& config) {
   const auto name = HotKeyConfig::symbolName(config.keyCode);
   const auto key = name ? qtKey(*name) : std::nullopt;
-  if (!key) return std::nullopt;
-  Keys keys = *key;
+  if (!key) return {};
+  Key modifiers = 0;
   for (const auto& each : qtModifiers) {
-    if ((config.modifiers & each.mask) != 0) keys |= each.bit;
+    if ((config.modifiers & each.mask) != 0) modifiers |= each.bit;
+  }
+  Keys keys{*key | modifiers};
+  const auto place = name->size() == 1 ? unshifted.find(*name) : std::string_view::npos;
+  if ((modifiers & keyShift) != 0 && place != std::string_view::npos) {
+    keys.push_back(shifted[place] | (modifiers & ~keyShift));
   }
   return keys;
 }
@@ -202,7 +215,7 @@ std::vector<std::string> KdeShortcuts::idOf(const Action& action) const {
   return {applicationId_, name, "Stowboard", isListed ? action.words : name};
 }
 
-std::optional<KdeShortcuts::Keys> KdeShortcuts::activate(const Action& action, Keys keys) {
+std::optional<KdeShortcuts::Keys> KdeShortcuts::activate(const Action& action, const Keys& keys) {
   const auto id = idOf(action);
   bus_->send(bus_->message("doRegister", id));
   const auto before = bus_->ask(bus_->message("defaultShortcutKeys", id));
@@ -213,19 +226,19 @@ std::optional<KdeShortcuts::Keys> KdeShortcuts::activate(const Action& action, K
   return answer ? std::optional(readKeys(answer.get())) : std::nullopt;
 }
 
-void KdeShortcuts::force(const Action& action, Keys keys) {
+void KdeShortcuts::force(const Action& action, Key key) {
   const auto id = idOf(action);
   bus_->send(bus_->message("doRegister", id));
-  bus_->send(bus_->setting(id, keys, inUse | whateverTheUserChose));
+  bus_->send(bus_->setting(id, {key}, inUse | whateverTheUserChose));
 }
 
 void KdeShortcuts::deactivate(const Action& action) {
   bus_->send(bus_->message("setInactive", idOf(action)));
 }
 
-std::string KdeShortcuts::otherHolder(Keys keys) const {
+std::string KdeShortcuts::otherHolder(Key key) const {
   auto question = bus_->message("globalShortcutsByKey");
-  appendSequence(question.get(), keys);
+  appendSequence(question.get(), key);
   sd_bus_message_append(question.get(), "(i)", 0);  // exactly these
   const auto answer = bus_->ask(std::move(question));
   if (!answer ||

@@ -15,8 +15,10 @@ namespace stowboard {
 /// which has a name, and words for the system's settings. Main thread, with Qt's event loop.
 class KdeShortcuts {
  public:
-  /// A key with its modifiers as the service numbers them; 0 is none.
-  using Keys = std::int32_t;
+  /// A key with its modifiers as the service numbers them.
+  using Key = std::int32_t;
+  /// Any of which the user may press.
+  using Keys = std::vector<Key>;
   struct Action {
     std::string name;
     /// Empty for an action that is neither shown to anybody nor remembered.
@@ -29,22 +31,23 @@ class KdeShortcuts {
   KdeShortcuts(const KdeShortcuts&) = delete;
   KdeShortcuts& operator=(const KdeShortcuts&) = delete;
 
-  /// The combination with the symbol that its key has on a US keyboard; absent for a key without a
-  /// name.
-  static std::optional<Keys> keysOf(const HotKeyConfig& config);
+  /// The combination with the symbol that its key has on a US keyboard; also, where Shift gives
+  /// another symbol, that one without Shift, as some versions of the service tell it. Empty for a
+  /// key without a name.
+  static Keys keysOf(const HotKeyConfig& config);
 
   /// Takes the keys for the action. What the user chose for it in the system's settings stays,
   /// until other keys are asked for than last time. Waits for the service's answer: the keys that
   /// the action has now, none when others have them, or when the user has switched it off. Absent
   /// when the service does not answer.
-  std::optional<Keys> activate(const Action& action, Keys keys);
+  std::optional<Keys> activate(const Action& action, const Keys& keys);
   /// Takes the keys for the action, whoever chose what. Does not wait.
-  void force(const Action& action, Keys keys);
+  void force(const Action& action, Key key);
   /// Gives the action's keys back. The service remembers them.
   void deactivate(const Action& action);
-  /// What has the keys, in the user's words, as "Walk Through Windows (KWin)"; empty when that is
+  /// What has the key, in the user's words, as "Walk Through Windows (KWin)"; empty when that is
   /// nobody but this program. Waits for the service's answer.
-  std::string otherHolder(Keys keys) const;
+  std::string otherHolder(Key key) const;
 
   /// Called with the name of a listed action each time that its keys are pressed; not for the
   /// repeats of a key that is held.

@@ -24,9 +24,10 @@ constexpr const char* scriptName = "com.qarvin.stowboard";
 constexpr const char* ownPath = "/com/qarvin/stowboard/KWin";
 constexpr const char* ownInterface = "com.qarvin.stowboard.KWin";
 
-// KWin's names for windows changed with its version 6. Of our own windows those that stay out of
-// the task bar are transient. One is put as on X11: its upper edge's middle is at the pointer, and
-// all of it on that screen.
+// KWin's names for windows changed with its version 6. A window of ours comes up because the user
+// asked for it, by keys that KWin does not count as an act in our windows; so it gets the focus.
+// The transient ones are X11's utilities, and are put as there: below the pointer, else above it,
+// and wholly on that screen.
 constexpr std::string_view scriptText = R"js(
 const own = {{ service: "{0}", path: "{1}", interface: "{2}", process: {3} }};
 const activated = workspace.windowActivated || workspace.clientActivated;
@@ -37,34 +38,43 @@ function text(value) {{
     return value === undefined || value === null ? "" : String(value);
 }}
 
-function tellFront(window) {{
+function tell(what, window) {{
     if (window) {{
-        callDBus(own.service, own.path, own.interface, "DidActivate", text(window.internalId),
+        callDBus(own.service, own.path, own.interface, what, text(window.internalId),
                  text(window.desktopFileName), text(window.resourceClass), text(window.pid));
     }} else {{
-        callDBus(own.service, own.path, own.interface, "DidActivate", "", "", "", "0");
+        callDBus(own.service, own.path, own.interface, what, "", "", "", "0");
     }}
 }}
 
+function welcome(window) {{
+    if (window.pid !== own.process) return;
+    if (!window.normalWindow && !window.utility) return;
+    tell("DidAdd", window);
+    if (window.utility) place(window);
+    workspace[workspace.windowActivated ? "activeWindow" : "activeClient"] = window;
+}}
+
 function place(window) {{
-    if (window.pid !== own.process || !window.skipTaskbar || window.popupWindow) return;
     const pointer = workspace.cursorPos;
     const frame = window.frameGeometry;
     const screen = workspace.screenAt ? workspace.screenAt(pointer) : workspace.activeScreen;
     const area = workspace.clientArea(KWin.MaximizeArea, screen, workspace.currentDesktop);
+    const distance = 5;
+    const hasRoomBelow = pointer.y + distance + frame.height <= area.y + area.height;
+    const top = hasRoomBelow ? pointer.y + distance : pointer.y - distance - frame.height;
     const within = (wanted, start, length, size) =>
         Math.max(start, Math.min(wanted, start + length - size));
     window.frameGeometry = {{
         x: within(pointer.x - Math.round(frame.width / 2), area.x, area.width, frame.width),
-        y: within(pointer.y, area.y, area.height, frame.height),
+        y: within(top, area.y, area.height, frame.height),
         width: frame.width, height: frame.height }};
 }}
 
-activated.connect(tellFront);
-added.connect(place);
-removed.connect(window => callDBus(own.service, own.path, own.interface, "DidClose",
-                                   text(window.internalId)));
-tellFront(workspace.activeWindow || workspace.activeClient);
+activated.connect(window => tell("DidActivate", window));
+added.connect(welcome);
+removed.connect(window => tell("DidClose", window));
+tell("DidActivate", workspace.activeWindow || workspace.activeClient);
 )js";
 
 // In the session's own folder, which is no disk.
@@ -160,29 +170,17 @@ class KwinScript::Bus {
   static int onCall(sd_bus_message* message, void* data, sd_bus_error* /*error*/) {
     auto* const self = static_cast<Bus*>(data);
     const char* const sender = sd_bus_message_get_sender(message);
-    if (!sender || self->kwinsName_ != sender) return 0;
-    if (sd_bus_message_is_method_call(message, ownInterface, "DidActivate") > 0) {
-      self->takeFront(message);
-    } else if (sd_bus_message_is_method_call(message, ownInterface, "DidClose") > 0) {
-      const char* id = "";
-      sd_bus_message_read(message, "s", &id);
-      // A copy, because the callee may replace it.
-      if (const auto callback = self->owner_->onDidClose) callback(id);
-    } else {
-      return 0;
-    }
-    return sd_bus_reply_method_return(message, "");
-  }
-
-  void takeFront(sd_bus_message* message) {
     const char* id = "";
     const char* desktopFile = "";
     const char* windowClass = "";
     const char* process = "";
-    if (sd_bus_message_read(message, "ssss", &id, &desktopFile, &windowClass, &process) < 0) return;
-    owner_->front_.reset();
-    if (*id) owner_->front_ = Window{id, desktopFile, windowClass, std::atoll(process)};
-    if (const auto callback = owner_->onFrontDidChange) callback();
+    if (!sender || self->kwinsName_ != sender ||
+        sd_bus_message_read(message, "ssss", &id, &desktopFile, &windowClass, &process) < 0) {
+      return 0;
+    }
+    self->owner_->take(sd_bus_message_get_member(message),
+                       {id, desktopFile, windowClass, std::atoll(process)});
+    return sd_bus_reply_method_return(message, "");
   }
 
   sd_bus* const bus_;
@@ -203,6 +201,18 @@ std::shared_ptr<KwinScript> KwinScript::open() {
 
 KwinScript::KwinScript(std::unique_ptr<Bus> bus) : bus_(std::move(bus)) {}
 KwinScript::~KwinScript() = default;
+
+// Copies, because the callee may replace it.
+void KwinScript::take(std::string_view what, const Window& window) {
+  if (what == "DidActivate") {
+    front_ = window.id.empty() ? std::nullopt : std::optional(window);
+    if (const auto callback = onFrontDidChange) callback();
+  } else if (what == "DidAdd") {
+    if (const auto callback = onDidAddOwn) callback(window);
+  } else if (what == "DidClose") {
+    if (const auto callback = onDidClose) callback(window.id);
+  }
+}
 
 void KwinScript::activate(const std::string& id) { bus_->activate(id); }
 

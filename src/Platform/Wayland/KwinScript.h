@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace stowboard {
 
@@ -39,6 +40,8 @@ class KwinScript {
 
   /// Called when another window has come to the front, or none is there.
   std::function<void()> onFrontDidChange;
+  /// Called when a window of this program has come up.
+  std::function<void(const Window&)> onDidAddOwn;
   /// Called when a window was closed.
   std::function<void(const std::string& id)> onDidClose;
 
@@ -46,6 +49,7 @@ class KwinScript {
   class Bus;
 
   explicit KwinScript(std::unique_ptr<Bus> bus);
+  void take(std::string_view what, const Window& window);
 
   const std::unique_ptr<Bus> bus_;
   std::optional<Window> front_;

@@ -44,15 +44,15 @@ class User {
     if (config.modifiers & ModifierMask::control) modifiers |= 4;
     if (config.modifiers & ModifierMask::option) modifiers |= 8;
     if (config.modifiers & ModifierMask::command) modifiers |= 64;
-    keyboard_->type(*xkbKeyCode(config.keyCode), modifiers | locked);
+    keyboard_->type(*xkbKeyCode(config.keyCode), modifiers | locked, [] {});
   }
 
   /// XKB's mask of lock keys that are on.
   std::uint32_t locked = 0;
 
  private:
-  std::unique_ptr<WaylandConnection> connection_ = WaylandConnection::open("");
-  std::unique_ptr<VirtualKeyboard> keyboard_ = VirtualKeyboard::create(*connection_);
+  std::unique_ptr<VirtualKeyboard> keyboard_ =
+      VirtualKeyboard::create(WaylandMainConnection::open());
 };
 
 /// The user's configuration of sway, as it was again afterwards.
@@ -203,7 +203,8 @@ class WaylandKeyEventHarness {
         done();
       }
     };
-    poster_ = WaylandKeyEventPoster::create(connection_, loop_, applications_, std::move(around));
+    poster_ = std::make_unique<WaylandKeyEventPoster>(VirtualKeyboard::create(connection_), loop_,
+                                                      applications_, std::move(around));
     workspace_->follow([this] { poster_->frontDidChange(); });
     EXPECT_TRUE(
         turnUntil([&] { return workspace_->frontmostApplication() && target_.isActive(); }));

@@ -36,9 +36,9 @@ HotKeyCenter::Status KdeHotKeys::installEventHandler(Handler handler) {
 HotKeyCenter::Registration KdeHotKeys::registerHotKey(const HotKeyConfig& config,
                                                       const HotKeyIdentity& identity) {
   const auto keys = KdeShortcuts::keysOf(config);
-  if (!keys) return {noSuchKey, 0};
-  const HotKey hotKey{config, identity, *keys};
-  const Status status = oldest(*keys) == hotKeys_.end() ? activate(hotKey) : noError;
+  if (keys.empty()) return {noSuchKey, 0};
+  const HotKey hotKey{config, identity, keys};
+  const Status status = oldest(keys) == hotKeys_.end() ? activate(hotKey) : noError;
   if (status != noError) return {status, 0};
   hotKeys_.emplace(++lastReference_, hotKey);
   return {noError, lastReference_};
@@ -48,13 +48,13 @@ HotKeyCenter::Status KdeHotKeys::activate(const HotKey& hotKey) {
   const auto action = actionOf(hotKey.identity);
   const auto keys = shortcuts_->activate(action, hotKey.keys);
   if (!keys) return noAnswer;
-  if (*keys == hotKey.keys) return noError;
-  if (*keys != 0) {
+  if (std::ranges::find_first_of(*keys, hotKey.keys) != keys->end()) return noError;
+  if (!keys->empty()) {
     Log::hotKey.info("The system's settings have other keys for \"{}\" than {}", action.words,
                      hotKey.config.displayString());
     return noError;
   }
-  const auto holder = shortcuts_->otherHolder(hotKey.keys);
+  const auto holder = shortcuts_->otherHolder(hotKey.keys.front());
   if (holder.empty()) {
     Log::hotKey.info("\"{}\" is switched off in the system's settings", action.words);
     return noError;
@@ -76,9 +76,9 @@ void KdeHotKeys::unregisterHotKey(Reference reference) {
   if (next != hotKeys_.end()) activate(next->second);
 }
 
-KdeHotKeys::HotKeys::const_iterator KdeHotKeys::oldest(KdeShortcuts::Keys keys) const {
+KdeHotKeys::HotKeys::const_iterator KdeHotKeys::oldest(const KdeShortcuts::Keys& keys) const {
   return std::ranges::find_if(hotKeys_,
-                              [keys](const auto& each) { return each.second.keys == keys; });
+                              [&keys](const auto& each) { return each.second.keys == keys; });
 }
 
 void KdeHotKeys::press(const std::string& action) {

@@ -38,7 +38,7 @@ class KdeHotKeys final : public HotKeyCenter {
   using HotKeys = std::map<Reference, HotKey>;
 
   Status activate(const HotKey& hotKey);
-  HotKeys::const_iterator oldest(KdeShortcuts::Keys keys) const;
+  HotKeys::const_iterator oldest(const KdeShortcuts::Keys& keys) const;
   void press(const std::string& action);
 
   const std::shared_ptr<KdeShortcuts> shortcuts_;

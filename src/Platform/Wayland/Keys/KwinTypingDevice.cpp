@@ -18,7 +18,7 @@ struct Modifier {
   std::uint32_t xkbMask;
   std::uint8_t leftKey;
   std::uint8_t rightKey;
-  KdeShortcuts::Keys shortcutBit;
+  KdeShortcuts::Key shortcutBit;
 };
 constexpr std::array modifiers = std::to_array<Modifier>({{1, 1, 50, 62, 0x02000000},
                                                           {2, 4, 37, 105, 0x04000000},
@@ -30,7 +30,7 @@ constexpr std::uint8_t allModifiers = 15;
 // F18, which keyboards lack that one can buy, and what it gives: XF86Launch9, which the toolkit
 // numbers so.
 constexpr std::uint8_t askingKey = 196;
-constexpr KdeShortcuts::Keys askingSymbol = 0x010000ad;
+constexpr KdeShortcuts::Key askingSymbol = 0x010000ad;
 constexpr std::string_view askingAction = "held-";
 
 // Nothing answers while the user's shortcuts are switched off.
@@ -65,7 +65,7 @@ KwinTypingDevice::KwinTypingDevice(std::shared_ptr<WaylandMainConnection> connec
   org_kde_kwin_fake_input_authenticate(input_.get(), "Stowboard", "pastes clips");
   connection_->connection().flush();
   for (Modifiers held = 0; held <= allModifiers; ++held) {
-    KdeShortcuts::Keys keys = askingSymbol;
+    KdeShortcuts::Key keys = askingSymbol;
     for (const auto& each : modifiers) {
       if ((held & each.bit) != 0) keys |= each.shortcutBit;
     }

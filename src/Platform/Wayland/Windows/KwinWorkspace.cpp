@@ -13,11 +13,13 @@ KwinWorkspace::KwinWorkspace(std::shared_ptr<KwinScript> script,
       applications_(applications),
       ownIdentifier_(std::move(ownIdentifier)) {
   script_->onFrontDidChange = [this] { frontDidChange(); };
+  script_->onDidAddOwn = [this](const KwinScript::Window& window) { didAddOwn(window); };
   script_->onDidClose = [this](const std::string& id) { windows_.erase(numberOf(id)); };
 }
 
 KwinWorkspace::~KwinWorkspace() {
   script_->onFrontDidChange = nullptr;
+  script_->onDidAddOwn = nullptr;
   script_->onDidClose = nullptr;
 }
 
@@ -25,6 +27,13 @@ std::uint64_t KwinWorkspace::numberOf(const std::string& id) const {
   const auto found =
       std::ranges::find_if(windows_, [&](const auto& each) { return each.second.id == id; });
   return found == windows_.end() ? 0 : found->first;
+}
+
+std::uint64_t KwinWorkspace::keep(const KwinScript::Window& window) {
+  auto number = numberOf(window.id);
+  if (number == 0) number = ++last_;
+  windows_[number] = window;
+  return number;
 }
 
 RunningApplication KwinWorkspace::applicationOf(std::uint64_t number,
@@ -49,10 +58,28 @@ bool KwinWorkspace::isTerminated(const RunningApplication& application) const {
   return !windows_.contains(application.window);
 }
 
+void KwinWorkspace::didAddOwn(const KwinScript::Window& window) {
+  newestOwn_ = keep(window);
+  if (expectedOwn_ != 0) ownWindows_[std::exchange(expectedOwn_, 0)] = newestOwn_;
+}
+
+// 0 for one that has not come up yet.
+std::uint64_t KwinWorkspace::ownWindow(std::uint64_t toolkitsNumber) {
+  const auto known = ownWindows_.find(toolkitsNumber);
+  if (known != ownWindows_.end() && windows_.contains(known->second)) return known->second;
+  const bool isNewestKnown = std::ranges::any_of(
+      ownWindows_, [this](const auto& each) { return each.second == newestOwn_; });
+  if (isNewestKnown || !windows_.contains(newestOwn_)) {
+    expectedOwn_ = toolkitsNumber;
+    return 0;
+  }
+  return ownWindows_[toolkitsNumber] = newestOwn_;
+}
+
 bool KwinWorkspace::activate(const RunningApplication& application) {
   const bool isOwn = application.processIdentifier == ::getpid();
-  const auto window = windows_.find(isOwn ? ownWindow_ : application.window);
-  if (window == windows_.end()) return false;
+  const auto window = windows_.find(isOwn ? ownWindow(application.window) : application.window);
+  if (window == windows_.end()) return isOwn;
   script_->activate(window->second.id);
   const auto& front = script_->front();
   awaitedWindow_ = front && front->id == window->second.id ? 0 : window->first;
@@ -76,10 +103,7 @@ std::string KwinWorkspace::windowClass(std::uint64_t window) const {
 
 void KwinWorkspace::frontDidChange() {
   if (const auto& front = script_->front()) {
-    auto number = numberOf(front->id);
-    if (number == 0) number = ++last_;
-    windows_[number] = *front;
-    if (front->processIdentifier == ::getpid()) ownWindow_ = number;
+    const auto number = keep(*front);
     if (number == awaitedWindow_) awaitedWindow_ = 0;
   }
   frontDidChange_();

@@ -15,7 +15,7 @@
 namespace stowboard {
 
 /// The applications of a session of KWin's, those on XWayland included. Windows are numbered as
-/// they come to the front, from 1; one that never was there is not known.
+/// they come to the front, from 1; one that never was there is not known, unless it is ours.
 class KwinWorkspace final : public Workspace {
  public:
   /// `applications` must outlive the workspace; `ownIdentifier` is ours as an application (see
@@ -26,7 +26,8 @@ class KwinWorkspace final : public Workspace {
 
   std::optional<RunningApplication> frontmostApplication() const override;
   bool isTerminated(const RunningApplication& application) const override;
-  /// For our own application, the window of ours that was in front last.
+  /// For our own application, the window that has the toolkit's number. One that comes up just now
+  /// gets the focus by itself.
   bool activate(const RunningApplication& application) override;
 
   /// The window that activate() was asked for, until it is in front, for a second at most; 0 when
@@ -39,6 +40,9 @@ class KwinWorkspace final : public Workspace {
 
  private:
   void frontDidChange();
+  void didAddOwn(const KwinScript::Window& window);
+  std::uint64_t ownWindow(std::uint64_t toolkitsNumber);
+  std::uint64_t keep(const KwinScript::Window& window);
   std::uint64_t numberOf(const std::string& id) const;
   RunningApplication applicationOf(std::uint64_t number, const KwinScript::Window& window) const;
 
@@ -47,7 +51,11 @@ class KwinWorkspace final : public Workspace {
   const std::string ownIdentifier_;
   std::map<std::uint64_t, KwinScript::Window> windows_;
   std::uint64_t last_ = 0;
-  std::uint64_t ownWindow_ = 0;
+  // Ours by the toolkit's numbers, as far as we have learnt which is which; the newest; and whose
+  // number was asked for before it came up.
+  std::map<std::uint64_t, std::uint64_t> ownWindows_;
+  std::uint64_t newestOwn_ = 0;
+  std::uint64_t expectedOwn_ = 0;
   std::function<void()> frontDidChange_ = [] {};
   std::optional<RunningApplication> lastReported_;
   std::uint64_t awaitedWindow_ = 0;
