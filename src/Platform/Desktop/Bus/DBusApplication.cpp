@@ -15,8 +15,8 @@
 #include <utility>
 
 #include "Base/Log.h"
-#include "Platform/Desktop/BusNotifier.h"
 #include "Platform/Desktop/Bus/SessionLock.h"
+#include "Platform/Desktop/BusNotifier.h"
 
 namespace stowboard {
 
