@@ -33,6 +33,7 @@ Name={name}
 Exec={program}
 X-KDE-Wayland-Interfaces=org_kde_kwin_fake_input
 """
+MENU = "<Menu><Name>Applications</Name><DefaultAppDirs/><Include><All/></Include></Menu>"
 
 
 def become_ordinary():
@@ -88,7 +89,11 @@ class KwinDesktop(SwayDesktop):
         # In place of the system's own file for it, where there is one.
         self._allow(python.name, python)
         self._allow("com.qarvin.stowboard", os.environ.get("STOWBOARD_PROGRAM", ""))
-        # What KWin knows of programs by; it would be made beside its start.
+        # What KWin knows of programs by; it would be made beside its start. Version 6 knows only
+        # what is in the menu.
+        menu = pathlib.Path(self.environment["XDG_CONFIG_HOME"]) / "menus" / "applications.menu"
+        menu.parent.mkdir(parents=True)
+        menu.write_text(MENU)
         for indexer in ("kbuildsycoca6", "kbuildsycoca5"):
             if shutil.which(indexer):
                 self.output(indexer)

@@ -6,10 +6,9 @@ import pathlib
 import pwd
 import re
 import subprocess
-import time
 
 from desktop import PrivateDesktop, wait_until
-from wayland_input import WaylandInput
+from wayland_input import PlayedDesktop, WaylandInput
 
 CONFIGURATION = """
 xwayland enable
@@ -23,13 +22,12 @@ exec sh -c 'xhost +local: && echo $DISPLAY > {started}.new && mv {started}.new {
 """
 
 
-class SwayDesktop(PrivateDesktop):
+class SwayDesktop(PlayedDesktop):
     """Wayland programs run on sway, X11 ones on its XWayland; see PrivateDesktop."""
 
     OWN_TARGET = "application/x-stowboard"
     TERMINALS = ("foot",)
     OZONE_PLATFORM = "wayland"
-    PLAYS_AT_ONCE = True
 
     def _start_display(self):
         # The compositor refuses to run as root.
@@ -67,45 +65,6 @@ class SwayDesktop(PrivateDesktop):
         super()._open()
         self._input = WaylandInput(self.environment["WAYLAND_DISPLAY"],
                                    (self.width, self.height))
-
-    def close(self):
-        super().close()
-        if hasattr(self, "_input"):
-            self._input.close()
-
-    # Keyboard and pointer
-
-    def keys(self, *chords):
-        chords = list(map(str, chords))
-        delay = 0.012
-        if chords[0] == "--delay":
-            delay = int(chords[1]) / 1000
-            del chords[:2]
-        for chord in chords:
-            self._input.chord(chord)
-            time.sleep(delay)  # a person's pace, as xdotool's
-
-    def hold(self, *keys):
-        self._input.press(*keys)
-
-    def release(self, *keys):
-        self._input.release(*keys)
-
-    def held_keys(self):
-        return list(self._input.held)
-
-    def set_layout(self, name):
-        self._input.set_layout(name)
-
-    def type_text(self, text):
-        self._input.type(text)
-
-    def point(self, x, y):
-        self._input.point(x, y)
-
-    def click(self, x, y, button=1):
-        self.point(x, y)
-        self._input.click(button)
 
     # Windows and the screen
 

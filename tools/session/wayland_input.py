@@ -8,6 +8,8 @@ import socket
 import struct
 import time
 
+from desktop import PrivateDesktop
+
 KEYMAP = b"""xkb_keymap {
   xkb_keycodes { include "evdev+aliases(qwerty)" };
   xkb_types { include "complete" };
@@ -182,3 +184,46 @@ class WaylandInput(WaylandKeys):
     @staticmethod
     def _now():
         return time.monotonic_ns() // 1_000_000 & 0xFFFFFFFF
+
+
+class PlayedDesktop(PrivateDesktop):
+    """A desktop on which a program plays the keyboard and the pointer, `_input`."""
+
+    PLAYS_AT_ONCE = True
+
+    def close(self):
+        super().close()
+        if hasattr(self, "_input"):
+            self._input.close()
+
+    def keys(self, *chords):
+        chords = list(map(str, chords))
+        delay = 0.012
+        if chords[0] == "--delay":
+            delay = int(chords[1]) / 1000
+            del chords[:2]
+        for chord in chords:
+            self._input.chord(chord)
+            time.sleep(delay)  # a person's pace, as xdotool's
+
+    def hold(self, *keys):
+        self._input.press(*keys)
+
+    def release(self, *keys):
+        self._input.release(*keys)
+
+    def held_keys(self):
+        return list(self._input.held)
+
+    def set_layout(self, name):
+        self._input.set_layout(name)
+
+    def type_text(self, text):
+        self._input.type(text)
+
+    def point(self, x, y):
+        self._input.point(x, y)
+
+    def click(self, x, y, button=1):
+        self.point(x, y)
+        self._input.click(button)
