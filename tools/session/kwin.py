@@ -27,6 +27,11 @@ const all = workspace.windowList || workspace.clientList;
 all.call(workspace).forEach(tell("Added"));
 tell("Front")(workspace.activeWindow || workspace.activeClient);
 """
+ACTIVATION = """
+const all = workspace.windowList ? workspace.windowList() : workspace.clientList();
+const wanted = all.find(window => String(window.internalId) === "%s");
+workspace[workspace.windowActivated ? "activeWindow" : "activeClient"] = wanted;
+"""
 ALLOWED = """[Desktop Entry]
 Type=Application
 Name={name}
@@ -130,10 +135,7 @@ class KwinDesktop(SwayDesktop):
             Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT |
             Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION, None, None)
         self._bus.add_filter(self._take)
-        script = self.directory / "front.js"
-        script.write_text(SCRIPT % self._bus.get_unique_name())
-        self._ask("/Scripting", "org.kde.kwin.Scripting", "loadScript", "(ss)", str(script), "test")
-        self._ask("/Scripting", "org.kde.kwin.Scripting", "start")
+        self._run(SCRIPT % self._bus.get_unique_name())
         wait_until(lambda: self._front is not None, "KWin tells who is in front")
 
     def _open(self):
@@ -155,7 +157,7 @@ class KwinDesktop(SwayDesktop):
             found = self.windows(title_or_class) or self.windows(title_or_class, by="class")
             return found[0] if found else None
         window = wait_until(visible, f"a window {title_or_class!r}", seconds)
-        self._ask("/WindowsRunner", "org.kde.krunner1", "Run", "(ss)", f"0_{window}", "")
+        self._run(ACTIVATION % window)
         wait_until(lambda: self.active_window() == window, f"{title_or_class!r} is active")
         return window
 
@@ -185,7 +187,8 @@ class KwinDesktop(SwayDesktop):
         self._ask("/KWin", "org.kde.KWin", "setCurrentDesktop", "(i)", number + 1)
 
     def take_hot_key(self, keycode, *modifiers):
-        """Another program's shortcut."""
+        """Another program's shortcut, whoever had it before."""
+        self._shortcuts("unregister", "(ss)", "com.qarvin.stowboard", "show-history")
         bits = {"Shift": 0x02000000, "Control": 0x04000000, "Mod1": 0x08000000, "Mod4": 0x10000000}
         key = ord({10: "1", 55: "V"}[keycode]) + sum(bits[each] for each in modifiers)
         self._other_shortcut([([key, 0, 0, 0],)])
@@ -206,13 +209,22 @@ class KwinDesktop(SwayDesktop):
 
     # Helpers of its own
 
+    def _run(self, script):
+        self._scripts = getattr(self, "_scripts", 0) + 1
+        file = self.directory / f"{self._scripts}.js"
+        file.write_text(script)
+        scripting = "org.kde.kwin.Scripting"
+        self._ask("/Scripting", scripting, "loadScript", "(ss)", str(file), file.stem)
+        self._ask("/Scripting", scripting, "start")
+
     def _other_shortcut(self, keys):
         action = ["other", "other", "Other Program", "Something"]
-        for method, kind, arguments in (("doRegister", "(as)", ()),
-                                        ("setShortcutKeys", "(asa(ai)u)", (keys, 6))):
-            self._bus.call_sync("org.kde.kglobalaccel", "/kglobalaccel", "org.kde.KGlobalAccel",
-                                method, GLib.Variant(kind, (action, *arguments)), None, 0, 10_000,
-                                None)
+        self._shortcuts("doRegister", "(as)", action)
+        self._shortcuts("setShortcutKeys", "(asa(ai)u)", action, keys, 6)
+
+    def _shortcuts(self, method, kind, *arguments):
+        self._bus.call_sync("org.kde.kglobalaccel", "/kglobalaccel", "org.kde.KGlobalAccel", method,
+                            GLib.Variant(kind, arguments), None, 0, 10_000, None)
 
     def _information(self, window):
         try:

@@ -110,11 +110,7 @@ std::int64_t now() {
 class KdeShortcuts::Bus {
  public:
   explicit Bus(sd_bus* bus) : bus_(bus), notifier_(bus) {}
-  ~Bus() {
-    // What was given back must have been sent; closing does not wait.
-    notifier_.process();
-    sd_bus_close_unref(bus_);
-  }
+  ~Bus() { sd_bus_close_unref(bus_); }
   Bus(const Bus&) = delete;
   Bus& operator=(const Bus&) = delete;
 
@@ -124,6 +120,9 @@ class KdeShortcuts::Bus {
     sd_bus_creds_unref(owner);
     return status >= 0;
   }
+
+  /// Sends what is still to be sent, which closing does not wait for.
+  void finish() { notifier_.process(); }
 
   void listen(KdeShortcuts& owner) {
     sd_bus_add_match_async(bus_, nullptr, presses, onSignal, ignoreOutcome, &owner);
@@ -191,7 +190,7 @@ KdeShortcuts::KdeShortcuts(std::string applicationId, std::unique_ptr<Bus> bus)
   bus_->listen(*this);
 }
 
-KdeShortcuts::~KdeShortcuts() = default;
+KdeShortcuts::~KdeShortcuts() { bus_->finish(); }
 
 KdeShortcuts::Keys KdeShortcuts::keysOf(const HotKeyConfig& config) {
   const auto name = HotKeyConfig::symbolName(config.keyCode);
@@ -226,10 +225,10 @@ std::optional<KdeShortcuts::Keys> KdeShortcuts::activate(const Action& action, c
   return answer ? std::optional(readKeys(answer.get())) : std::nullopt;
 }
 
-void KdeShortcuts::force(const Action& action, Key key) {
+void KdeShortcuts::force(const Action& action, const Keys& keys) {
   const auto id = idOf(action);
   bus_->send(bus_->message("doRegister", id));
-  bus_->send(bus_->setting(id, {key}, inUse | whateverTheUserChose));
+  bus_->send(bus_->setting(id, keys, inUse | whateverTheUserChose));
 }
 
 void KdeShortcuts::deactivate(const Action& action) {

@@ -42,7 +42,7 @@ class KdeShortcuts {
   /// when the service does not answer.
   std::optional<Keys> activate(const Action& action, const Keys& keys);
   /// Takes the keys for the action, whoever chose what. Does not wait.
-  void force(const Action& action, Key key);
+  void force(const Action& action, const Keys& keys);
   /// Gives the action's keys back. The service remembers them.
   void deactivate(const Action& action);
   /// What has the key, in the user's words, as "Walk Through Windows (KWin)"; empty when that is

@@ -21,6 +21,7 @@ namespace {
 
 constexpr const char* kwin = "org.kde.KWin";
 constexpr const char* scriptName = "com.qarvin.stowboard";
+constexpr const char* oneShotName = "com.qarvin.stowboard.activate";
 constexpr const char* ownPath = "/com/qarvin/stowboard/KWin";
 constexpr const char* ownInterface = "com.qarvin.stowboard.KWin";
 
@@ -77,11 +78,17 @@ removed.connect(window => tell("DidClose", window));
 tell("DidActivate", workspace.activeWindow || workspace.activeClient);
 )js";
 
+constexpr std::string_view activation = R"js(
+const all = workspace.windowList ? workspace.windowList() : workspace.clientList();
+const wanted = all.find(window => String(window.internalId) === "{0}");
+if (wanted) workspace[workspace.windowActivated ? "activeWindow" : "activeClient"] = wanted;
+)js";
+
 // In the session's own folder, which is no disk.
-std::filesystem::path scriptFile() {
+std::filesystem::path runtimeFile(std::string_view name) {
   const char* const folder = std::getenv("XDG_RUNTIME_DIR");
   if (!folder || *folder != '/') return {};
-  return std::filesystem::path(folder) / fmt::format("stowboard-kwin-{}.js", ::getpid());
+  return std::filesystem::path(folder) / fmt::format("stowboard-{}-{}.js", ::getpid(), name);
 }
 
 bool writePrivately(const std::filesystem::path& path, std::string_view text) {
@@ -99,8 +106,6 @@ class KwinScript::Bus {
  public:
   explicit Bus(sd_bus* bus) : bus_(bus), notifier_(bus) {}
   ~Bus() {
-    call("org.kde.kwin.Scripting", "/Scripting", "unloadScript", scriptName);
-    notifier_.process();
     sd_bus_close_unref(bus_);
     removeFile(file_);
   }
@@ -121,17 +126,22 @@ class KwinScript::Bus {
   bool startScript(KwinScript& owner) {
     const char* ownName = "";
     sd_bus_get_unique_name(bus_, &ownName);
-    file_ = scriptFile();
+    file_ = runtimeFile("follow");
     const auto text = fmt::format(scriptText, ownName, ownPath, ownInterface, ::getpid());
     if (file_.empty() || !writePrivately(file_, text)) return false;
     owner_ = &owner;
     sd_bus_add_object(bus_, nullptr, ownPath, onCall, this);
     // One may be there of a program that was killed.
     call("org.kde.kwin.Scripting", "/Scripting", "unloadScript", scriptName);
-    sd_bus_call_method_async(bus_, nullptr, kwin, "/Scripting", "org.kde.kwin.Scripting",
-                             "loadScript", onLoaded, this, "ss", file_.c_str(), scriptName);
-    notifier_.process();
+    loadAndStart(file_, scriptName);
     return true;
+  }
+
+  /// Sends what is still to be sent, and takes what has come meanwhile.
+  void stopScripts() {
+    stopOneShot();
+    call("org.kde.kwin.Scripting", "/Scripting", "unloadScript", scriptName);
+    notifier_.process();
   }
 
   /// Nobody waits for the outcome.
@@ -141,13 +151,12 @@ class KwinScript::Bus {
     if (argument) sd_bus_message_append(message, "s", argument);
     send(message);
   }
+  /// Only a script can ask for it, and one that runs cannot be told anything.
   void activate(const std::string& id) {
-    sd_bus_message* message = nullptr;
-    sd_bus_message_new_method_call(bus_, &message, kwin, "/WindowsRunner", "org.kde.krunner1",
-                                   "Run");
-    // The first of what can be done with a window that was found.
-    sd_bus_message_append(message, "ss", ("0_" + id).c_str(), "");
-    send(message);
+    stopOneShot();
+    oneShotFile_ = runtimeFile(fmt::format("activate-{}", ++oneShots_));
+    if (!writePrivately(oneShotFile_, fmt::format(activation, id))) return;
+    loadAndStart(oneShotFile_, oneShotName);
   }
 
  private:
@@ -158,9 +167,21 @@ class KwinScript::Bus {
     notifier_.processSoon();
   }
 
+  void loadAndStart(const std::filesystem::path& file, const char* name) {
+    sd_bus_call_method_async(bus_, nullptr, kwin, "/Scripting", "org.kde.kwin.Scripting",
+                             "loadScript", onLoaded, this, "ss", file.c_str(), name);
+    notifier_.processSoon();
+  }
+  // KWin reads the file some time after it was asked to.
+  void stopOneShot() {
+    if (oneShotFile_.empty()) return;
+    call("org.kde.kwin.Scripting", "/Scripting", "unloadScript", oneShotName);
+    removeFile(oneShotFile_);
+  }
+
   static int onLoaded(sd_bus_message* answer, void* data, sd_bus_error* /*error*/) {
     if (sd_bus_message_is_method_error(answer, nullptr) > 0) {
-      Log::app.error("KWin takes no scripts: the application in front is not known");
+      Log::app.error("KWin took no script: the application in front may not be known");
       return 0;
     }
     static_cast<Bus*>(data)->call("org.kde.kwin.Scripting", "/Scripting", "start", nullptr);
@@ -187,6 +208,8 @@ class KwinScript::Bus {
   BusNotifier notifier_;
   std::string kwinsName_;
   std::filesystem::path file_;
+  std::filesystem::path oneShotFile_;
+  int oneShots_ = 0;
   KwinScript* owner_ = nullptr;
 };
 
@@ -200,7 +223,7 @@ std::shared_ptr<KwinScript> KwinScript::open() {
 }
 
 KwinScript::KwinScript(std::unique_ptr<Bus> bus) : bus_(std::move(bus)) {}
-KwinScript::~KwinScript() = default;
+KwinScript::~KwinScript() { bus_->stopScripts(); }
 
 // Copies, because the callee may replace it.
 void KwinScript::take(std::string_view what, const Window& window) {

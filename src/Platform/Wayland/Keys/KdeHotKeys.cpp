@@ -48,20 +48,23 @@ HotKeyCenter::Status KdeHotKeys::activate(const HotKey& hotKey) {
   const auto action = actionOf(hotKey.identity);
   const auto keys = shortcuts_->activate(action, hotKey.keys);
   if (!keys) return noAnswer;
-  if (std::ranges::find_first_of(*keys, hotKey.keys) != keys->end()) return noError;
-  if (!keys->empty()) {
+  const bool isOther =
+      std::ranges::find_first_of(*keys, hotKey.keys) == keys->end() && !keys->empty();
+  // It gives keys that it remembers even when another has taken them meanwhile.
+  const auto holder = isOther ? std::string() : shortcuts_->otherHolder(hotKey.keys.front());
+  if (!holder.empty()) {
+    Log::hotKey.error("{} is taken by \"{}\", as the system's settings show",
+                      hotKey.config.keyboardString(), holder);
+    shortcuts_->deactivate(action);
+    return isTaken;
+  }
+  if (isOther) {
     Log::hotKey.info("The system's settings have other keys for \"{}\" than {}", action.words,
                      hotKey.config.displayString());
-    return noError;
-  }
-  const auto holder = shortcuts_->otherHolder(hotKey.keys.front());
-  if (holder.empty()) {
+  } else if (keys->empty()) {
     Log::hotKey.info("\"{}\" is switched off in the system's settings", action.words);
-    return noError;
   }
-  Log::hotKey.error("{} is taken by \"{}\", as the system's settings show",
-                    hotKey.config.keyboardString(), holder);
-  return isTaken;
+  return noError;
 }
 
 void KdeHotKeys::unregisterHotKey(Reference reference) {

@@ -4,9 +4,12 @@
 
 #include <array>
 #include <chrono>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <utility>
+
+#include "Base/Log.h"
 
 namespace stowboard {
 
@@ -27,14 +30,16 @@ constexpr std::array modifiers = std::to_array<Modifier>({{1, 1, 50, 62, 0x02000
 constexpr std::uint8_t control = 2;
 constexpr std::uint8_t allModifiers = 15;
 
-// F18, which keyboards lack that one can buy, and what it gives: XF86Launch9, which the toolkit
-// numbers so.
+// F18, which keyboards lack that one can buy, and what it gives: XF86Launch9, as Qt 5 and Qt 6
+// number that, or F18 itself.
 constexpr std::uint8_t askingKey = 196;
-constexpr KdeShortcuts::Key askingSymbol = 0x010000ad;
+constexpr KdeShortcuts::Key askingSymbols[] = {0x010000ad, 0x010000ab, 0x01000041};
 constexpr std::string_view askingAction = "held-";
 
 // Nothing answers while the user's shortcuts are switched off.
 constexpr std::chrono::milliseconds longestWait{100};
+constexpr std::chrono::seconds longestHold{10};
+constexpr std::chrono::milliseconds looksApart{20};
 
 KdeShortcuts::Action asking(std::uint8_t held) {
   return {std::string(askingAction) + std::to_string(held), {}};
@@ -65,9 +70,9 @@ KwinTypingDevice::KwinTypingDevice(std::shared_ptr<WaylandMainConnection> connec
   org_kde_kwin_fake_input_authenticate(input_.get(), "Stowboard", "pastes clips");
   connection_->connection().flush();
   for (Modifiers held = 0; held <= allModifiers; ++held) {
-    KdeShortcuts::Key keys = askingSymbol;
+    KdeShortcuts::Keys keys(std::begin(askingSymbols), std::end(askingSymbols));
     for (const auto& each : modifiers) {
-      if ((held & each.bit) != 0) keys |= each.shortcutBit;
+      for (auto& key : keys) key |= (held & each.bit) != 0 ? each.shortcutBit : 0;
     }
     shortcuts_->force(asking(held), keys);
   }
@@ -88,7 +93,7 @@ std::optional<std::uint8_t> KwinTypingDevice::keyOfV() const { return keymap_.ke
 bool KwinTypingDevice::type(std::uint8_t key, std::uint32_t xkbModifiers,
                             std::function<void()> done) {
   if (connection_->isBroken()) return false;
-  stroke_ = {key, 0, std::move(done)};
+  stroke_ = {key, 0, std::move(done), loop_.now() + longestHold};
   for (const auto& each : modifiers) {
     if ((xkbModifiers & each.xkbMask) != 0) stroke_.modifiers |= each.bit;
   }
@@ -118,12 +123,33 @@ void KwinTypingDevice::lift(Modifiers held) {
   held_ = held;
   const auto lifted = static_cast<Modifiers>(held & ~stroke_.modifiers);
   if (lifted == 0) return typeAndPutBack(0, 0);
+  if (!canLift_) return waitForRelease();
   if ((held & control) == 0) pressAll(control, 0, true);
   pressAll(lifted, 0, false);
   askForHeld([this, lifted](Modifiers still) {
     const auto rightOnes = static_cast<Modifiers>(lifted & still);
+    if (rightOnes == 0) return typeAndPutBack(lifted, 0);
     pressAll(0, rightOnes, false);
-    typeAndPutBack(lifted & ~rightOnes, rightOnes);
+    askForHeld([this, lifted, rightOnes](Modifiers now) {
+      if ((lifted & now) == 0) return typeAndPutBack(lifted & ~rightOnes, rightOnes);
+      // Since version 6 KWin lets each device release its own keys only.
+      canLift_ = false;
+      if ((held_ & control) == 0) pressAll(control, 0, false);
+      waitForRelease();
+    });
+  });
+}
+
+void KwinTypingDevice::waitForRelease() {
+  connection_->connection().flush();
+  if (loop_.now() > stroke_.end) {
+    Log::paste.error("The keystroke was not sent: modifier keys were held too long");
+    return finish();
+  }
+  loop_.postAfter(looksApart, [self = std::weak_ptr(self_)] {
+    const auto device = self.lock();
+    if (!device) return;
+    (*device)->askForHeld([device = *device](Modifiers held) { device->lift(held); });
   });
 }
 

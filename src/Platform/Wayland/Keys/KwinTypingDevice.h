@@ -21,7 +21,7 @@ struct WaylandDestroy<org_kde_kwin_fake_input> {
 
 /// Types on KWin, as the user's own keyboard (org_kde_kwin_fake_input), which KWin allows programs
 /// whose desktop file asks for it. What is held there is held for what is typed, too, so it is
-/// lifted and put back.
+/// lifted and put back, or where KWin does not allow that (version 6), waited for.
 ///
 /// KWin tells nobody what is held: a key that no keyboard has is typed first, whose combinations
 /// with all modifiers are shortcuts of ours. The one that answers tells.
@@ -45,6 +45,8 @@ class KwinTypingDevice final : public TypingDevice {
     std::uint8_t key;
     Modifiers modifiers;
     std::function<void()> done;
+    /// Until then it waits for the user to let go of keys that it cannot lift.
+    RunLoop::TimePoint end;
   };
 
   KwinTypingDevice(std::shared_ptr<WaylandMainConnection> connection,
@@ -53,6 +55,7 @@ class KwinTypingDevice final : public TypingDevice {
   void askForHeld(std::function<void(Modifiers)> then);
   void answer(Modifiers held);
   void lift(Modifiers held);
+  void waitForRelease();
   void typeAndPutBack(Modifiers leftOnes, Modifiers rightOnes);
   void finish();
   void press(std::uint8_t key, bool isDown);
@@ -63,6 +66,7 @@ class KwinTypingDevice final : public TypingDevice {
   RunLoop& loop_;
   const WaylandKeymap keymap_;
   const WaylandObject<org_kde_kwin_fake_input> input_;
+  bool canLift_ = true;
   Stroke stroke_{};
   // What the user held as the stroke began.
   Modifiers held_ = 0;
