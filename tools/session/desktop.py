@@ -113,6 +113,8 @@ class PrivateDesktop:
     # Terminals that run on no other desktop; and what browsers run on.
     TERMINALS = ()
     OZONE_PLATFORM = "x11"
+    # Whether nobody can lift the keys that are held, so that pastes wait until they are let go.
+    PASTES_ON_RELEASE = False
     # Whether keys arrive within some milliseconds.
     PLAYS_AT_ONCE = False
 

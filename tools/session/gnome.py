@@ -86,6 +86,7 @@ class GnomeDesktop(PlayedDesktop):
     `has_extension` says otherwise."""
 
     OZONE_PLATFORM = "wayland"
+    PASTES_ON_RELEASE = True
 
     has_extension = True
 

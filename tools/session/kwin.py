@@ -84,6 +84,7 @@ class KwinDesktop(SwayDesktop):
     """Wayland programs run on KWin, X11 ones on its XWayland; see PrivateDesktop. Only for ordinary
     users."""
 
+    PASTES_ON_RELEASE = shutil.which("kbuildsycoca6") is not None  # since version 6
     TERMINALS = ()  # foot does not come up on a KWin that draws without OpenGL
 
     def _start_display(self):

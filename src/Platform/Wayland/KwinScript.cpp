@@ -199,7 +199,7 @@ class KwinScript::Bus {
         sd_bus_message_read(message, "ssss", &id, &desktopFile, &windowClass, &process) < 0) {
       return 0;
     }
-    self->owner_->take(sd_bus_message_get_member(message),
+    self->owner_->take(self->owner_->front_, sd_bus_message_get_member(message),
                        {id, desktopFile, windowClass, std::atoll(process)});
     return sd_bus_reply_method_return(message, "");
   }
@@ -224,18 +224,6 @@ std::shared_ptr<KwinScript> KwinScript::open() {
 
 KwinScript::KwinScript(std::unique_ptr<Bus> bus) : bus_(std::move(bus)) {}
 KwinScript::~KwinScript() { bus_->stopScripts(); }
-
-// Copies, because the callee may replace it.
-void KwinScript::take(std::string_view what, const Window& window) {
-  if (what == "DidActivate") {
-    front_ = window.id.empty() ? std::nullopt : std::optional(window);
-    if (const auto callback = onFrontDidChange) callback();
-  } else if (what == "DidAdd") {
-    if (const auto callback = onDidAddOwn) callback(window);
-  } else if (what == "DidClose") {
-    if (const auto callback = onDidClose) callback(window.id);
-  }
-}
 
 void KwinScript::activate(const std::string& id) { bus_->activate(id); }
 

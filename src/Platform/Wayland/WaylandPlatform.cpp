@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "Base/Log.h"
+#include "Platform/Compositor/DeviceKeyEventPoster.h"
+#include "Platform/Compositor/ToldWorkspace.h"
 #include "Platform/Platform.h"
 #include "Platform/Wayland/KdeShortcuts.h"
 #include "Platform/Wayland/Keys/KdeHotKeys.h"
@@ -11,11 +13,9 @@
 #include "Platform/Wayland/Keys/SwayHotKeys.h"
 #include "Platform/Wayland/Keys/VirtualKeyboard.h"
 #include "Platform/Wayland/Keys/WaylandAccessibilityTrust.h"
-#include "Platform/Wayland/Keys/WaylandKeyEventPoster.h"
 #include "Platform/Wayland/KwinScript.h"
 #include "Platform/Wayland/Selection/WaylandPasteboard.h"
 #include "Platform/Wayland/Windows/KwinTransientWindows.h"
-#include "Platform/Wayland/Windows/KwinWorkspace.h"
 #include "Platform/Wayland/Windows/SwayTransientWindows.h"
 #include "Platform/Wayland/Windows/WaylandWorkspace.h"
 
@@ -63,7 +63,7 @@ void WaylandPlatform::addOthers() {
   if (!connection_) return;
   kwin_ = KwinScript::open();
   if (kwin_) {
-    return addWorkspaceAndPoster(std::make_unique<KwinWorkspace>(kwin_, *platform_.applications,
+    return addWorkspaceAndPoster(std::make_unique<ToldWorkspace>(kwin_, *platform_.applications,
                                                                  platform_.bundle->identifier()));
   }
   auto workspace = WaylandWorkspace::create(connection_, *platform_.applications,
@@ -102,14 +102,14 @@ void WaylandPlatform::addWorkspaceAndPoster(std::unique_ptr<Followed> added) {
   platform_.workspace = std::move(added);
   auto device = typingDevice();
   if (!device) return Log::app.error("{}", kdeShortcuts_ ? noLeaveToType : noTyping);
-  WaylandKeyEventPoster::Surroundings around;
+  DeviceKeyEventPoster::Surroundings around;
   around.frontmost = [&workspace] { return workspace.frontmostApplication(); };
   around.windowClass = [&workspace](auto window) { return workspace.windowClass(window); };
   around.awaitedWindow = [&workspace] { return workspace.awaitedWindow(); };
   around.offerPrimary = [this] { pasteboard_.offerPrimary(); };
   around.whenPublished = [this](auto done) { pasteboard_.whenPublished(std::move(done)); };
-  auto poster = std::make_unique<WaylandKeyEventPoster>(std::move(device), *platform_.runLoop,
-                                                        *platform_.applications, std::move(around));
+  auto poster = std::make_unique<DeviceKeyEventPoster>(std::move(device), *platform_.runLoop,
+                                                       *platform_.applications, std::move(around));
   workspace.follow([poster = poster.get()] { poster->frontDidChange(); });
   platform_.keyEventPoster = std::move(poster);
   platform_.accessibilityTrust = std::make_unique<WaylandAccessibilityTrust>(connection_);

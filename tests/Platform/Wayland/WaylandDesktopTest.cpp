@@ -11,13 +11,13 @@
 #include <string>
 #include <vector>
 
+#include "Platform/Compositor/DeviceKeyEventPoster.h"
 #include "Platform/KeyPositions.h"
 #include "Platform/Qt/QtRunLoop.h"
 #include "Platform/QtTurns.h"
 #include "Platform/Wayland/Keys/SwayHotKeys.h"
 #include "Platform/Wayland/Keys/VirtualKeyboard.h"
 #include "Platform/Wayland/Keys/WaylandAccessibilityTrust.h"
-#include "Platform/Wayland/Keys/WaylandKeyEventPoster.h"
 #include "Platform/Wayland/SwayIpc.h"
 #include "Platform/Wayland/Windows/WaylandWorkspace.h"
 #include "Platform/X11/OtherPrograms.h"
@@ -192,7 +192,7 @@ class Target final : public QRasterWindow {
 class WaylandKeyEventHarness {
  public:
   WaylandKeyEventHarness() {
-    WaylandKeyEventPoster::Surroundings around;
+    DeviceKeyEventPoster::Surroundings around;
     around.frontmost = [this] { return workspace_->frontmostApplication(); };
     around.windowClass = [this](auto window) { return workspace_->windowClass(window); };
     around.awaitedWindow = [this] { return workspace_->awaitedWindow(); };
@@ -203,8 +203,8 @@ class WaylandKeyEventHarness {
         done();
       }
     };
-    poster_ = std::make_unique<WaylandKeyEventPoster>(VirtualKeyboard::create(connection_), loop_,
-                                                      applications_, std::move(around));
+    poster_ = std::make_unique<DeviceKeyEventPoster>(VirtualKeyboard::create(connection_), loop_,
+                                                     applications_, std::move(around));
     workspace_->follow([this] { poster_->frontDidChange(); });
     EXPECT_TRUE(
         turnUntil([&] { return workspace_->frontmostApplication() && target_.isActive(); }));
@@ -224,7 +224,7 @@ class WaylandKeyEventHarness {
   std::unique_ptr<WaylandWorkspace> workspace_ =
       WaylandWorkspace::create(connection_, applications_, own);
   Target target_;
-  std::unique_ptr<WaylandKeyEventPoster> poster_;
+  std::unique_ptr<DeviceKeyEventPoster> poster_;
 };
 
 INSTANTIATE_TYPED_TEST_SUITE_P(Wayland, KeyEventPosterContract, WaylandKeyEventHarness);

@@ -5,11 +5,11 @@
 #include <memory>
 #include <optional>
 
+#include "Platform/Compositor/TypingDevice.h"
 #include "Platform/RunLoop.h"
 #include "Platform/Wayland/KdeShortcuts.h"
-#include "Platform/Wayland/Keys/TypingDevice.h"
-#include "Platform/Wayland/Keys/WaylandKeymap.h"
 #include "Platform/Wayland/Protocols/fake-input-client.h"
+#include "Platform/Wayland/WaylandKeymap.h"
 #include "Platform/Wayland/WaylandMainConnection.h"
 
 namespace stowboard {

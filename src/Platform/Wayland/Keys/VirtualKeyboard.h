@@ -5,7 +5,7 @@
 #include <memory>
 #include <optional>
 
-#include "Platform/Wayland/Keys/TypingDevice.h"
+#include "Platform/Compositor/TypingDevice.h"
 #include "Platform/Wayland/Protocols/virtual-keyboard-client.h"
 #include "Platform/Wayland/WaylandMainConnection.h"
 

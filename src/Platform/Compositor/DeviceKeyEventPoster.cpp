@@ -1,4 +1,4 @@
-#include "Platform/Wayland/Keys/WaylandKeyEventPoster.h"
+#include "Platform/Compositor/DeviceKeyEventPoster.h"
 
 #include <unistd.h>
 
@@ -22,19 +22,19 @@ bool isPaste(const KeyEvent& event) {
 
 }  // namespace
 
-WaylandKeyEventPoster::WaylandKeyEventPoster(std::unique_ptr<TypingDevice> device, RunLoop& loop,
-                                             const ApplicationIdentifying& applications,
-                                             Surroundings surroundings)
+DeviceKeyEventPoster::DeviceKeyEventPoster(std::unique_ptr<TypingDevice> device, RunLoop& loop,
+                                           const ApplicationIdentifying& applications,
+                                           Surroundings surroundings)
     : loop_(loop),
       applications_(applications),
       surroundings_(std::move(surroundings)),
       device_(std::move(device)) {}
 
-std::unique_ptr<KeyEventPoster::Source> WaylandKeyEventPoster::createSource() {
+std::unique_ptr<KeyEventPoster::Source> DeviceKeyEventPoster::createSource() {
   return std::make_unique<KeyPositionSource>();
 }
 
-void WaylandKeyEventPoster::post(const KeyEvent& event) {
+void DeviceKeyEventPoster::post(const KeyEvent& event) {
   if (!event.isKeyDown) return;
   Entry entry;
   entry.event = event;
@@ -43,7 +43,7 @@ void WaylandKeyEventPoster::post(const KeyEvent& event) {
   pump();
 }
 
-void WaylandKeyEventPoster::whenSent(std::function<void()> done) {
+void DeviceKeyEventPoster::whenSent(std::function<void()> done) {
   Entry entry;
   entry.done = [this, done = std::move(done)] {
     loop_.post([self = std::weak_ptr(self_), done] {
@@ -55,7 +55,7 @@ void WaylandKeyEventPoster::whenSent(std::function<void()> done) {
 }
 
 // What is asked of the surroundings may lead back here.
-void WaylandKeyEventPoster::pump() {
+void DeviceKeyEventPoster::pump() {
   if (std::exchange(isPumping_, true)) return;
   while (!entries_.empty()) {
     auto& entry = entries_.front();
@@ -66,7 +66,7 @@ void WaylandKeyEventPoster::pump() {
   isPumping_ = false;
 }
 
-bool WaylandKeyEventPoster::isTargetReady(Entry& entry) {
+bool DeviceKeyEventPoster::isTargetReady(Entry& entry) {
   if (entry.isAskedFor || entry.isBegun) return true;
   const auto front = surroundings_.frontmost();
   const bool isThere = front && (entry.awaitedWindow != 0 ? front->window == entry.awaitedWindow
@@ -82,7 +82,7 @@ bool WaylandKeyEventPoster::isTargetReady(Entry& entry) {
 }
 
 // The target would be given what was copied or selected before.
-bool WaylandKeyEventPoster::isClipReady(Entry& entry) {
+bool DeviceKeyEventPoster::isClipReady(Entry& entry) {
   if (!isPaste(*entry.event) || entry.isPublished || entry.isBegun) return true;
   if (std::exchange(entry.isAskedFor, true)) {
     if (!hasEnded(entry)) return false;
@@ -102,19 +102,19 @@ bool WaylandKeyEventPoster::isClipReady(Entry& entry) {
 }
 
 // That paste may have been typed by now, for want of this.
-void WaylandKeyEventPoster::didPublish(std::uint64_t paste) {
+void DeviceKeyEventPoster::didPublish(std::uint64_t paste) {
   if (asked_ != paste || entries_.empty() || !entries_.front().isAskedFor) return;
   entries_.front().isPublished = true;
   pump();
 }
 
-void WaylandKeyEventPoster::pumpAt(Time time) {
+void DeviceKeyEventPoster::pumpAt(Time time) {
   loop_.postAfter(time - loop_.now(), [self = std::weak_ptr(self_)] {
     if (const auto poster = self.lock()) (*poster)->pump();
   });
 }
 
-PasteChord WaylandKeyEventPoster::targetsChord() const {
+PasteChord DeviceKeyEventPoster::targetsChord() const {
   const auto front = surroundings_.frontmost();
   if (!front) return pasteChord({}, false, device_->keyOfV().has_value());
   const bool isTerminal =
@@ -123,7 +123,7 @@ PasteChord WaylandKeyEventPoster::targetsChord() const {
                     device_->keyOfV().has_value());
 }
 
-bool WaylandKeyEventPoster::isTyped(Entry& entry) {
+bool DeviceKeyEventPoster::isTyped(Entry& entry) {
   if (std::exchange(entry.isBegun, true)) return entry.isTyped;
   const bool isTaken = type(*entry.event, [this, &entry] {
     entry.isTyped = true;
@@ -133,7 +133,7 @@ bool WaylandKeyEventPoster::isTyped(Entry& entry) {
   return entry.isTyped || !isTaken;
 }
 
-bool WaylandKeyEventPoster::type(const KeyEvent& event, std::function<void()> done) {
+bool DeviceKeyEventPoster::type(const KeyEvent& event, std::function<void()> done) {
   const auto key = xkbKeyCode(event.keyCode);
   if (!key) return false;
   const bool isCommand = (event.flags & KeyEventFlags::command) != 0;

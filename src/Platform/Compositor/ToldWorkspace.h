@@ -9,20 +9,20 @@
 #include <utility>
 
 #include "Platform/ApplicationIdentifying.h"
-#include "Platform/Wayland/KwinScript.h"
+#include "Platform/Compositor/WindowTeller.h"
 #include "Platform/Workspace.h"
 
 namespace stowboard {
 
-/// The applications of a session of KWin's, those on XWayland included. Windows are numbered as
+/// The applications of a session whose compositor has a teller of ours. Windows are numbered as
 /// they come to the front, from 1; one that never was there is not known, unless it is ours.
-class KwinWorkspace final : public Workspace {
+class ToldWorkspace final : public Workspace {
  public:
   /// `applications` must outlive the workspace; `ownIdentifier` is ours as an application (see
   /// Bundle).
-  KwinWorkspace(std::shared_ptr<KwinScript> script, const ApplicationIdentifying& applications,
+  ToldWorkspace(std::shared_ptr<WindowTeller> teller, const ApplicationIdentifying& applications,
                 std::string ownIdentifier);
-  ~KwinWorkspace() override;
+  ~ToldWorkspace() override;
 
   std::optional<RunningApplication> frontmostApplication() const override;
   bool isTerminated(const RunningApplication& application) const override;
@@ -40,16 +40,16 @@ class KwinWorkspace final : public Workspace {
 
  private:
   void frontDidChange();
-  void didAddOwn(const KwinScript::Window& window);
+  void didAddOwn(const WindowTeller::Window& window);
   std::uint64_t ownWindow(std::uint64_t toolkitsNumber);
-  std::uint64_t keep(const KwinScript::Window& window);
+  std::uint64_t keep(const WindowTeller::Window& window);
   std::uint64_t numberOf(const std::string& id) const;
-  RunningApplication applicationOf(std::uint64_t number, const KwinScript::Window& window) const;
+  RunningApplication applicationOf(std::uint64_t number, const WindowTeller::Window& window) const;
 
-  const std::shared_ptr<KwinScript> script_;
+  const std::shared_ptr<WindowTeller> teller_;
   const ApplicationIdentifying& applications_;
   const std::string ownIdentifier_;
-  std::map<std::uint64_t, KwinScript::Window> windows_;
+  std::map<std::uint64_t, WindowTeller::Window> windows_;
   std::uint64_t last_ = 0;
   // Ours by the toolkit's numbers, as far as we have learnt which is which; the newest; and whose
   // number was asked for before it came up.

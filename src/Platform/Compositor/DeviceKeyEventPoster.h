@@ -9,10 +9,10 @@
 #include <string>
 
 #include "Platform/ApplicationIdentifying.h"
+#include "Platform/Compositor/TypingDevice.h"
 #include "Platform/KeyEventPoster.h"
 #include "Platform/PasteChord.h"
 #include "Platform/RunLoop.h"
-#include "Platform/Wayland/Keys/TypingDevice.h"
 #include "Platform/Workspace.h"
 
 namespace stowboard {
@@ -23,7 +23,7 @@ namespace stowboard {
 /// chord that the application in front pastes on (PasteChord.h); Command with another key is
 /// Control with it. Before it types, it waits for the activation under way, longestWait at most:
 /// until the window that is awaited is in front, or, when none is, any window that is not ours.
-class WaylandKeyEventPoster final : public KeyEventPoster {
+class DeviceKeyEventPoster final : public KeyEventPoster {
  public:
   static constexpr std::chrono::milliseconds longestWait{150};
   static constexpr std::chrono::milliseconds longestPublishing{500};
@@ -47,8 +47,8 @@ class WaylandKeyEventPoster final : public KeyEventPoster {
   };
 
   /// `loop` and `applications` must outlive the poster.
-  WaylandKeyEventPoster(std::unique_ptr<TypingDevice> device, RunLoop& loop,
-                        const ApplicationIdentifying& applications, Surroundings surroundings);
+  DeviceKeyEventPoster(std::unique_ptr<TypingDevice> device, RunLoop& loop,
+                       const ApplicationIdentifying& applications, Surroundings surroundings);
 
   std::unique_ptr<KeyEventPoster::Source> createSource() override;
   void post(const KeyEvent& event) override;
@@ -93,8 +93,8 @@ class WaylandKeyEventPoster final : public KeyEventPoster {
   bool isPumping_ = false;
   // Counts the pastes whose clip was asked for.
   std::uint64_t asked_ = 0;
-  const std::shared_ptr<WaylandKeyEventPoster*> self_ =
-      std::make_shared<WaylandKeyEventPoster*>(this);
+  const std::shared_ptr<DeviceKeyEventPoster*> self_ =
+      std::make_shared<DeviceKeyEventPoster*>(this);
   // The first to go, since it calls back.
   const std::unique_ptr<TypingDevice> device_;
 };

@@ -1,4 +1,4 @@
-#include "Platform/Wayland/Keys/WaylandKeymap.h"
+#include "Platform/Wayland/WaylandKeymap.h"
 
 #include <sys/mman.h>
 
