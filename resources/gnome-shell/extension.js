@@ -14,14 +14,14 @@ const PROGRAM = 'com.qarvin.stowboard';
 const NAME = 'com.qarvin.stowboard.Shell';
 const PATH = '/com/qarvin/stowboard/Shell';
 
-// Windows have the shell's own numbers. Keys of a chord are the kernel's codes; a grab names its key
+// Windows are named by the shell's own numbers. Keys of a chord are the kernel's codes; a grab names its key
 // by XKB's number, as "<Super><Shift>0x37".
 const INTERFACE = `
 <node>
   <interface name="${NAME}">
     <method name="Follow"/>
     <method name="Activate">
-      <arg name="window" type="t" direction="in"/>
+      <arg name="window" type="s" direction="in"/>
     </method>
     <method name="Grab">
       <arg name="name" type="s" direction="in"/>
@@ -40,13 +40,13 @@ const INTERFACE = `
       <arg name="key" type="u" direction="in"/>
       <arg name="isTyped" type="b" direction="out"/>
     </method>
-    <signal name="DidActivate">
-      <arg name="window" type="t"/>
+${['DidActivate', 'DidAdd', 'DidClose'].map(name => `
+    <signal name="${name}">
+      <arg name="window" type="s"/>
       <arg name="application" type="s"/>
       <arg name="windowClass" type="s"/>
       <arg name="process" type="u"/>
-    </signal>
-    <signal name="DidClose"><arg name="window" type="t"/></signal>
+    </signal>`).join('')}
     <signal name="Pressed"><arg name="name" type="s"/></signal>
     <signal name="ClickedElsewhere"/>
   </interface>
@@ -149,7 +149,7 @@ class Service {
 
     Activate(number) {
         const window = global.get_window_actors().map(actor => actor.meta_window)
-            .find(each => each.get_id() === number);
+            .find(each => String(each.get_id()) === number);
         if (window)
             Main.activateWindow(window);
     }
@@ -196,18 +196,26 @@ class Service {
     }
 
     _tellFront() {
-        const window = global.display.focus_window;
+        this._tell('DidActivate', global.display.focus_window);
+    }
+
+    _tell(what, window) {
         const application = window ? this._tracker.get_window_app(window) : null;
         const id = application?.is_window_backed() ? '' : application?.get_id() ?? '';
-        this._emit('DidActivate', '(tssu)', [window?.get_id() ?? 0, id,
-            window?.get_wm_class() ?? '', Math.max(window?.get_pid() ?? 0, 0)]);
+        this._emit(what, '(sssu)', [window ? String(window.get_id()) : '',
+            id.replace(/\.desktop$/, ''), window?.get_wm_class() ?? '',
+            Math.max(window?.get_pid() ?? 0, 0)]);
     }
 
     _welcome(window) {
         this._followEnd(window);
+        if (window.get_pid() !== this._process)
+            return;
         const isTransient = window.get_window_type() === Meta.WindowType.UTILITY;
-        if (window.get_pid() === this._process && isTransient)
+        if (isTransient)
             this._place(window);
+        if (isTransient || window.get_window_type() === Meta.WindowType.NORMAL)
+            this._tell('DidAdd', window);
     }
 
     // Below the pointer, else above it, and wholly on that monitor.
@@ -226,8 +234,7 @@ class Service {
     }
 
     _followEnd(window) {
-        window.connectObject('unmanaged',
-            () => this._emit('DidClose', '(t)', [window.get_id()]), this);
+        window.connectObject('unmanaged', () => this._tell('DidClose', window), this);
     }
 
     _press(action) {

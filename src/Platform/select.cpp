@@ -13,6 +13,7 @@
 #include "Platform/Desktop/XdgAutostart.h"
 #include "Platform/Desktop/XdgBundle.h"
 #include "Platform/Desktop/XdgFileOpener.h"
+#include "Platform/Gnome/GnomePlatform.h"
 #include "Platform/Inert.h"
 #include "Platform/Qt/QtImageCodec.h"
 #include "Platform/Qt/QtRunLoop.h"
@@ -70,7 +71,7 @@ ApplicationPresence::Claim claimPresence(const Bundle& bundle, std::chrono::mill
 class PlatformSelection::WindowSystem {
  public:
   WindowSystem(Platform& platform, const DisplaySelection& display, int thumbnailDimension)
-      : x11_(platform) {
+      : platform_(platform), isWaylandSession_(display.isWaylandSession), x11_(platform) {
     if (display.isWaylandSession) wayland_ = WaylandPlatform::create(platform, thumbnailDimension);
     if (!wayland_) x11_.addPasteboard(thumbnailDimension);
     logChoice(display, *platform.bundle);
@@ -79,7 +80,10 @@ class PlatformSelection::WindowSystem {
   void addOthers() {
     if (wayland_) wayland_->addOthers();
     x11_.addOthers();
-    if (wayland_) wayland_->addOnTop();
+    if (wayland_) return wayland_->addOnTop();
+    if (!isWaylandSession_) return;
+    gnome_ = GnomePlatform::create(platform_);
+    if (gnome_) gnome_->addOnTop();
   }
 
  private:
@@ -99,9 +103,12 @@ class PlatformSelection::WindowSystem {
         "Wayland application is recorded only if the compositor passes it on to X11 applications");
   }
 
+  Platform& platform_;
+  const bool isWaylandSession_;
   X11Platform x11_;
   /// Absent where X11 serves for everything.
   std::unique_ptr<WaylandPlatform> wayland_;
+  std::unique_ptr<GnomePlatform> gnome_;
 };
 
 PlatformSelection::PlatformSelection(const DisplaySelection& display,

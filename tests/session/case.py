@@ -15,6 +15,7 @@ sys.path.insert(1, str(ROOT / "tools" / "session"))
 from desktop import PrivateDesktop, ends_on_signals, wait_until  # noqa: E402
 from receivers import Receiver  # noqa: E402
 from stowboard import Stowboard  # noqa: E402
+from gnome import GnomeDesktop  # noqa: E402
 from kwin import KwinDesktop, become_ordinary  # noqa: E402
 from sway import SwayDesktop  # noqa: E402
 
@@ -22,7 +23,9 @@ PROGRAM = pathlib.Path(os.environ.get("STOWBOARD_PROGRAM", ROOT / "build/test/st
 DESKTOP = os.environ.get("STOWBOARD_DESKTOP")
 ON_SWAY = DESKTOP == "sway"
 ON_KWIN = DESKTOP == "kwin"
-ON_WAYLAND = ON_SWAY or ON_KWIN
+ON_GNOME = DESKTOP == "gnome"
+ON_WAYLAND = ON_SWAY or ON_KWIN or ON_GNOME
+DESKTOPS = {"sway": SwayDesktop, "kwin": KwinDesktop, "gnome": GnomeDesktop}
 SANITIZER_REPORTS = ("AddressSanitizer", "LeakSanitizer", "runtime error:")
 
 
@@ -32,8 +35,7 @@ class SessionCase(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        kind = SwayDesktop if ON_SWAY else KwinDesktop if ON_KWIN else PrivateDesktop
-        cls.desktop = cls.enterClassContext(kind())
+        cls.desktop = cls.enterClassContext(DESKTOPS.get(DESKTOP, PrivateDesktop)())
 
     def setUp(self):
         self.stowboard = Stowboard(self.desktop, PROGRAM)

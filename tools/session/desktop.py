@@ -110,8 +110,8 @@ class PrivateDesktop:
 
     # Among the forms of a text on the clipboard, only Stowboard's have this one.
     OWN_TARGET = "SAVE_TARGETS"
-    # Terminals that run on no other desktop; and what browsers run on.
-    TERMINALS = ()
+    # Terminals beside xterm that run on it; and what browsers run on.
+    TERMINALS = ("vte",)
     OZONE_PLATFORM = "x11"
     # Whether nobody can lift the keys that are held, so that pastes wait until they are let go.
     PASTES_ON_RELEASE = False

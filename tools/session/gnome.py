@@ -167,7 +167,7 @@ class GnomeDesktop(PlayedDesktop):
         return self._window(window).get("title", "")
 
     def traits(self, window):
-        return "_NET_WM_WINDOW_TYPE_UTILITY" if self._window(window).get("type") == 8 else ""
+        return "_NET_WM_WINDOW_TYPE_UTILITY" if self._window(window).get("type") == 7 else ""
 
     def rect(self, window):
         return tuple(self._window(window)["rect"])

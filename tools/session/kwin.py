@@ -85,7 +85,8 @@ class KwinDesktop(SwayDesktop):
     users."""
 
     PASTES_ON_RELEASE = shutil.which("kbuildsycoca6") is not None  # since version 6
-    TERMINALS = ()  # foot does not come up on a KWin that draws without OpenGL
+    # On a KWin that draws without OpenGL foot does not come up, nor on version 6 a VTE terminal.
+    TERMINALS = () if PASTES_ON_RELEASE else ("vte",)
 
     def _start_display(self):
         """The compositor needs the bus."""

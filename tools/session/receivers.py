@@ -112,4 +112,4 @@ class Receiver:
 
 def kinds(desktop):
     """All that there are on this desktop."""
-    return ("gtk3", "gtk4", "qt", "xterm", "vte", "browser", *desktop.TERMINALS)
+    return ("gtk3", "gtk4", "qt", "xterm", "browser", *desktop.TERMINALS)

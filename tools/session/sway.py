@@ -26,7 +26,7 @@ class SwayDesktop(PlayedDesktop):
     """Wayland programs run on sway, X11 ones on its XWayland; see PrivateDesktop."""
 
     OWN_TARGET = "application/x-stowboard"
-    TERMINALS = ("foot",)
+    TERMINALS = ("vte", "foot")
     OZONE_PLATFORM = "wayland"
 
     def _start_display(self):

@@ -42,6 +42,8 @@ class LastingBus {
   LastingBus(sd_bus* bus, std::function<void(sd_bus*)> onJoin,
              std::function<void(int error)> onLost = nullptr);
   ~LastingBus();
+  /// See BusNotifier.
+  void processSoon() { notifier_->processSoon(); }
   LastingBus(const LastingBus&) = delete;
   LastingBus& operator=(const LastingBus&) = delete;
 

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+
+namespace stowboard {
+
+struct Platform;
+class GnomeShell;
+class WaylandMainConnection;
+
+/// Puts the adapters of GNOME's Wayland session over those of X11, which stay in use while our
+/// extension of GNOME Shell is not there. Main thread.
+class GnomePlatform {
+ public:
+  /// `platform`, which must outlive this, has its other adapters. Null when this is no such
+  /// session.
+  static std::unique_ptr<GnomePlatform> create(Platform& platform);
+
+  void addOnTop();
+
+ private:
+  GnomePlatform(Platform& platform, std::shared_ptr<GnomeShell> shell,
+                std::shared_ptr<WaylandMainConnection> connection);
+
+  void addPoster();
+
+  Platform& platform_;
+  const std::shared_ptr<GnomeShell> shell_;
+  const std::shared_ptr<WaylandMainConnection> connection_;
+};
+
+}  // namespace stowboard
