@@ -49,6 +49,7 @@ ${['DidActivate', 'DidAdd', 'DidClose'].map(name => `
     </signal>`).join('')}
     <signal name="Pressed"><arg name="name" type="s"/></signal>
     <signal name="ClickedElsewhere"/>
+    <signal name="ClipboardDidChange"/>
   </interface>
 </node>`;
 
@@ -133,6 +134,11 @@ class Service {
             'notify::focus-window', () => this._tellFront(),
             'window-created', (_display, window) => this._welcome(window),
             'accelerator-activated', (_display, action) => this._press(action), this);
+        this._selection = global.display.get_selection();
+        this._selection.connectObject('owner-changed', (_selection, type) => {
+            if (type === Meta.SelectionType.SELECTION_CLIPBOARD)
+                this._emit('ClipboardDidChange', '()', []);
+        }, this);
         global.stage.connectObject(
             'captured-event', (_stage, event) => this._lookForClick(event), this);
         global.get_window_actors().forEach(actor => this._followEnd(actor.meta_window));
@@ -142,6 +148,7 @@ class Service {
     destroy() {
         global.display.disconnectObject(this);
         global.stage.disconnectObject(this);
+        this._selection.disconnectObject(this);
         global.get_window_actors().forEach(actor => actor.meta_window.disconnectObject(this));
         [...this._grabs.keys()].forEach(name => this.Ungrab(name));
         this._typist.destroy();
@@ -251,9 +258,17 @@ class Service {
         const type = event.type();
         const isClick = type === Clutter.EventType.BUTTON_PRESS ||
             type === Clutter.EventType.TOUCH_BEGIN;
-        if (isClick && global.display.focus_window?.get_pid() === this._process)
+        const front = global.display.focus_window;
+        if (isClick && front?.get_pid() === this._process && !this._isIn(front, event))
             this._emit('ClickedElsewhere', '()', []);
         return Clutter.EVENT_PROPAGATE;
+    }
+
+    _isIn(window, event) {
+        const [x, y] = event.get_coords();
+        const frame = window.get_frame_rect();
+        return x >= frame.x && x < frame.x + frame.width &&
+            y >= frame.y && y < frame.y + frame.height;
     }
 }
 

@@ -142,6 +142,12 @@ class GnomeDesktop(PlayedDesktop):
         self._input = GnomeInput(self.ask)
         self.point(self.width // 2, self.height // 2)
 
+    def set_layout(self, name):
+        self.output("gsettings", "set", "org.gnome.desktop.input-sources", "sources",
+                    f"[('xkb', '{name}')]")
+        current = "Main.panel.statusArea.keyboard?._inputSourceManager?.currentSource?.id"
+        wait_until(lambda: self.evaluate(current) == f'"{name}"', f"the layout is {name}")
+
     # Windows and the screen
 
     def window(self, title_or_class, seconds=20.0):

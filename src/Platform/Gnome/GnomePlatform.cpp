@@ -6,6 +6,7 @@
 #include "Platform/Clipboard/PublishingPasteboard.h"
 #include "Platform/Compositor/DeviceKeyEventPoster.h"
 #include "Platform/Compositor/ToldWorkspace.h"
+#include "Platform/Gnome/GnomeClipboardBridge.h"
 #include "Platform/Gnome/GnomeHotKeys.h"
 #include "Platform/Gnome/GnomeShell.h"
 #include "Platform/Gnome/GnomeSwitches.h"
@@ -26,7 +27,13 @@ std::unique_ptr<GnomePlatform> GnomePlatform::create(Platform& platform) {
 
 GnomePlatform::GnomePlatform(Platform& platform, std::shared_ptr<GnomeShell> shell,
                              std::shared_ptr<WaylandMainConnection> connection)
-    : platform_(platform), shell_(std::move(shell)), connection_(std::move(connection)) {}
+    : platform_(platform),
+      shell_(std::move(shell)),
+      connection_(std::move(connection)),
+      bridge_(std::make_unique<GnomeClipboardBridge>(*shell_, *platform_.pasteboard,
+                                                     *platform_.runLoop)) {}
+
+GnomePlatform::~GnomePlatform() = default;
 
 void GnomePlatform::addOnTop() {
   addPoster();
@@ -49,7 +56,10 @@ void GnomePlatform::addPoster() {
   around.awaitedWindow = [&workspace] { return workspace.awaitedWindow(); };
   if (auto* pasteboard = dynamic_cast<PublishingPasteboard*>(platform_.pasteboard.get())) {
     around.offerPrimary = [pasteboard] { pasteboard->offerPrimary(); };
-    around.whenPublished = [pasteboard](auto done) { pasteboard->whenPublished(std::move(done)); };
+    around.whenPublished = [this, pasteboard](auto done) {
+      pasteboard->whenPublished(
+          [this, done] { platform_.runLoop->post([this, done] { bridge_->whenThrough(done); }); });
+    };
   }
   auto poster = std::make_unique<DeviceKeyEventPoster>(
       std::make_unique<GnomeTypingDevice>(shell_, connection_), *platform_.runLoop,

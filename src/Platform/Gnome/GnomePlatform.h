@@ -5,6 +5,7 @@
 namespace stowboard {
 
 struct Platform;
+class GnomeClipboardBridge;
 class GnomeShell;
 class WaylandMainConnection;
 
@@ -15,6 +16,7 @@ class GnomePlatform {
   /// `platform`, which must outlive this, has its other adapters. Null when this is no such
   /// session.
   static std::unique_ptr<GnomePlatform> create(Platform& platform);
+  ~GnomePlatform();
 
   void addOnTop();
 
@@ -27,6 +29,7 @@ class GnomePlatform {
   Platform& platform_;
   const std::shared_ptr<GnomeShell> shell_;
   const std::shared_ptr<WaylandMainConnection> connection_;
+  const std::unique_ptr<GnomeClipboardBridge> bridge_;
 };
 
 }  // namespace stowboard

@@ -116,6 +116,8 @@ class GnomeShell::Bus {
     // Copies, because the callee may replace it.
     if (what == "Pressed") {
       if (const auto callback = shell.onPress) callback(readText(message));
+    } else if (what == "ClipboardDidChange") {
+      if (const auto callback = shell.onClipboardDidChange) callback();
     } else if (what == "ClickedElsewhere") {
       if (const auto callback = shell.onClickElsewhere) callback();
     } else {

@@ -48,6 +48,8 @@ class GnomeShell final : public WindowTeller {
 
   /// Called with the name of a grab each time that its key is pressed.
   std::function<void(const std::string& name)> onPress;
+  /// Called when the clipboard has another owner for Wayland programs.
+  std::function<void()> onClipboardDidChange;
   /// Called when one of the shell's own parts is clicked while a window of ours is in front.
   std::function<void()> onClickElsewhere;
 
