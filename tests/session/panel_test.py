@@ -3,7 +3,7 @@
 
 from Xlib import X, display
 
-from case import ON_KWIN, ON_SWAY, ON_WAYLAND, SessionCase, main, wait_until
+from case import ON_GNOME, ON_KWIN, ON_SWAY, ON_WAYLAND, SessionCase, main, wait_until
 from accessibility import Accessibility
 
 HOT_KEY = "super+shift+v"
@@ -22,7 +22,10 @@ class Panel(SessionCase):
     def open_at(self, x, y):
         self.desktop.point(x, y)
         self.desktop.keys(HOT_KEY)
-        return self.stowboard.wait_for_panel()
+        window = self.stowboard.wait_for_panel()
+        if ON_GNOME:
+            self.stowboard.settle()  # the shell moves it before it has come up
+        return window
 
     def test_what_is_typed_at_once_is_searched_and_pasted(self):
         self.start("[Übung]", "[second]", "[first]")
