@@ -46,6 +46,13 @@ class HotKeyCenter {
 
   /// Gives the combination back; unknown references are ignored.
   virtual void unregisterHotKey(Reference reference) = 0;
+
+  /// For the handler of a press that opens a window: what is typed from the press on waits, and goes
+  /// to whatever window has the focus when releaseTyping() is called, after 250 ms at the latest,
+  /// even if this program hangs. Does nothing on a system without a means for that.
+  virtual void holdTyping() {}
+  /// Does nothing while nothing is held.
+  virtual void releaseTyping() {}
 };
 
 }  // namespace stowboard

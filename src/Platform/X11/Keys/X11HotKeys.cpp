@@ -42,8 +42,11 @@ std::vector<std::uint16_t> combinations(std::uint8_t locks) {
 
 }  // namespace
 
-X11HotKeys::X11HotKeys(std::shared_ptr<X11MainConnection> connection)
+X11HotKeys::X11HotKeys(std::shared_ptr<X11MainConnection> connection,
+                       std::shared_ptr<X11MainConnection> others)
     : connection_(std::move(connection)),
+      asking_(others ? others : connection_),
+      hold_(X11KeyboardHold::create(connection_, std::move(others))),
       keyboard_(X11KeyboardMap::read(xcb())),
       subscription_(connection_->subscribe(
           {[this](const xcb_generic_event_t& event) { return handle(event); },
@@ -77,6 +80,7 @@ HotKeyCenter::Status X11HotKeys::installEventHandler(Handler handler) {
 
 HotKeyCenter::Registration X11HotKeys::registerHotKey(const HotKeyConfig& config,
                                                       const HotKeyIdentity& identity) {
+  releaseTyping();
   HotKey hotKey{config, identity, std::nullopt};
   const Status status = take(hotKey);
   if (status != noError) return {status, 0};
@@ -89,6 +93,17 @@ void X11HotKeys::unregisterHotKey(Reference reference) {
   if (!hotKey || !hotKey.mapped().chord || isTaken(*hotKey.mapped().chord)) return;
   ungrab(*hotKey.mapped().chord);
   xcb_flush(xcb());
+}
+
+// What was pressed with the key is told of by its release, as it goes to whoever has the focus then.
+void X11HotKeys::holdTyping() {
+  if (!hold_) return;
+  setReleaseEvents(true);
+  hold_->begin();
+}
+
+void X11HotKeys::releaseTyping() {
+  if (hold_) hold_->end();
 }
 
 HotKeyCenter::Status X11HotKeys::take(HotKey& hotKey) {
@@ -224,8 +239,8 @@ void X11HotKeys::setReleaseEvents(bool areWanted) {
 // The server announces a changed mapping also when only the device changed that was typed on last:
 // taking the keys anew each time would lose presses.
 void X11HotKeys::followKeyboard() {
-  auto keyboard = X11KeyboardMap::read(xcb());
-  if (connection_->isBroken()) return;
+  auto keyboard = X11KeyboardMap::read(asking_->xcb());
+  if (asking_->isBroken()) return;
   const auto carriesTheSame = [&](std::uint32_t mask) {
     return keyboard.modifiersForMask(mask) == keyboard_.modifiersForMask(mask);
   };
