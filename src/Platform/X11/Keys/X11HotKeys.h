@@ -44,6 +44,7 @@ class X11HotKeys final : public HotKeyCenter {
   void unregisterHotKey(Reference reference) override;
   void holdTyping() override;
   void releaseTyping() override;
+  bool pressInWindow(std::uint32_t xkbKey, std::uint32_t modifiers) override;
 
  private:
   /// A key with the modifiers held for it, lock keys aside.
@@ -67,8 +68,9 @@ class X11HotKeys final : public HotKeyCenter {
   bool isTaken(const Chord& chord) const;
   bool handle(const xcb_generic_event_t& event);
   void handlePress(const xcb_key_press_event_t& press);
+  void deliver(const HotKeyIdentity& identity) const;
   void handleRelease(const xcb_key_release_event_t& release);
-  void handleEndOfGrab();
+  void forgetReleasedKeys();
   void handleLateRelease(const xcb_ge_generic_event_t& event);
   void setReleaseEvents(bool areWanted);
   void followKeyboard();

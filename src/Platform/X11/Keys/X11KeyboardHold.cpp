@@ -16,8 +16,8 @@ void start(xcb_connection_t* connection) {
   xcb_discard_reply(connection, xcb_sync_initialize(connection, 3, 0).sequence);
 }
 
-// Each counter takes 14 bytes, its name, and what fills them up to whole words (SYNC protocol, 3.1);
-// xcb's iterator takes the 14 for 16 and runs past the end.
+// Each counter takes 14 bytes, its name, and what fills them up to whole words (SYNC
+// protocol, 3.1); xcb's iterator takes the 14 for 16 and runs past the end.
 xcb_sync_counter_t findClock(xcb_connection_t* connection) {
   constexpr std::size_t headSize = 14;
   const auto reply = awaitReply(xcb_sync_list_system_counters_reply, connection,
@@ -76,10 +76,9 @@ void X11KeyboardHold::begin() {
   auto* xcb = holding_->xcb();
   isHeld_ = true;
   ++begun_;
-  xcb_discard_reply(
-      xcb, xcb_grab_keyboard(xcb, 0, holding_->root(), XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC,
-                             XCB_GRAB_MODE_SYNC)
-               .sequence);
+  xcb_discard_reply(xcb, xcb_grab_keyboard(xcb, 0, holding_->root(), XCB_CURRENT_TIME,
+                                           XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_SYNC)
+                             .sequence);
   // The server looks at its clock for this; the wait counts from what it saw last.
   xcb_discard_reply(xcb, xcb_sync_query_counter(xcb, clock_).sequence);
   const std::array until{reaches(clock_, XCB_SYNC_VALUETYPE_RELATIVE, limitMilliseconds),

@@ -9,14 +9,14 @@
 
 namespace stowboard {
 
-/// Has the X server keep back what is typed, and play it to whatever window has the focus when it is
-/// told to go on. The server itself goes on after 250 ms: it is given the end beforehand, behind a
-/// wait of the SYNC extension, so that nothing depends on this program running. Main thread.
+/// Has the X server keep back what is typed, and play it to whatever window has the focus when it
+/// is told to go on. The server itself goes on after 250 ms: it is given the end beforehand, behind
+/// a wait of the SYNC extension, so that nothing depends on this program running. Main thread.
 class X11KeyboardHold {
  public:
   /// `holding` is the connection of the grab that is in force when a hold begins; its requests wait
-  /// as long as the hold lasts. `ending` is another one. Null where the server has no SYNC extension
-  /// with a clock. Waits for one round trip.
+  /// as long as the hold lasts. `ending` is another one. Null where the server has no SYNC
+  /// extension with a clock. Waits for one round trip.
   static std::unique_ptr<X11KeyboardHold> create(std::shared_ptr<X11MainConnection> holding,
                                                  std::shared_ptr<X11MainConnection> ending);
   ~X11KeyboardHold();
