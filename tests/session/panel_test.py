@@ -83,27 +83,6 @@ class Panel(SessionCase):
                 self.gtk.wait_for(expected)
                 self.stowboard.stop()
 
-    def test_hot_keys_work_while_a_menu_of_ours_is_open(self):
-        for hot_key, modifiers in ((HOT_KEY, 0x300), ("ctrl+shift+v", 0x1200)):
-            with self.subTest(hot_key):
-                self.stowboard.set(hotKey={"keyCode": 9, "modifiers": modifiers})
-                self.start("[clip]")
-                self.desktop.point(400, 200)
-                self.desktop.keys(hot_key)
-                self.stowboard.wait_for_panel()
-                x, y, _, _ = self.stowboard.panel_rect()
-                before = self.desktop.windows("stowboard", by="class")
-                self.desktop.click(x + 100, y + 15, button=3)
-                wait_until(lambda: self.desktop.windows("stowboard", by="class") != before,
-                           "the menu is open")
-                *held, key = hot_key.split("+")
-                self.desktop.hold(*held, key)
-                self.stowboard.wait_until_panel_closed()
-                self.desktop.release(key, *held)
-                self.desktop.keys(hot_key)
-                self.stowboard.wait_for_panel()
-                self.stowboard.stop()
-
     @unittest.skipIf(ON_SWAY, "there is no grab")
     def test_the_keyboard_comes_back_while_the_program_hangs(self):
         self.start("[clip]")

@@ -36,6 +36,10 @@ HistoryPanel::HistoryPanel(std::shared_ptr<AppState> appState, PasteSimulating* 
   window_ = std::make_unique<PopoverWindow>(std::move(view));
   window_->setWindowTitle(QStringLiteral("Stowboard"));
   window_->onDidAppear = [this] { bringToFront(); };
+  window_->onDidChangeDensity = [this] {
+    prepareToShow();
+    view_->fitDensity();
+  };
   window_->onDidResignActive = [this] { dismiss(); };
   window_->onDidClose = [this] { didClose(); };
   viewModel_.onRequestClose = [this] { close(); };
