@@ -70,13 +70,14 @@ void SearchField::keyPressEvent(QKeyEvent* event) {
 bool SearchField::isTypedWithinHotKey(const QKeyEvent& event) {
   constexpr auto typesNothing = Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
   if (event.modifiers() != heldModifiers_ || event.key() >= Qt::Key_Escape) heldModifiers_ = {};
-  return heldModifiers_.testAnyFlags(typesNothing) && QChar(event.key()).isLetter();
+  return heldModifiers_.testAnyFlags(typesNothing) &&
+         QChar::isLetter(static_cast<char32_t>(event.key()));
 }
 
 void SearchField::edit(QKeyEvent* event) {
   if (isTypedWithinHotKey(*event)) {
-    const QString letter = QChar(event->key()).toLower();
-    QKeyEvent alone(event->type(), event->key(), Qt::NoModifier, letter);
+    const char32_t letter = QChar::toLower(static_cast<char32_t>(event->key()));
+    QKeyEvent alone(event->type(), event->key(), Qt::NoModifier, QString::fromUcs4(&letter, 1));
     return TextField::keyPressEvent(&alone);
   }
   if (event->modifiers().testFlag(Qt::MetaModifier)) {
