@@ -208,7 +208,8 @@ class Panel(SessionCase):
         wait_until(fills_the_screen, "it fills the screen")
         panel = self.open_at(600, 300)
         if not ON_SWAY:
-            self.assertIn("= 1", self.desktop.output("xprop", "-id", panel, "_NET_WM_DESKTOP"))
+            desktop = ("xprop", "-id", panel, "_NET_WM_DESKTOP")
+            wait_until(lambda: "= 1" in self.desktop.output(*desktop), "it is on the second desktop")
             stacking = self.desktop.output("xprop", "-root", "_NET_CLIENT_LIST_STACKING")
             self.assertEqual(int(stacking.split()[-1], 16), int(panel))
         self.desktop.keys("Escape")
