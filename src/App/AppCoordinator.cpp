@@ -51,7 +51,7 @@ void AppCoordinator::start() {
   observeSettingsChanges();
   setupStatusItem();
   if (auto* application = QCoreApplication::instance()) {
-    menuYielding_ = std::make_unique<MenuYielding>();
+    menuYielding_ = std::make_unique<MenuYielding>(*platform_.hotKeyCenter);
     application->installEventFilter(menuYielding_.get());
   }
   container_->pasteSimulator().onDidActivate = weakly(&AppCoordinator::closeHistoryPanel);

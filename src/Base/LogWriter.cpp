@@ -171,7 +171,11 @@ void LogWriter::run() {
     waiting_.pop_front();
     waitingBytes_ -= entry.line.message.size();
     lock.unlock();
-    write(entry);
+    try {
+      write(entry);
+    } catch (const std::exception&) {
+      // There is no memory for the line; the next ones may find some.
+    }
     lock.lock();
     ++writtenCount_;
     if (dropped_ > 0 && waiting_.empty()) {

@@ -1,11 +1,11 @@
 #include "Base/SerialQueue.h"
 
-#include <exception>
+#include <future>
 #include <memory>
 #include <utility>
 
-#include "Base/Log.h"
 #include "Base/SignalFreeThread.h"
+#include "Base/Survive.h"
 
 namespace stowboard {
 
@@ -20,32 +20,25 @@ SerialQueue::~SerialQueue() {
   if (thread_.joinable()) thread_.join();
 }
 
-void SerialQueue::async(Task task) {
-  {
-    const std::lock_guard lock(mutex_);
-    tasks_.push_back(std::move(task));
-    if (!thread_.joinable()) thread_ = startSignalFreeThread(label_, [this] { run(); });
-  }
+bool SerialQueue::async(Task task) {
+  const bool isQueued = survives(Log::app, label_, [&] { enqueue(std::move(task)); });
   wake_.notify_one();
+  return isQueued;
+}
+
+// The thread comes first: without one, nothing would ever take the task.
+void SerialQueue::enqueue(Task task) {
+  const std::lock_guard lock(mutex_);
+  if (!thread_.joinable()) thread_ = startSignalFreeThread(label_, [this] { run(); });
+  tasks_.push_back(std::move(task));
 }
 
 void SerialQueue::sync(Task task) {
-  std::mutex mutex;
-  std::condition_variable finished;
-  bool done = false;
-  async([&] {
-    // Also after a task that throws.
-    const auto finish = [&](const Task*) {
-      // Notified under the lock: once it is released, the caller may be gone with all of these.
-      const std::lock_guard lock(mutex);
-      done = true;
-      finished.notify_one();
-    };
-    const std::unique_ptr<const Task, decltype(finish)> running(&task, finish);
-    task();
-  });
-  std::unique_lock lock(mutex);
-  finished.wait(lock, [&] { return done; });
+  auto ended = std::make_shared<std::promise<void>>();
+  const auto end = ended->get_future();
+  // Its promise ends with the task, whatever becomes of that.
+  async([task = std::move(task), ended = std::move(ended)] { task(); });
+  end.wait();
 }
 
 void SerialQueue::run() {
@@ -57,24 +50,10 @@ void SerialQueue::run() {
       const Task task = std::move(tasks_.front());
       tasks_.pop_front();
       lock.unlock();
-      perform(task);
+      survives(Log::app, label_, task);
     }
     // The task, and what it held, is gone before the lock is taken again.
     lock.lock();
-  }
-}
-
-void SerialQueue::perform(const Task& task) const {
-  try {
-    try {
-      task();
-    } catch (const std::exception& error) {
-      Log::app.error("A task of {} failed: {}", label_, error.what());
-    } catch (...) {
-      Log::app.error("A task of {} failed", label_);
-    }
-  } catch (const std::exception&) {
-    // There is no memory even to tell of it.
   }
 }
 

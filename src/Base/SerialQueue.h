@@ -10,9 +10,9 @@
 namespace stowboard {
 
 /// Runs tasks one at a time, in submission order, on a thread of its own that starts with the first
-/// task and sleeps without waking while there is none. A task that throws costs no other: the log
-/// tells. Safe to use from any thread; destruction runs what was submitted before and then ends the
-/// thread.
+/// task and sleeps without waking while there is none. A task that throws, or that cannot be queued
+/// for lack of memory or of a thread, costs no other: the log tells. Safe to use from any thread;
+/// destruction runs what was submitted before and then ends the thread.
 class SerialQueue {
  public:
   using Task = std::function<void()>;
@@ -23,14 +23,15 @@ class SerialQueue {
   SerialQueue(const SerialQueue&) = delete;
   SerialQueue& operator=(const SerialQueue&) = delete;
 
-  /// Queues the task and returns at once.
-  void async(Task task);
-  /// Queues the task and returns when it has run. Never to be called from a task of this queue.
+  /// Queues the task and returns at once. False when it could not be queued and is gone.
+  bool async(Task task);
+  /// Queues the task and returns when it has run, or could not be queued. Never to be called from a
+  /// task of this queue.
   void sync(Task task);
 
  private:
   void run();
-  void perform(const Task& task) const;
+  void enqueue(Task task);
 
   const std::string label_;
   std::mutex mutex_;

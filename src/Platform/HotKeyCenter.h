@@ -46,6 +46,21 @@ class HotKeyCenter {
 
   /// Gives the combination back; unknown references are ignored.
   virtual void unregisterHotKey(Reference reference) = 0;
+
+  /// For the handler of a press that opens a window: what is typed from the press on waits, and
+  /// goes to whatever window has the focus when releaseTyping() is called, after 250 ms at the
+  /// latest, even if this program hangs. Does nothing on a system without a means for that.
+  virtual void holdTyping() {}
+  /// Does nothing while nothing is held.
+  virtual void releaseTyping() {}
+
+  /// For a press that came to a window of this program after all, as to an open menu, which has the
+  /// whole keyboard: treats it as one of the system's. The key is an XKB key code (KeyPositions.h),
+  /// the modifiers are a mask as in HotKeyConfig. False when no hot key of ours is such a
+  /// combination, or the system lets no window keep it.
+  virtual bool pressInWindow(std::uint32_t /*xkbKey*/, std::uint32_t /*modifiers*/) {
+    return false;
+  }
 };
 
 }  // namespace stowboard

@@ -16,6 +16,9 @@ class TransientWindows {
     virtual ~Watch() = default;
     /// Called when a button is let go, or a finger lifted, anywhere. Absent at first.
     std::function<void()> onRelease;
+    /// Called when the window has the focus for the window system, so that keys go to it; a toolkit
+    /// may believe so earlier. Absent at first.
+    std::function<void()> onFocus;
   };
 
   virtual ~TransientWindows() = default;

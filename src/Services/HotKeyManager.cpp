@@ -69,6 +69,7 @@ bool HotKeyManager::installEventHandlerIfNeeded() {
 void HotKeyManager::handleHotKey(std::uint32_t id) {
   const auto found = registrations_.find(id);
   if (found == registrations_.end()) return;
+  if (id == panelId) center_.holdTyping();
   // On a later turn, with a copy: the handler may end its own registration.
   runLoop_.post(found->second.handler);
 }

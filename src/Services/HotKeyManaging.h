@@ -14,7 +14,8 @@ class HotKeyManaging {
 
   virtual ~HotKeyManaging() = default;
 
-  /// Registers the combination under id 1; see below.
+  /// Registers the combination under id 1; see below. It opens a window: what is typed after the
+  /// press waits for that.
   virtual bool registerHotKey(const HotKeyConfig& config, Handler handler) = 0;
   /// Replaces whatever the id stood for. True when the combination is now registered; when false,
   /// the id stands for nothing. The handler runs on a later turn of the main loop, once a press.

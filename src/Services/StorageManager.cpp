@@ -87,11 +87,18 @@ void StorageManager::prepareFile(const fs::path& path) {
 void StorageManager::beginLoading() {
   const auto result = std::make_shared<std::promise<std::vector<ClipItem>>>();
   loading_ = result->get_future();
-  queue_.async([this, result] { result->set_value(readHistory()); });
+  if (!queue_.async([this, result] { result->set_value(readHistory()); })) loading_ = {};
 }
 
 std::vector<ClipItem> StorageManager::loadHistory() {
-  return loading_.valid() ? loading_.get() : readHistory();
+  if (!loading_.valid()) return readHistory();
+  try {
+    return loading_.get();
+  } catch (const std::future_error&) {
+    // Reading it failed, as the log tells. What is there is kept aside.
+    history_.isUnread = true;
+    return {};
+  }
 }
 
 std::vector<ClipItem> StorageManager::readHistory() {

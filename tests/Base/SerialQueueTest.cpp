@@ -66,6 +66,41 @@ TEST(SerialQueue, ATaskThatThrowsCostsNoOther) {
                                                 "error app: A task of test failed"));
 }
 
+/// No thread can be had while one lives: each would need more memory than there is.
+class NoThreads {
+ public:
+  NoThreads() {
+    pthread_getattr_default_np(&before_);
+    pthread_attr_t huge;
+    pthread_getattr_default_np(&huge);
+    pthread_attr_setstacksize(&huge, std::size_t{1} << 46);
+    EXPECT_EQ(pthread_setattr_default_np(&huge), 0);
+    pthread_attr_destroy(&huge);
+  }
+  ~NoThreads() {
+    pthread_setattr_default_np(&before_);
+    pthread_attr_destroy(&before_);
+  }
+
+ private:
+  pthread_attr_t before_;
+};
+
+TEST(SerialQueue, CostsATaskAtMostWhereNoThreadIsToBeHad) {
+  LogCapture log;
+  SerialQueue queue("test");
+  int finished = 0;
+  {
+    const NoThreads scarcity;
+    EXPECT_FALSE(queue.async([&] { finished += 100; }));
+    queue.sync([&] { finished += 100; });
+  }
+  queue.sync([&] { ++finished; });
+  EXPECT_EQ(finished, 1);
+  const auto told = testing::StartsWith("error app: A task of test failed: ");
+  EXPECT_THAT(log.lines(), testing::ElementsAre(told, told));
+}
+
 TEST(SerialQueue, ItsThreadIsNamedAndTakesNoSignals) {
   SerialQueue queue("com.example.storage");
   queue.sync([] {

@@ -39,11 +39,13 @@ TEST_F(HotKeyManagerTest, RunsTheHandlerOncePerPressOnALaterTurn) {
   EXPECT_TRUE(manager_->registerHotKey(commandV, handler("panel")));
   EXPECT_TRUE(manager_->registerHotKey(101, optionOne, handler("paste")));
   EXPECT_EQ(center_.installations, 1);
+  center_.press(optionOne);
+  EXPECT_FALSE(center_.holdsTyping);
   center_.press(commandV);
+  EXPECT_TRUE(center_.holdsTyping) << "the panel is to get what is typed";
   EXPECT_THAT(runs_, IsEmpty());
   runLoop_.runUntilIdle();
-  press(optionOne);
-  EXPECT_THAT(runs_, ElementsAre("panel", "paste"));
+  EXPECT_THAT(runs_, ElementsAre("paste", "panel"));
   EXPECT_THAT(log_.lines(), ElementsAre("info hotkey: Hotkey [1] registered: ⌘V",
                                         "info hotkey: Hotkey [101] registered: ⌥1"));
 }

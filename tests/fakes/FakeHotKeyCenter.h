@@ -23,6 +23,7 @@ class FakeHotKeyCenter : public HotKeyCenter {
   std::vector<HotKeyConfig> taken;
   int installations = 0;
   std::map<Reference, Held> held;
+  bool holdsTyping = false;
 
   /// Presses the combination: the oldest registration gets it, if there is one.
   void press(const HotKeyConfig& config) {
@@ -46,6 +47,8 @@ class FakeHotKeyCenter : public HotKeyCenter {
   }
 
   void unregisterHotKey(Reference reference) override { held.erase(reference); }
+  void holdTyping() override { holdsTyping = true; }
+  void releaseTyping() override { holdsTyping = false; }
 
  private:
   Handler handler_;

@@ -1,12 +1,18 @@
 #!/usr/bin/python3
 """The history panel: opens anywhere, takes the keyboard, pastes, and goes when the user turns away."""
 
+import signal
+import unittest
+
 from Xlib import X, display
+from Xlib.ext import xtest
 
 from case import ON_GNOME, ON_KWIN, ON_SWAY, ON_WAYLAND, SessionCase, main, wait_until
 from accessibility import Accessibility
 
 HOT_KEY = "super+shift+v"
+SUPER, SHIFT, V = 133, 50, 55
+LETTERS = {"a": 38, "b": 56, "c": 54}
 
 
 class Panel(SessionCase):
@@ -48,6 +54,57 @@ class Panel(SessionCase):
                 self.gtk.wait_for(expected)
                 self.stowboard.wait_until_panel_closed()
         self.assertEqual(self.stowboard.texts(), ["[first]", "[second]", "[Übung]"])
+
+    def server(self):
+        """A connection to the X server of our own."""
+        server = display.Display(self.desktop.environment["DISPLAY"])
+        self.addCleanup(server.close)
+        return server
+
+    def play(self, keys, milliseconds):
+        """Has the server press ("+" before it) and release keys, at the pace of a keyboard."""
+        server = self.server()
+        for key in keys:
+            xtest.fake_input(server, X.KeyPress if key > 0 else X.KeyRelease, abs(key),
+                             time=milliseconds)
+        server.sync()
+
+    @unittest.skipIf(ON_WAYLAND, "no program can have a compositor keep the keyboard until its window is there")
+    def test_what_is_typed_from_the_press_on_is_searched(self):
+        chord = [SUPER, SHIFT, V]
+        typed = [step for letter in "abc" for step in (LETTERS[letter], -LETTERS[letter])]
+        expected = ""
+        for how, keys in (("after the chord", chord + [-V, -SHIFT, -SUPER] + typed),
+                          ("while its key is held", chord + [-SHIFT, -SUPER] + typed + [-V]),
+                          ("while all of it is held", chord + typed + [-V, -SHIFT, -SUPER])):
+            with self.subTest(how):
+                self.start("[abc]", "[first]")
+                self.play(keys, 8)
+                self.stowboard.wait_for_panel()
+                self.desktop.keys("Return")
+                expected += "[abc]"
+                self.gtk.wait_for(expected)
+                self.stowboard.stop()
+
+    @unittest.skipIf(ON_WAYLAND, "there is no grab")
+    def test_the_keyboard_comes_back_while_the_program_hangs(self):
+        self.start("[clip]")
+        server = self.server()
+        def is_held():
+            status = server.screen().root.grab_keyboard(False, X.GrabModeAsync, X.GrabModeAsync,
+                                                        X.CurrentTime)
+            server.ungrab_keyboard(X.CurrentTime)
+            server.sync()
+            return status == X.AlreadyGrabbed
+        self.desktop.manager.send_signal(signal.SIGSTOP)  # so that the panel gets no focus
+        self.addCleanup(self.desktop.manager.send_signal, signal.SIGCONT)
+        self.play([SUPER, SHIFT, V, -V, -SHIFT, -SUPER], 8)
+        wait_until(is_held, "the keyboard is held for the panel", 0.2)
+        self.stowboard.process.send_signal(signal.SIGSTOP)
+        self.addCleanup(self.stowboard.process.send_signal, signal.SIGCONT)
+        wait_until(lambda: not is_held(), "the keyboard is free")
+        self.desktop.type_text("abc")
+        self.gtk.wait_for("abc")
 
     def test_a_click_on_a_row_pastes_it(self):
         self.start("[second]", "[first]")
@@ -154,7 +211,8 @@ class Panel(SessionCase):
         wait_until(fills_the_screen, "it fills the screen")
         panel = self.open_at(600, 300)
         if not ON_WAYLAND:
-            self.assertIn("= 1", self.desktop.output("xprop", "-id", panel, "_NET_WM_DESKTOP"))
+            desktop = ("xprop", "-id", panel, "_NET_WM_DESKTOP")
+            wait_until(lambda: "= 1" in self.desktop.output(*desktop), "it is on the second desktop")
             stacking = self.desktop.output("xprop", "-root", "_NET_CLIENT_LIST_STACKING")
             self.assertEqual(int(stacking.split()[-1], 16), int(panel))
         self.desktop.keys("Escape")

@@ -229,7 +229,7 @@ class PrivateDesktop:
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = self._first_line(bus)
 
     def _start_window_manager(self):
-        manager = self.start(["openbox", "--sm-disable"])
+        self.manager = manager = self.start(["openbox", "--sm-disable"])
         wait_until(lambda: manager.poll() is not None or "window id #" in self.output(
             "xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), "the window manager runs")
         if manager.poll() is not None:

@@ -19,6 +19,7 @@
 #include "Base/Log.h"
 #include "Base/SerialQueue.h"
 #include "Base/SignalFreeThread.h"
+#include "Base/Survive.h"
 #include "Platform/Clipboard/ClipboardSnapshot.h"
 #include "Platform/Clipboard/TransferBuffer.h"
 
@@ -122,11 +123,7 @@ class ClipboardThread {
   // What finds no memory is lost, but nothing else is.
   template <typename Work>
   static void guard(Work work) {
-    try {
-      work();
-    } catch (const std::bad_alloc&) {
-      Log::clipboard.error("There is not enough memory to go on with the clipboard's content");
-    }
+    survives(Log::clipboard, "the clipboard", work);
   }
 
   bool runCommands() {
@@ -168,11 +165,15 @@ class ClipboardThread {
 
   Background background(SerialQueue& queue, const std::atomic<bool>& isOver) {
     return [this, &queue, &isOver](auto work, auto finish) {
-      queue.async([this, &isOver, work = std::move(work), finish = std::move(finish)] {
+      const auto end = [this, finish = std::move(finish)] {
+        post([finish](Session&) { finish(); });
+      };
+      const bool isQueued = queue.async([&isOver, work = std::move(work), end] {
         if (isOver) return;
         guard(work);
-        post([finish](Session&) { finish(); });
+        end();
       });
+      if (!isQueued) end();
     };
   }
 

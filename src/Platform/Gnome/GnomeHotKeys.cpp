@@ -97,6 +97,16 @@ void GnomeHotKeys::unregisterHotKey(Reference reference) {
   if (shell_->isServing() && oldest(keys) == hotKeys_.end()) shell_->ungrab(keys);
 }
 
+void GnomeHotKeys::holdTyping() {
+  if (!shell_->isServing()) otherwise_->holdTyping();
+}
+
+void GnomeHotKeys::releaseTyping() { otherwise_->releaseTyping(); }
+
+bool GnomeHotKeys::pressInWindow(std::uint32_t xkbKey, std::uint32_t modifiers) {
+  return !shell_->isServing() && otherwise_->pressInWindow(xkbKey, modifiers);
+}
+
 void GnomeHotKeys::servingDidChange() {
   for (auto& [reference, hotKey] : hotKeys_) {
     if (shell_->isServing()) {

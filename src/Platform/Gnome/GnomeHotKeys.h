@@ -26,6 +26,9 @@ class GnomeHotKeys final : public HotKeyCenter {
   Status installEventHandler(Handler handler) override;
   Registration registerHotKey(const HotKeyConfig& config, const HotKeyIdentity& identity) override;
   void unregisterHotKey(Reference reference) override;
+  void holdTyping() override;
+  void releaseTyping() override;
+  bool pressInWindow(std::uint32_t xkbKey, std::uint32_t modifiers) override;
 
  private:
   struct HotKey {

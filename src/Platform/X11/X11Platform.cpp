@@ -53,9 +53,11 @@ void X11Platform::addOthers() {
   share<X11Workspace, InertWorkspace>(platform_.workspace, connection,
                                       "The frontmost application cannot be told on this X server",
                                       std::as_const(*platform_.applications));
-  share<X11HotKeys, InertHotKeyCenter>(
-      platform_.hotKeyCenter, connection,
-      "No global hot keys: the X server does not offer what they need");
+  if (!platform_.hotKeyCenter) {
+    share<X11HotKeys, InertHotKeyCenter>(
+        platform_.hotKeyCenter, X11MainConnection::open(),
+        "No global hot keys: the X server does not offer what they need", connection);
+  }
   if (!platform_.keyEventPoster) addPoster(connection.get());
   share<X11AccessibilityTrust, InertAccessibilityTrust>(
       platform_.accessibilityTrust, connection,

@@ -1,6 +1,7 @@
 #include "UI/Controls/PopoverWindow.h"
 
 #include <QAccessibleWidget>
+#include <QBackingStore>
 #include <QEvent>
 #include <QGuiApplication>
 #include <QPainter>
@@ -11,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "UI/Controls/ScreenDensity.h"
 #include "UI/Looks/Colors.h"
 
 namespace stowboard {
@@ -59,6 +61,16 @@ QRectF onPixels(const QRect& rect, qreal ratio) {
           QPointF(nearest(rect.right() + 1), nearest(rect.bottom() + 1))};
 }
 
+// Moved as little as need be; at the left and at the top where it does not fit.
+QRect inside(QRect rect, const QRect& available) {
+  const auto start = [](int wanted, int length, int from, int to) {
+    return std::max(from, std::min(wanted, to + 1 - length));
+  };
+  rect.moveLeft(start(rect.left(), rect.width(), available.left(), available.right()));
+  rect.moveTop(start(rect.top(), rect.height(), available.top(), available.bottom()));
+  return rect;
+}
+
 void fill(QPainter& painter, const QRectF& rect, qreal radius, const QColor& color) {
   painter.setPen(Qt::NoPen);
   painter.setBrush(color);
@@ -86,6 +98,7 @@ PopoverWindow::PopoverWindow(std::unique_ptr<QWidget> content)
   // Always able to be translucent: a native window cannot become so later.
   setAttribute(Qt::WA_TranslucentBackground);
   setShadowed(false);
+  whenDensityChanges(this, [this] { fitDensity(); });
 }
 
 QSize PopoverWindow::panelSize() const { return content_->size() + 2 * QSize(edge, edge); }
@@ -128,12 +141,7 @@ QRect PopoverWindow::placed(const QSize& panel, const QRect& anchor, const QRect
   rect.moveCenter(anchor.center());
   rect.moveTop(anchor.bottom() + 1 + distanceToAnchor);
   if (rect.bottom() > available.bottom()) rect.moveBottom(anchor.top() - 1 - distanceToAnchor);
-  const auto inside = [](int start, int length, int from, int to) {
-    return std::max(from, std::min(start, to + 1 - length));
-  };
-  rect.moveLeft(inside(rect.left(), rect.width(), available.left(), available.right()));
-  rect.moveTop(inside(rect.top(), rect.height(), available.top(), available.bottom()));
-  return rect;
+  return inside(rect, available);
 }
 
 void PopoverWindow::placeBy(const QRect& anchor) {
@@ -142,6 +150,21 @@ void PopoverWindow::placeBy(const QRect& anchor) {
   setScreen(screen);
   const QRect panel = placed(panelSize(), anchor, screen->availableGeometry());
   move(panel.topLeft() - panelRect().topLeft());
+}
+
+// The hidden one is fitted as it is shown.
+void PopoverWindow::fitDensity() {
+  if (!isVisible()) return;
+  // The window manager holds it to a size in pixels, which is announced at a change only.
+  windowHandle()->setMaximumSize(size() + QSize(1, 1));
+  windowHandle()->setMaximumSize(size());
+  windowHandle()->resize(size());
+  backingStore()->resize(size());
+  const QPoint corner = panelRect().topLeft();
+  move(inside(QRect(pos() + corner, panelSize()), screen()->availableGeometry()).topLeft() -
+       corner);
+  if (onDidChangeDensity) onDidChangeDensity();
+  update();
 }
 
 bool PopoverWindow::event(QEvent* event) {

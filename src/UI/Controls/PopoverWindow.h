@@ -35,6 +35,8 @@ class PopoverWindow final : public QWidget {
 
   /// Once an opening, when it is on screen and the window manager knows it.
   std::function<void()> onDidAppear;
+  /// It has another size in pixels of the screen, while it is open.
+  std::function<void()> onDidChangeDensity;
   /// Another window has become active, or none.
   std::function<void()> onDidResignActive;
   /// Whatever has closed it.
@@ -49,6 +51,7 @@ class PopoverWindow final : public QWidget {
   QSize panelSize() const;
   void setShadowed(bool isShadowed);
   void drawShadow();
+  void fitDensity();
 
   QWidget* const content_;
   bool isShadowed_ = true;

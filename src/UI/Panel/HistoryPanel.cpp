@@ -24,6 +24,7 @@ HistoryPanel::HistoryPanel(std::shared_ptr<AppState> appState, PasteSimulating* 
     : appState_(std::move(appState)),
       compositing_(*platform.compositing),
       transientWindows_(*platform.transientWindows),
+      hotKeys_(*platform.hotKeyCenter),
       runLoop_(*platform.runLoop),
       focus_(*platform.workspace, *platform.bundle),
       viewModel_(appState_, pasteSimulator, *platform.runLoop) {
@@ -35,6 +36,10 @@ HistoryPanel::HistoryPanel(std::shared_ptr<AppState> appState, PasteSimulating* 
   window_ = std::make_unique<PopoverWindow>(std::move(view));
   window_->setWindowTitle(QStringLiteral("Stowboard"));
   window_->onDidAppear = [this] { bringToFront(); };
+  window_->onDidChangeDensity = [this] {
+    prepareToShow();
+    view_->fitDensity();
+  };
   window_->onDidResignActive = [this] { dismiss(); };
   window_->onDidClose = [this] { didClose(); };
   viewModel_.onRequestClose = [this] { close(); };
@@ -74,6 +79,7 @@ void HistoryPanel::show(const QRect& anchor) {
   prepareToShow();
   heldClick_.reset();
   clickWatch_ = transientWindows_.watch(window_->winId(), [this] { didClickOutside(); });
+  clickWatch_->onFocus = [this] { hotKeys_.releaseTyping(); };
   window_->show();
   view_->viewDidAppear();
   window_->raise();
@@ -120,6 +126,7 @@ void HistoryPanel::dismiss() { window_->hide(); }
 
 void HistoryPanel::didClose() {
   clickWatch_.reset();
+  hotKeys_.releaseTyping();
   appState_->setPanelVisible(false);
 }
 

@@ -66,6 +66,7 @@ class HistoryPanel {
   const std::shared_ptr<AppState> appState_;
   Compositing& compositing_;
   TransientWindows& transientWindows_;
+  HotKeyCenter& hotKeys_;
   RunLoop& runLoop_;
   WindowFocus focus_;
   HistoryViewModel viewModel_;

@@ -123,6 +123,10 @@ void HistoryView::changeEvent(QEvent* event) {
 
 void HistoryView::showEvent(QShowEvent* event) {
   QWidget::showEvent(event);
+  fitDensity();
+}
+
+void HistoryView::fitDensity() {
   if (devicePixelRatioF() != devicePixelRatio_) updateLooks();
 }
 

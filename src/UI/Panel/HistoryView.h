@@ -45,6 +45,9 @@ class HistoryView : public QWidget {
   /// To be called once after the start; later clips get their thumbnails ahead, too.
   void prepare();
 
+  /// Lays its rows out anew where the screen's density has changed; done also at each showing.
+  void fitDensity();
+
   /// Opens the settings window. Absent at first.
   std::function<void()> onOpenSettings;
 

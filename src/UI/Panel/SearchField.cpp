@@ -43,6 +43,7 @@ void SearchField::showQuery(const std::string& query) {
 void SearchField::beginEditing() {
   if (isComposing_) QGuiApplication::inputMethod()->reset();
   isComposing_ = false;
+  heldModifiers_ = QGuiApplication::queryKeyboardModifiers();
   setFocus(Qt::ActiveWindowFocusReason);
 }
 
@@ -64,7 +65,21 @@ void SearchField::keyPressEvent(QKeyEvent* event) {
   if (onCommand) onCommand(*command);
 }
 
+// A fast typist begins before the hot key is let go. What is held counts until it is first missing,
+// or a modifier is pressed.
+bool SearchField::isTypedWithinHotKey(const QKeyEvent& event) {
+  constexpr auto typesNothing = Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
+  if (event.modifiers() != heldModifiers_ || event.key() >= Qt::Key_Escape) heldModifiers_ = {};
+  return heldModifiers_.testAnyFlags(typesNothing) &&
+         QChar::isLetter(static_cast<char32_t>(event.key()));
+}
+
 void SearchField::edit(QKeyEvent* event) {
+  if (isTypedWithinHotKey(*event)) {
+    const char32_t letter = QChar::toLower(static_cast<char32_t>(event->key()));
+    QKeyEvent alone(event->type(), event->key(), Qt::NoModifier, QString::fromUcs4(&letter, 1));
+    return TextField::keyPressEvent(&alone);
+  }
   if (event->modifiers().testFlag(Qt::MetaModifier)) {
     // Super stands in for Ctrl, and so types nothing.
     QKeyEvent withControl(event->type(), event->key(),

@@ -23,7 +23,8 @@ class SearchField : public TextField {
   std::string query() const;
   /// Shows a query without announcing it. Does nothing when it is the one shown.
   void showQuery(const std::string& query);
-  /// Takes the focus, and forgets what an input method has left unfinished.
+  /// Takes the focus, and forgets what an input method has left unfinished. Letters typed with
+  /// modifiers that are held since then, as a hot key's may be, are text all the same.
   void beginEditing();
   /// Whether an input method holds text that is not in the query yet.
   bool isComposing() const { return isComposing_; }
@@ -39,7 +40,9 @@ class SearchField : public TextField {
 
  private:
   void edit(QKeyEvent* event);
+  bool isTypedWithinHotKey(const QKeyEvent& event);
 
+  Qt::KeyboardModifiers heldModifiers_;
   bool isComposing_ = false;
 };
 

@@ -7,9 +7,9 @@
 #include <QScreen>
 #include <QVBoxLayout>
 #include <QWindow>
-#include <algorithm>
 #include <utility>
 
+#include "UI/Controls/ScreenDensity.h"
 #include "UI/Settings/SettingsView.h"
 
 namespace stowboard {
@@ -26,18 +26,9 @@ SettingsWindow::SettingsWindow(std::unique_ptr<SettingsViewModel> viewModel,
   column->setContentsMargins(0, 0, 0, 0);
   column->setSizeConstraint(QLayout::SetFixedSize);
   column->addWidget(view_.get());
-  // Of another density older toolkits tell as such, newer ones as of another size of the screen.
-  const auto watch = [this](const QScreen* screen) {
-    connect(screen, &QScreen::logicalDotsPerInchChanged, this, &SettingsWindow::fitDensity,
-            Qt::QueuedConnection);
-    connect(screen, &QScreen::geometryChanged, this, &SettingsWindow::fitDensity,
-            Qt::QueuedConnection);
-  };
-  std::ranges::for_each(QGuiApplication::screens(), watch);
-  connect(qApp, &QGuiApplication::screenAdded, this, watch);
+  whenDensityChanges(this, [this] { fitDensity(); });
 }
 
-// The toolkit goes on drawing an open window in as many pixels as it had at the density of before.
 void SettingsWindow::fitDensity() {
   if (QWindow* window = windowHandle()) window->resize(sizeHint());
 }

@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "Base/SignalFreeThread.h"
+#include "Base/Survive.h"
 
 namespace stowboard {
 
@@ -84,11 +85,14 @@ std::optional<std::string> flatpakInTime(const fs::path& process) {
   if (seesOurFiles(process) || unanswered >= mostUnanswered) return std::nullopt;
   std::packaged_task<std::optional<std::string>()> task([process] { return flatpakOf(process); });
   auto answer = task.get_future();
-  unanswered += 1;
-  startSignalFreeThread("sandbox", [task = std::move(task)]() mutable {
-    task();
-    unanswered -= 1;
-  }).detach();
+  const bool isAsked = survives(Log::app, "the sandbox", [&task] {
+    startSignalFreeThread("sandbox", [task = std::move(task)]() mutable {
+      task();
+      unanswered -= 1;
+    }).detach();
+    unanswered += 1;
+  });
+  if (!isAsked) return std::nullopt;
   const bool isInTime = answer.wait_for(bound) == std::future_status::ready;
   return isInTime ? answer.get() : std::nullopt;
 }

@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "Base/SignalFreeThread.h"
+#include "Base/Survive.h"
 #include "Platform/Desktop/Applications/ApplicationIds.h"
 #include "Platform/Desktop/Applications/FolderTree.h"
 #include "Platform/Desktop/XdgBundle.h"
@@ -163,7 +164,9 @@ void InstalledApplications::run() {
   while (goesOn) {
     // Watched before it is read: a change in between is seen.
     ChangeWatch watch(dataFolders_, endingEvent_);
-    publish(std::make_shared<const DesktopEntries>(DesktopEntries::read(dataFolders_)));
+    survives(Log::app, "the installed applications", [this] {
+      publish(std::make_shared<const DesktopEntries>(DesktopEntries::read(dataFolders_)));
+    });
     goesOn = watch.waitForChange();
   }
 }

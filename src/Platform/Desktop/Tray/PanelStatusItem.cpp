@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Base/SignalFreeThread.h"
+#include "Base/Survive.h"
 #include "Platform/Desktop/Tray/StatusNotifierHost.h"
 #include "Platform/Desktop/Tray/StatusNotifierItem.h"
 
@@ -36,10 +37,13 @@ void PanelStatusItem::show(Content content) {
 void PanelStatusItem::connect() {
   static int count = 0;
   connection_ = QStringLiteral("status-item-%1").arg(++count);
-  connecting_ = startSignalFreeThread("status-item", [this] {
-    QDBusConnection::connectToBus(QDBusConnection::SessionBus, connection_);
-    QMetaObject::invokeMethod(retry_.get(), [this] { didConnect(); }, Qt::QueuedConnection);
+  const bool isConnecting = survives(Log::app, "the status item", [this] {
+    connecting_ = startSignalFreeThread("status-item", [this] {
+      QDBusConnection::connectToBus(QDBusConnection::SessionBus, connection_);
+      QMetaObject::invokeMethod(retry_.get(), [this] { didConnect(); }, Qt::QueuedConnection);
+    });
   });
+  if (!isConnecting) retry_->start(patience_);
 }
 
 void PanelStatusItem::hide() {
@@ -78,7 +82,7 @@ void PanelStatusItem::didConnect() {
 }
 
 void PanelStatusItem::connectAgain() {
-  connecting_.join();
+  if (connecting_.joinable()) connecting_.join();
   host_.reset();
   item_.reset();
   QDBusConnection::disconnectFromBus(connection_);

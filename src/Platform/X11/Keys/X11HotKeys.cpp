@@ -42,8 +42,11 @@ std::vector<std::uint16_t> combinations(std::uint8_t locks) {
 
 }  // namespace
 
-X11HotKeys::X11HotKeys(std::shared_ptr<X11MainConnection> connection)
+X11HotKeys::X11HotKeys(std::shared_ptr<X11MainConnection> connection,
+                       std::shared_ptr<X11MainConnection> others)
     : connection_(std::move(connection)),
+      asking_(others ? others : connection_),
+      hold_(X11KeyboardHold::create(connection_, std::move(others))),
       keyboard_(X11KeyboardMap::read(xcb())),
       subscription_(connection_->subscribe(
           {[this](const xcb_generic_event_t& event) { return handle(event); },
@@ -77,6 +80,7 @@ HotKeyCenter::Status X11HotKeys::installEventHandler(Handler handler) {
 
 HotKeyCenter::Registration X11HotKeys::registerHotKey(const HotKeyConfig& config,
                                                       const HotKeyIdentity& identity) {
+  releaseTyping();
   HotKey hotKey{config, identity, std::nullopt};
   const Status status = take(hotKey);
   if (status != noError) return {status, 0};
@@ -89,6 +93,18 @@ void X11HotKeys::unregisterHotKey(Reference reference) {
   if (!hotKey || !hotKey.mapped().chord || isTaken(*hotKey.mapped().chord)) return;
   ungrab(*hotKey.mapped().chord);
   xcb_flush(xcb());
+}
+
+// What was pressed with the key is told of by its release, as it goes to whoever has the focus
+// then.
+void X11HotKeys::holdTyping() {
+  if (!hold_) return;
+  setReleaseEvents(true);
+  hold_->begin();
+}
+
+void X11HotKeys::releaseTyping() {
+  if (hold_) hold_->end();
 }
 
 HotKeyCenter::Status X11HotKeys::take(HotKey& hotKey) {
@@ -155,7 +171,7 @@ bool X11HotKeys::handle(const xcb_generic_event_t& event) {
     handleRelease(*release);
   } else if (const auto* focus = eventAs<xcb_focus_out_event_t>(event, XCB_FOCUS_OUT)) {
     if (focus->event == connection_->root() && focus->mode == XCB_NOTIFY_MODE_UNGRAB) {
-      handleEndOfGrab();
+      forgetReleasedKeys();
     }
   } else if (const auto* other = eventAs<xcb_ge_generic_event_t>(event, XCB_GE_GENERIC)) {
     handleLateRelease(*other);
@@ -175,11 +191,28 @@ void X11HotKeys::handlePress(const xcb_key_press_event_t& press) {
   const auto found = std::ranges::find_if(hotKeys_, [&](const auto& each) {
     return each.second.chord == Chord{press.detail, modifiers};
   });
-  if (found == hotKeys_.end() || !handler_) return;
+  if (found != hotKeys_.end()) deliver(found->second.identity);
+}
+
+void X11HotKeys::deliver(const HotKeyIdentity& identity) const {
   // Copies, because the handler may end the registration.
-  const auto identity = found->second.identity;
-  const auto handler = handler_;
-  handler(identity);
+  const HotKeyIdentity ofPress = identity;
+  if (const auto handler = handler_) handler(ofPress);
+}
+
+// The grab begins with the first repeat, when the menu is gone.
+bool X11HotKeys::pressInWindow(std::uint32_t xkbKey, std::uint32_t modifiers) {
+  const auto found = std::ranges::find_if(hotKeys_, [&](const auto& each) {
+    const HotKey& hotKey = each.second;
+    return hotKey.chord && hotKey.chord->key == xkbKey && hotKey.config.modifiers == modifiers;
+  });
+  if (found == hotKeys_.end()) return false;
+  const HotKey& hotKey = found->second;
+  if (pressed_.test(hotKey.chord->key)) return true;
+  pressed_.set(hotKey.chord->key);
+  forgetReleasedKeys();
+  deliver(hotKey.identity);
+  return true;
 }
 
 void X11HotKeys::handleRelease(const xcb_key_release_event_t& release) {
@@ -191,7 +224,7 @@ void X11HotKeys::handleRelease(const xcb_key_release_event_t& release) {
 // An XWayland server ends the grab without a release when the focus moves while the key is down. A
 // held key then repeats, which begins the grab anew: that is told from a press by the release,
 // which the raw events tell of whoever it goes to.
-void X11HotKeys::handleEndOfGrab() {
+void X11HotKeys::forgetReleasedKeys() {
   if (pressed_.none()) return setReleaseEvents(false);
   // Asked for first, so that a release is in the answer or comes after it.
   setReleaseEvents(true);
@@ -224,8 +257,8 @@ void X11HotKeys::setReleaseEvents(bool areWanted) {
 // The server announces a changed mapping also when only the device changed that was typed on last:
 // taking the keys anew each time would lose presses.
 void X11HotKeys::followKeyboard() {
-  auto keyboard = X11KeyboardMap::read(xcb());
-  if (connection_->isBroken()) return;
+  auto keyboard = X11KeyboardMap::read(asking_->xcb());
+  if (asking_->isBroken()) return;
   const auto carriesTheSame = [&](std::uint32_t mask) {
     return keyboard.modifiersForMask(mask) == keyboard_.modifiersForMask(mask);
   };

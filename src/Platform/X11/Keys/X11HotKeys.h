@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "Platform/HotKeyCenter.h"
+#include "Platform/X11/Keys/X11KeyboardHold.h"
 #include "Platform/X11/Keys/X11Keys.h"
 #include "Platform/X11/X11MainConnection.h"
 
@@ -20,7 +21,8 @@ namespace stowboard {
 /// the presses.
 ///
 /// Between a press and the release of its key the server sends the keyboard to this program alone.
-/// That ends as well when the key is released on behalf of the user (XTest).
+/// That ends as well when the key is released on behalf of the user (XTest). What is typed can be
+/// held beyond that (X11KeyboardHold).
 ///
 /// Registering waits for one round trip to the server.
 class X11HotKeys final : public HotKeyCenter {
@@ -31,12 +33,18 @@ class X11HotKeys final : public HotKeyCenter {
   static constexpr Status noSuchModifier = -2;
   static constexpr Status notConnected = -3;
 
-  explicit X11HotKeys(std::shared_ptr<X11MainConnection> connection);
+  /// The connection has no other use, if `others` is to hold what is typed: while it does, replies
+  /// on the former wait. `others` is one that anybody may use.
+  explicit X11HotKeys(std::shared_ptr<X11MainConnection> connection,
+                      std::shared_ptr<X11MainConnection> others = nullptr);
   ~X11HotKeys() override;
 
   Status installEventHandler(Handler handler) override;
   Registration registerHotKey(const HotKeyConfig& config, const HotKeyIdentity& identity) override;
   void unregisterHotKey(Reference reference) override;
+  void holdTyping() override;
+  void releaseTyping() override;
+  bool pressInWindow(std::uint32_t xkbKey, std::uint32_t modifiers) override;
 
  private:
   /// A key with the modifiers held for it, lock keys aside.
@@ -60,8 +68,9 @@ class X11HotKeys final : public HotKeyCenter {
   bool isTaken(const Chord& chord) const;
   bool handle(const xcb_generic_event_t& event);
   void handlePress(const xcb_key_press_event_t& press);
+  void deliver(const HotKeyIdentity& identity) const;
   void handleRelease(const xcb_key_release_event_t& release);
-  void handleEndOfGrab();
+  void forgetReleasedKeys();
   void handleLateRelease(const xcb_ge_generic_event_t& event);
   void setReleaseEvents(bool areWanted);
   void followKeyboard();
@@ -69,6 +78,9 @@ class X11HotKeys final : public HotKeyCenter {
   void takeAllAnew();
 
   const std::shared_ptr<X11MainConnection> connection_;
+  /// For questions that must not wait for the end of a hold.
+  const std::shared_ptr<X11MainConnection> asking_;
+  const std::unique_ptr<X11KeyboardHold> hold_;
   X11KeyboardMap keyboard_;
   Handler handler_;
   std::map<Reference, HotKey> hotKeys_;

@@ -217,11 +217,12 @@ void X11KeyEventPoster::post(const KeyEvent& event) {
 }
 
 void X11KeyEventPoster::whenSent(std::function<void()> done) {
-  queue_.async([this, done = std::move(done), self = std::weak_ptr(self_)] {
-    loop_.post([self, done] {
+  const auto tell = [&loop = loop_, done = std::move(done), self = std::weak_ptr(self_)] {
+    loop.post([self, done] {
       if (!self.expired()) done();
     });
-  });
+  };
+  if (!queue_.async(tell)) tell();
 }
 
 void X11KeyEventPoster::submit(std::function<bool()> task) {

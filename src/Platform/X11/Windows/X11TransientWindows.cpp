@@ -8,6 +8,7 @@
 #include <QGuiApplication>
 #include <algorithm>
 #include <array>
+#include <bitset>
 #include <utility>
 
 #include "Platform/X11/X11Connection.h"
@@ -19,6 +20,8 @@ namespace {
 constexpr std::uint32_t clickMask =
     XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE |
     XCB_INPUT_XI_EVENT_MASK_RAW_TOUCH_BEGIN | XCB_INPUT_XI_EVENT_MASK_RAW_TOUCH_END;
+
+using Keys = std::bitset<256>;
 
 bool isWheel(std::uint32_t button) { return button >= 4 && button <= 7; }
 
@@ -65,6 +68,16 @@ class X11TransientWindows::Server {
     xcb_window_t each = root_;
     while (each != XCB_NONE && each != window) each = childAtPointer(each);
     return each == window;
+  }
+
+  Keys keysDown() const {
+    Keys down;
+    const auto reply =
+        awaitReply(xcb_query_keymap_reply, connection_, xcb_query_keymap(connection_));
+    for (std::size_t key = 0; reply && key < down.size(); ++key) {
+      down.set(key, (reply->keys[key / 8] >> (key % 8) & 1) != 0);
+    }
+    return down;
   }
 
   // Window managers drop the states of a window that is taken off the screen (EWMH).
@@ -135,7 +148,10 @@ class X11TransientWindows::FilteringWatch final : public Watch, private QAbstrac
  public:
   FilteringWatch(std::shared_ptr<Server> server, xcb_window_t window,
                  std::function<void()> onClickOutside)
-      : server_(std::move(server)), window_(window), onClickOutside_(std::move(onClickOutside)) {
+      : server_(std::move(server)),
+        window_(window),
+        onClickOutside_(std::move(onClickOutside)),
+        heldKeys_(server_->keysDown()) {
     QCoreApplication::instance()->installNativeEventFilter(this);
     server_->setClickEvents(true);
   }
@@ -146,8 +162,12 @@ class X11TransientWindows::FilteringWatch final : public Watch, private QAbstrac
     const auto& event = *static_cast<const xcb_generic_event_t*>(message);
     const auto type = event.response_type & 0x7f;
     if (type == XCB_FOCUS_IN || type == XCB_FOCUS_OUT) {
-      const auto& focus = reinterpret_cast<const xcb_focus_in_event_t&>(event);
-      return focus.event == window_ && isOfGrab(focus.mode);
+      return swallowsFocus(reinterpret_cast<const xcb_focus_in_event_t&>(event), type);
+    }
+    if (type == XCB_KEY_PRESS || type == XCB_KEY_RELEASE) {
+      const auto key = reinterpret_cast<const xcb_key_press_event_t&>(event).detail;
+      if (type == XCB_KEY_RELEASE) heldKeys_.reset(key);
+      return heldKeys_.test(key);
     }
     if (server_->isRelease(event)) {
       if (const auto callback = onRelease) callback();
@@ -159,9 +179,21 @@ class X11TransientWindows::FilteringWatch final : public Watch, private QAbstrac
     return true;
   }
 
+  bool swallowsFocus(const xcb_focus_in_event_t& focus, int type) {
+    if (focus.event != window_) return false;
+    if (type == XCB_FOCUS_IN) {
+      if (heldKeys_.any()) heldKeys_ &= server_->keysDown();
+      const bool isIn = focus.detail != XCB_NOTIFY_DETAIL_POINTER && !isOfGrab(focus.mode);
+      if (const auto callback = onFocus; callback && isIn) callback();
+    }
+    return isOfGrab(focus.mode);
+  }
+
   const std::shared_ptr<Server> server_;
   const xcb_window_t window_;
   const std::function<void()> onClickOutside_;
+  /// Down since before the window was shown: their repeats type nothing in it.
+  Keys heldKeys_;
 };
 
 std::unique_ptr<X11TransientWindows> X11TransientWindows::create() {
