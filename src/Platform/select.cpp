@@ -97,6 +97,8 @@ class PlatformSelection::WindowSystem {
     }
     Log::app.info("Using the X11 adapters: the X server at DISPLAY={} answers", server);
     if (!display.isWaylandSession) return;
+    // GNOME's shell passes copies on, and the rest is its extension's.
+    if (GnomePlatform::isOf(bundle)) return;
     Log::app.error(
         "This is a Wayland session whose compositor has no data control, reached through XWayland: "
         "the frontmost application is known only while it is an X11 one, and a copy made in a "

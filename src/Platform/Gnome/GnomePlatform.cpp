@@ -1,11 +1,15 @@
 #include "Platform/Gnome/GnomePlatform.h"
 
+#include <QProcess>
+#include <chrono>
 #include <string>
 #include <utility>
 
+#include "Base/Log.h"
 #include "Platform/Clipboard/PublishingPasteboard.h"
 #include "Platform/Compositor/DeviceKeyEventPoster.h"
 #include "Platform/Compositor/ToldWorkspace.h"
+#include "Platform/Desktop/XdgFolders.h"
 #include "Platform/Gnome/GnomeClipboardBridge.h"
 #include "Platform/Gnome/GnomeHotKeys.h"
 #include "Platform/Gnome/GnomeShell.h"
@@ -15,9 +19,52 @@
 
 namespace stowboard {
 
+namespace {
+
+constexpr const char* extensionMissing =
+    "Stowboard's extension of GNOME Shell is not active: hot keys work and clips are pasted only "
+    "where a window of XWayland is in front. Log in again after the installation, or switch the "
+    "extension on: gnome-extensions enable stowboard@qarvin.com";
+
+// Answers are there within milliseconds.
+constexpr std::chrono::seconds answerTakes(2);
+
+// Switches the extension on where it is installed, once for each user, whose own choice holds from
+// then on. $0 is the file that remembers. The shell itself would refuse one that it has not seen
+// yet, which it does at the next login.
+constexpr const char* enabling = R"sh(
+id=stowboard@qarvin.com
+[ ! -e "$0" ] && command -v gsettings >/dev/null || exit 0
+IFS=:
+for data in "${XDG_DATA_HOME:-$HOME/.local/share}" ${XDG_DATA_DIRS:-/usr/local/share:/usr/share}; do
+  [ -e "$data/gnome-shell/extensions/$id/metadata.json" ] || continue
+  list=$(gsettings get org.gnome.shell enabled-extensions) || exit 0
+  case $list in
+    *"'$id'"*) ;;
+    *"[]") gsettings set org.gnome.shell enabled-extensions "['$id']" || exit 0 ;;
+    *) gsettings set org.gnome.shell enabled-extensions "${list%]}, '$id']" || exit 0 ;;
+  esac
+  umask 077
+  mkdir -p "${0%/*}" && : >"$0"
+  exit
+done
+)sh";
+
+void enableExtensionOnce() {
+  const auto memory = XdgFolders::dataHome() / "Stowboard" / "gnome-extension-enabled";
+  QProcess::startDetached(QStringLiteral("sh"), {QStringLiteral("-c"), QString::fromUtf8(enabling),
+                                                 QString::fromStdString(memory.native())});
+}
+
+}  // namespace
+
+bool GnomePlatform::isOf(const Bundle& bundle) {
+  const auto desktop = bundle.environment("XDG_CURRENT_DESKTOP").value_or("");
+  return desktop.find("GNOME") != std::string::npos;
+}
+
 std::unique_ptr<GnomePlatform> GnomePlatform::create(Platform& platform) {
-  const auto desktop = platform.bundle->environment("XDG_CURRENT_DESKTOP").value_or("");
-  if (desktop.find("GNOME") == std::string::npos) return nullptr;
+  if (!isOf(*platform.bundle)) return nullptr;
   auto shell = GnomeShell::open();
   auto connection = WaylandMainConnection::open();
   if (!shell || !connection) return nullptr;
@@ -36,6 +83,10 @@ GnomePlatform::GnomePlatform(Platform& platform, std::shared_ptr<GnomeShell> she
 GnomePlatform::~GnomePlatform() = default;
 
 void GnomePlatform::addOnTop() {
+  enableExtensionOnce();
+  platform_.runLoop->postAfter(answerTakes, [shell = shell_] {
+    if (!shell->isServing()) Log::app.error("{}", extensionMissing);
+  });
   addPoster();
   auto& hotKeys = platform_.hotKeyCenter;
   hotKeys = std::make_unique<GnomeHotKeys>(shell_, std::move(hotKeys));

@@ -4,6 +4,7 @@
 
 namespace stowboard {
 
+class Bundle;
 struct Platform;
 class GnomeClipboardBridge;
 class GnomeShell;
@@ -13,6 +14,8 @@ class WaylandMainConnection;
 /// extension of GNOME Shell is not there. Main thread.
 class GnomePlatform {
  public:
+  /// Whether the session is GNOME's.
+  static bool isOf(const Bundle& bundle);
   /// `platform`, which must outlive this, has its other adapters. Null when this is no such
   /// session.
   static std::unique_ptr<GnomePlatform> create(Platform& platform);
