@@ -2,6 +2,9 @@
 
 #include <xcb/xcb.h>
 
+#include <functional>
+#include <memory>
+#include <optional>
 #include <utility>
 
 #include "Base/Log.h"
@@ -15,9 +18,11 @@
 #include "Platform/Desktop/XdgFileOpener.h"
 #include "Platform/Gnome/GnomePlatform.h"
 #include "Platform/Inert.h"
+#include "Platform/Portals/PortalHotKeys.h"
 #include "Platform/Qt/QtImageCodec.h"
 #include "Platform/Qt/QtRunLoop.h"
 #include "Platform/Wayland/WaylandPlatform.h"
+#include "Platform/X11/Selection/X11SecretProbe.h"
 #include "Platform/X11/X11Platform.h"
 
 namespace stowboard {
@@ -46,6 +51,14 @@ std::string refusal(const Bundle& bundle, bool isWaylandSession) {
                      bundle.environment("DISPLAY").value_or(""));
 }
 
+// For one thread, on which it is opened with the first question.
+std::function<bool()> secretProbe() {
+  return [probe = std::make_shared<std::optional<std::unique_ptr<X11SecretProbe>>>()] {
+    if (!*probe) *probe = X11SecretProbe::open();
+    return **probe && (**probe)->isSecret();
+  };
+}
+
 // Without a session bus there is nobody to ask, which the program's start has logged.
 std::unique_ptr<DesktopAppearance> selectAppearance() {
   if (auto portal = PortalAppearance::create()) return portal;
@@ -72,7 +85,9 @@ class PlatformSelection::WindowSystem {
  public:
   WindowSystem(Platform& platform, const DisplaySelection& display, int thumbnailDimension)
       : platform_(platform), isWaylandSession_(display.isWaylandSession), x11_(platform) {
-    if (display.isWaylandSession) wayland_ = WaylandPlatform::create(platform, thumbnailDimension);
+    if (display.isWaylandSession) {
+      wayland_ = WaylandPlatform::create(platform, thumbnailDimension, secretProbe());
+    }
     if (!wayland_) x11_.addPasteboard(thumbnailDimension);
     logChoice(display, *platform.bundle);
   }
@@ -80,13 +95,22 @@ class PlatformSelection::WindowSystem {
   void addOthers() {
     if (wayland_) wayland_->addOthers();
     x11_.addOthers();
-    if (wayland_) return wayland_->addOnTop();
+    if (wayland_) wayland_->addOnTop();
     if (!isWaylandSession_) return;
+    if (!wayland_ || !wayland_->hasHotKeys()) addPortal();
+    if (wayland_) return;
     gnome_ = GnomePlatform::create(platform_);
     if (gnome_) gnome_->addOnTop();
   }
 
  private:
+  // The X server of XWayland hears keys only while one of its windows is in front.
+  void addPortal() {
+    auto& hotKeys = platform_.hotKeyCenter;
+    hotKeys = PortalHotKeys::create(platform_.bundle->identifier(), *platform_.runLoop,
+                                    std::move(hotKeys));
+  }
+
   void logChoice(const DisplaySelection& display, const Bundle& bundle) const {
     const auto server = bundle.environment("DISPLAY").value_or("");
     if (wayland_) {

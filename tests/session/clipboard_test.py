@@ -6,12 +6,16 @@ import time
 from case import SessionCase, main
 from applications import copy_in_terminal
 
-# Takes the clipboard as a password manager does.
+# Takes the clipboard as a password manager does, with its window in front.
 SECRET_OWNER = """
-import sys
 from PyQt6.QtCore import QMimeData
-from PyQt6.QtWidgets import QApplication
+from PyQt6.QtWidgets import QApplication, QWidget
 application = QApplication([])
+window = QWidget()
+window.setWindowTitle("Secrets")
+window.show()
+while not window.isActiveWindow():
+    application.processEvents()
 content = QMimeData()
 content.setText("a password")
 content.setData("x-kde-passwordManagerHint", b"secret")
@@ -34,9 +38,12 @@ class Clipboard(SessionCase):
 
     def test_a_text_marked_as_secret_is_not_recorded(self):
         self.stowboard.start()
-        self.start_owner(SECRET_OWNER)
-        self.record("no secret")
-        self.assertEqual(self.stowboard.texts(), ["no secret"])
+        # Some compositors lose the mark of what comes from an X11 program.
+        for platform in ("", "xcb"):
+            self.start_owner(SECRET_OWNER, environment={"QT_QPA_PLATFORM": platform})
+            self.stowboard.settle()
+            self.record("no secret" + platform)
+        self.assertEqual(self.stowboard.texts(), ["no secretxcb", "no secret"])
         self.assertEqual(self.stowboard.logged("no readable content"), 0)
 
     def test_a_copy_in_an_excluded_application_is_skipped(self):

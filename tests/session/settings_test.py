@@ -105,7 +105,8 @@ class Settings(SessionCase):
         for isOn in (True, False):
             self.controls.press(*switch, "Toggle")
             self.stowboard.wait_for_log("Login item " + ("enabled" if isOn else "disabled"))
-            self.assertEqual((written(), self.controls.is_checked(*switch)), (isOn, isOn))
+            wait_until(lambda: self.controls.is_checked(*switch) == isOn, "the switch shows it")
+            self.assertEqual(written(), isOn)
         entry.mkdir(parents=True)  # in the way
         self.addCleanup(entry.rmdir)
         self.controls.press(*switch, "Toggle")

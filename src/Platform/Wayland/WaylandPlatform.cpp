@@ -28,8 +28,10 @@ constexpr const char* ownWindowClass = "Stowboard";
 
 // What a user can do without a service for hot keys.
 constexpr const char* noHotKeys =
-    "No global hot keys on this compositor, except while a window of XWayland is in front. To have "
-    "them, bind keys in the compositor's configuration, for the history to: gdbus call --session "
+    "No global hot keys on this compositor, except while a window of XWayland is in front, unless "
+    "the "
+    "desktop portal gives them. To have them, bind keys in the compositor's configuration, for the "
+    "history to: gdbus call --session "
     "--dest com.qarvin.stowboard --object-path /com/qarvin/stowboard "
     "--method org.freedesktop.Application.ActivateAction show-history [] {}";
 
@@ -45,9 +47,10 @@ constexpr const char* noLeaveToType =
 
 }  // namespace
 
-std::unique_ptr<WaylandPlatform> WaylandPlatform::create(Platform& platform,
-                                                         int thumbnailDimension) {
+std::unique_ptr<WaylandPlatform> WaylandPlatform::create(Platform& platform, int thumbnailDimension,
+                                                         std::function<bool()> isSecretOnX11) {
   DataControlOptions options;
+  options.isSecretOnX11 = std::move(isSecretOnX11);
   options.thumbnailDimension = thumbnailDimension;
   auto pasteboard = WaylandPasteboard::create(*platform.runLoop, *platform.imageCodec,
                                               *platform.applications, options);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 
 namespace stowboard {
@@ -22,10 +23,15 @@ class WaylandPlatform {
   /// which must outlive this, has its bundle, run loop, image codec and applications already.
   /// `thumbnailDimension` is the size in pixels for which copied images are prepared. Null, with
   /// nothing added, when this is no such session.
-  static std::unique_ptr<WaylandPlatform> create(Platform& platform, int thumbnailDimension);
+  /// `isSecretOnX11` tells, on the pasteboard's own thread, whether an X11 program has a secret on
+  /// the clipboard.
+  static std::unique_ptr<WaylandPlatform> create(Platform& platform, int thumbnailDimension,
+                                                 std::function<bool()> isSecretOnX11);
 
   /// Adds the others.
   void addOthers();
+  /// Whether the compositor has a service of its own for hot keys.
+  bool hasHotKeys() const { return sway_ || kdeShortcuts_; }
   /// Adds what is built on the X11 adapters.
   void addOnTop();
 

@@ -88,6 +88,7 @@ void DataControlSession::select(const std::shared_ptr<const DataOffer>& offer) {
   for (const auto& fetch : fetches_.all()) fetch->supersede();
   copyCount_ += 1;
   offer_ = offer;
+  isSecretOnX11_ = options_.isSecretOnX11 && options_.isSecretOnX11();
   if (toplevels_) sources_ = toplevels_->sources();
   beginFetch();
 }
@@ -96,7 +97,8 @@ void DataControlSession::beginFetch() {
   auto fetch = std::make_unique<DataFetch>(
       offer_, options_.limits, copyCount_, fetches_.makeShare(),
       DataFetch::Surroundings{[this](int descriptor) { watch(descriptor, EPOLLIN); },
-                              [this](auto done) { connection_->sync(std::move(done)); }});
+                              [this](auto done) { connection_->sync(std::move(done)); },
+                              isSecretOnX11_});
   fetch->setSources(sources_);
   fetches_.add(std::move(fetch));
   fetches_.settle();

@@ -28,6 +28,9 @@ struct DataControlOptions {
   std::chrono::milliseconds requesterTimeout{30000};
   /// How long the clipboard may be empty before we offer the last copy again.
   std::chrono::milliseconds settling{150};
+  /// Whether an X11 program has a secret on the clipboard, whose mark may not have come with it.
+  /// Called on the selection thread, for each copy; may wait a little.
+  std::function<bool()> isSecretOnX11 = {};
   /// The size in pixels for which images are prepared.
   int thumbnailDimension = 300;
 };
@@ -100,6 +103,7 @@ class DataControlSession {
   const std::unique_ptr<Toplevels> toplevels_;
   // The clipboard's content, other programs' only.
   std::shared_ptr<const DataOffer> offer_;
+  bool isSecretOnX11_ = false;
   std::optional<std::vector<std::string>> sources_;
   std::uint64_t copyCount_ = 0;
   // The last write that was begun, and that the compositor's events have come to.

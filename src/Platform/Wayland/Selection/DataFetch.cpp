@@ -33,7 +33,8 @@ DataFetch::DataFetch(std::shared_ptr<const DataOffer> offer, const TransferLimit
       share_(std::move(share)),
       surroundings_(std::move(surroundings)),
       deadline_(SteadyTime::clock::now() + limits.totalTimeout) {
-  const auto plan = planForTargets(offer_->types());
+  auto plan = planForTargets(offer_->types());
+  plan.isSecret |= surroundings_.isSecret;
   if (plan.isSecret) {
     requestSecret(plan);
   } else {

@@ -27,6 +27,8 @@ class DataFetch {
     std::function<void(int descriptor)> watch;
     /// Calls back when the compositor has handled everything so far.
     std::function<void(std::function<void()>)> sync;
+    /// Whether the content is one whatever its types say.
+    bool isSecret = false;
   };
 
   /// Starts at once. `share` keeps the bytes within bounds.
