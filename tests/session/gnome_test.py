@@ -2,9 +2,9 @@
 """What only GNOME's session has: an extension of the shell that comes and goes, and answers to nobody
 else; and a clipboard that the shell takes over."""
 
-from case import SessionCase, main
+from case import SessionCase, main, wait_until
 from clipboard_test import SECRET_OWNER
-from gnome import EXTENSION
+from gnome import EXTENSION, PortalDesktop
 
 HOT_KEY = "super+shift+v"
 NOBODY_ELSE = """
@@ -71,6 +71,31 @@ class Gnome(SessionCase):
         files = b"".join(path.read_bytes() for path in self.stowboard.folder.iterdir())
         self.assertNotIn("a password", lines)
         self.assertNotIn(b"a password", files)
+
+
+class GnomeWithoutTheExtension(SessionCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.desktop = cls.enterClassContext(PortalDesktop())
+
+    def test_the_portal_gives_hot_keys(self):
+        self.stowboard.start()
+        self.record("[clip]")
+        editor = self.receiver("gtk4")
+        self.stowboard.wait_for_log("The desktop portal gives the hot keys")
+        self.desktop.hold("super", "shift", "v")
+        panel = self.stowboard.wait_for_panel()
+        wakeups = lambda: int(self.stowboard.activity()[0])
+        before = wakeups()
+        wait_until(lambda: wakeups() > before + 20, "the key repeats")
+        self.assertEqual(self.stowboard.panel(), panel, "opened once, and not closed")
+        self.desktop.release("v", "shift", "super")
+        self.desktop.keys("Escape")
+        self.stowboard.wait_until_panel_closed()
+        self.desktop.window(editor.title)
+        self.desktop.keys("super+alt+1")
+        self.stowboard.wait_for_log("Direct paste triggered for index 0")
+        self.assertEqual(self.desktop.clipboard(), "[clip]")
 
 
 if __name__ == "__main__":

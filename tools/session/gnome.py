@@ -82,13 +82,10 @@ class GnomeInput(WaylandKeys):
 
 
 class GnomeDesktop(PlayedDesktop):
-    """Programs run on GNOME Shell and its XWayland; see PrivateDesktop. With the extension, unless
-    `has_extension` says otherwise."""
+    """Programs run on GNOME Shell and its XWayland; see PrivateDesktop."""
 
     OZONE_PLATFORM = "wayland"
     PASTES_ON_RELEASE = True
-
-    has_extension = True
 
     def _start_display(self):
         """The compositor needs the bus."""
@@ -132,10 +129,12 @@ class GnomeDesktop(PlayedDesktop):
         data = pathlib.Path(self.environment["XDG_DATA_HOME"])
         source = pathlib.Path(__file__).resolve().parents[2] / "resources" / "gnome-shell"
         shutil.copytree(source, data / "gnome-shell" / "extensions" / EXTENSION)
+        self._set_up([EXTENSION])
+
+    def _set_up(self, extensions, more=""):
         settings = pathlib.Path(self.environment["XDG_CONFIG_HOME"]) / "glib-2.0" / "settings"
         settings.mkdir(parents=True)
-        extensions = [EXTENSION] if self.has_extension else "@as []"
-        (settings / "keyfile").write_text(SETTINGS.format(extensions=extensions))
+        (settings / "keyfile").write_text(SETTINGS.format(extensions=extensions) + more)
 
     def _open(self):
         super()._open()
@@ -209,3 +208,44 @@ class GnomeDesktop(PlayedDesktop):
 
     def _window(self, window):
         return next((each for each in self._windows() if each["id"] == window), {})
+
+
+APPROVED = """
+[org/gnome/settings-daemon/global-shortcuts]
+applications=['com.qarvin.stowboard']
+
+[org/gnome/settings-daemon/global-shortcuts/com.qarvin.stowboard]
+shortcuts=[{shortcuts}]
+"""
+
+
+class PortalDesktop(GnomeDesktop):
+    """GNOME without our extension, with its portals. The user has allowed the hot keys before."""
+
+    def _install(self):
+        applications = pathlib.Path(self.environment["XDG_DATA_HOME"]) / "applications"
+        applications.mkdir(parents=True)
+        # Portals know programs by it.
+        (applications / "com.qarvin.stowboard.desktop").write_text(
+            "[Desktop Entry]\nType=Application\nName=Stowboard\n"
+            f"Exec={os.environ.get('STOWBOARD_PROGRAM', 'true')}\n")
+        portals = pathlib.Path(self.environment["XDG_CONFIG_HOME"]) / "xdg-desktop-portal"
+        portals.mkdir(parents=True)
+        (portals / "portals.conf").write_text("[preferred]\ndefault=gnome;gtk;\n")
+        keys = {"show-history-SHIFT-LOGO-v": "<Super><Shift>v",
+                **{f"paste-{n}-ALT-LOGO-{n}": f"<Super><Alt>{n}" for n in range(1, 10)}}
+        approved = (f"('{name}', {{'description': <''>, 'shortcuts': <['{key}']>}})"
+                    for name, key in keys.items())
+        self._set_up("@as []", APPROVED.format(shortcuts=", ".join(approved)))
+
+    def _open(self):
+        super()._open()
+        for name, program in (
+                ("org.gnome.Settings.GlobalShortcutsProvider",
+                 "gnome-control-center-global-shortcuts-provider"),
+                ("org.freedesktop.impl.portal.desktop.gnome", "xdg-desktop-portal-gnome"),
+                ("org.freedesktop.portal.Desktop", "xdg-desktop-portal")):
+            self.start([f"/usr/libexec/{program}"])
+            wait_until(lambda: self.ask("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                                        "org.freedesktop.DBus", "NameHasOwner", "(s)", name)[0],
+                       f"{program} runs")

@@ -60,6 +60,13 @@ std::string triggerOf(const HotKeyConfig& config) {
   return trigger + symbol;
 }
 
+// With the combination, since desktops keep the first one that was asked for under a name.
+std::string lastingName(const HotKeyConfig& config, const HotKeyIdentity& identity) {
+  auto name = fmt::format("{}-{}", nameOf(identity).name, triggerOf(config));
+  std::ranges::replace(name, '+', '-');
+  return name;
+}
+
 void appendOption(sd_bus_message* message, const char* name, const char* value) {
   sd_bus_message_append(message, "{sv}", name, "s", value);
 }
@@ -114,7 +121,7 @@ class PortalHotKeys::Portal {
   }
 
  private:
-  enum class State { idle, creating, binding };
+  enum class State { idle, creating, binding, listing };
 
   void join(sd_bus* bus) {
     bus_ = bus;
@@ -123,8 +130,8 @@ class PortalHotKeys::Portal {
     sd_bus_get_unique_name(bus_, &name);
     sender_ = std::string(name).substr(1);
     std::ranges::replace(sender_, '.', '_');
-    sd_bus_match_signal_async(bus_, nullptr, portalName, portalPath, shortcutsInterface,
-                              "Activated", onActivated, ignoreMatchOutcome, this);
+    sd_bus_match_signal_async(bus_, nullptr, portalName, portalPath, shortcutsInterface, nullptr,
+                              onSignal, ignoreMatchOutcome, this);
     // Programs outside of a sandbox say who they are. A portal that does not know this asks nobody.
     auto* const message = call("org.freedesktop.host.portal.Registry", "Register");
     sd_bus_message_append(message, "sa{sv}", applicationId_.c_str(), 0);
@@ -167,6 +174,18 @@ class PortalHotKeys::Portal {
     send(message);
   }
 
+  void list() {
+    const auto token = fmt::format("stowboard{}", ++requests_);
+    state_ = State::listing;
+    expect(token);
+    auto* const message = call(shortcutsInterface, "ListShortcuts");
+    sd_bus_message_append(message, "o", session_.c_str());
+    sd_bus_message_open_container(message, SD_BUS_TYPE_ARRAY, "{sv}");
+    appendOption(message, "handle_token", token.c_str());
+    sd_bus_message_close_container(message);
+    send(message);
+  }
+
   static int onAnswer(sd_bus_message* answer, void* data, sd_bus_error* /*error*/) {
     auto* const self = static_cast<Portal*>(data);
     if (sd_bus_message_is_method_error(answer, nullptr) <= 0 || self->state_ == State::idle) {
@@ -185,22 +204,58 @@ class PortalHotKeys::Portal {
     const auto state = std::exchange(self->state_, State::idle);
     if (state == State::creating && code == 0) {
       self->bindNow();
-    } else if (state == State::binding && code != 1) {
+    } else if (state == State::binding) {
       // Some portals call it a failure (2) although it was none.
+      self->list();
+    } else if (state == State::listing && hasShortcuts(message)) {
       self->owner_.didBind();
     } else if (state != State::idle) {
-      Log::hotKey.error("The hot keys were not allowed, as the desktop portal tells ({})", code);
+      Log::hotKey.error("The desktop portal gives no hot keys: they were not allowed");
     }
     return 0;
   }
 
-  static int onActivated(sd_bus_message* message, void* data, sd_bus_error* /*error*/) {
+  // Among the results, a{sv}, the list of what is bound.
+  static bool hasShortcuts(sd_bus_message* message) {
+    bool areThere = false;
+    sd_bus_message_enter_container(message, SD_BUS_TYPE_ARRAY, "{sv}");
+    while (sd_bus_message_enter_container(message, SD_BUS_TYPE_DICT_ENTRY, "sv") > 0) {
+      const char* name = "";
+      sd_bus_message_read_basic(message, SD_BUS_TYPE_STRING, &name);
+      if (std::string_view(name) == "shortcuts" &&
+          sd_bus_message_enter_container(message, SD_BUS_TYPE_VARIANT, "a(sa{sv})") > 0) {
+        sd_bus_message_enter_container(message, SD_BUS_TYPE_ARRAY, "(sa{sv})");
+        areThere = sd_bus_message_at_end(message, 0) == 0;
+        break;
+      }
+      sd_bus_message_skip(message, "v");
+      sd_bus_message_exit_container(message);
+    }
+    return areThere;
+  }
+
+  static int onSignal(sd_bus_message* message, void* data, sd_bus_error* /*error*/) {
     auto* const self = static_cast<Portal*>(data);
+    const bool isPress = sd_bus_message_is_signal(message, nullptr, "Activated") > 0;
+    const bool isRelease = sd_bus_message_is_signal(message, nullptr, "Deactivated") > 0;
     const char* session = "";
     const char* name = "";
-    sd_bus_message_read(message, "os", &session, &name);
-    if (self->session_ == session) self->owner_.press(name);
+    if ((!isPress && !isRelease) || sd_bus_message_read(message, "os", &session, &name) < 0 ||
+        self->session_ != session) {
+      return 0;
+    }
+    if (self->isFirst(name, isPress)) self->owner_.press(name);
     return 0;
+  }
+
+  // Some desktops tell of the repeats of a held key, too, and of its release only while the
+  // modifiers are still down.
+  bool isFirst(const std::string& name, bool isPress) {
+    const auto now = std::chrono::steady_clock::now();
+    const bool isRepeat = held_ == name && now - heldAt_ < longestRepeat;
+    held_ = isPress ? name : std::string();
+    heldAt_ = now;
+    return isPress && !isRepeat;
   }
 
   struct Unref {
@@ -215,6 +270,9 @@ class PortalHotKeys::Portal {
   std::vector<Shortcut> shortcuts_;
   State state_ = State::idle;
   int requests_ = 0;
+  static constexpr std::chrono::milliseconds longestRepeat{700};
+  std::string held_;
+  std::chrono::steady_clock::time_point heldAt_{};
   int joined_ = 0;
   LastingBus connection_;
   // Goes before the connection.
@@ -277,8 +335,8 @@ void PortalHotKeys::ask() {
   if (!portal_ || hotKeys_.empty()) return;
   std::vector<Shortcut> shortcuts;
   for (const auto& [reference, hotKey] : hotKeys_) {
-    auto [name, words] = nameOf(hotKey.identity);
-    shortcuts.push_back({std::move(name), std::move(words), triggerOf(hotKey.config)});
+    shortcuts.push_back({lastingName(hotKey.config, hotKey.identity), nameOf(hotKey.identity).words,
+                         triggerOf(hotKey.config)});
   }
   portal_->bind(std::move(shortcuts));
 }
@@ -293,8 +351,9 @@ void PortalHotKeys::didBind() {
 }
 
 void PortalHotKeys::press(const std::string& name) {
-  const auto found = std::ranges::find_if(
-      hotKeys_, [&](const auto& each) { return nameOf(each.second.identity).name == name; });
+  const auto found = std::ranges::find_if(hotKeys_, [&](const auto& each) {
+    return lastingName(each.second.config, each.second.identity) == name;
+  });
   if (found == hotKeys_.end() || !handler_) return;
   // Copies, because the handler may end the registration.
   const auto identity = found->second.identity;
