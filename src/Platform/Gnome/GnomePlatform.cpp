@@ -23,7 +23,8 @@ namespace {
 
 constexpr const char* extensionMissing =
     "Stowboard's extension of GNOME Shell is not active: clips are pasted only into windows of "
-    "XWayland, and hot keys are those that the desktop portal gives. Log in again after the installation, or switch the "
+    "XWayland, and hot keys are those that the desktop portal gives. Log in again after the "
+    "installation, or switch the "
     "extension on: gnome-extensions enable stowboard@qarvin.com";
 
 // Answers are there within milliseconds.
