@@ -64,6 +64,8 @@ const SHORTCUTS = ['org.gnome.desktop.wm.keybindings', 'org.gnome.shell.keybindi
     'org.gnome.mutter.keybindings', 'org.gnome.mutter.wayland.keybindings',
     'org.gnome.settings-daemon.plugins.media-keys'];
 
+const KEY_LEFTSHIFT = 42;
+
 function normalized(accelerator) {
     const modifiers = accelerator.toLowerCase().match(/<[^>]*>/g) ?? [];
     const names = modifiers.map(each => each.replace('<primary>', '<control>'));
@@ -77,6 +79,8 @@ class Typist {
         this._keyboard = seat.create_virtual_device(Clutter.InputDeviceType.KEYBOARD_DEVICE);
         this._queue = [];
         this._timer = 0;
+        // A new keyboard's first key is lost; this one means nothing.
+        this._type({modifiers: [], key: KEY_LEFTSHIFT});
     }
 
     destroy() {
@@ -102,9 +106,11 @@ class Typist {
         if (!isFree && Date.now() < chord.end)
             return GLib.SOURCE_CONTINUE;
         this._queue.shift();
-        if (isFree)
+        // Nothing is typed into the field for the password.
+        const isAllowed = isFree && !Main.sessionMode.isLocked;
+        if (isAllowed)
             this._type(chord);
-        chord.done(isFree);
+        chord.done(isAllowed);
         if (this._queue.length > 0)
             return GLib.SOURCE_CONTINUE;
         this._timer = 0;
@@ -139,8 +145,6 @@ class Service {
             if (type === Meta.SelectionType.SELECTION_CLIPBOARD)
                 this._emit('ClipboardDidChange', '()', []);
         }, this);
-        global.stage.connectObject(
-            'captured-event', (_stage, event) => this._lookForClick(event), this);
         global.get_window_actors().forEach(actor => this._followEnd(actor.meta_window));
         this._tellFront();
     }
@@ -157,7 +161,7 @@ class Service {
     Activate(number) {
         const window = global.get_window_actors().map(actor => actor.meta_window)
             .find(each => String(each.get_id()) === number);
-        if (window)
+        if (window && !Main.sessionMode.isLocked)
             Main.activateWindow(window);
     }
 
@@ -203,7 +207,13 @@ class Service {
     }
 
     _tellFront() {
-        this._tell('DidActivate', global.display.focus_window);
+        const front = global.display.focus_window;
+        // Every motion of the pointer would come by, too.
+        global.stage.disconnectObject(this);
+        if (front?.get_pid() === this._process)
+            global.stage.connectObject(
+                'captured-event', (_stage, event) => this._lookForClick(event), this);
+        this._tell('DidActivate', front);
     }
 
     _tell(what, window) {
@@ -259,7 +269,7 @@ class Service {
         const isClick = type === Clutter.EventType.BUTTON_PRESS ||
             type === Clutter.EventType.TOUCH_BEGIN;
         const front = global.display.focus_window;
-        if (isClick && front?.get_pid() === this._process && !this._isIn(front, event))
+        if (isClick && front && !this._isIn(front, event))
             this._emit('ClickedElsewhere', '()', []);
         return Clutter.EVENT_PROPAGATE;
     }

@@ -85,7 +85,6 @@ class GnomeTransientWindows final : public TransientWindows {
  public:
   GnomeTransientWindows(std::shared_ptr<GnomeShell> shell, std::unique_ptr<TransientWindows> onX11)
       : shell_(std::move(shell)), onX11_(std::move(onX11)) {}
-  ~GnomeTransientWindows() override { shell_->onClickElsewhere = nullptr; }
 
   void prepareToShow(std::uint64_t window, int shadowMargin) override {
     onX11_->prepareToShow(window, shadowMargin);
@@ -94,11 +93,33 @@ class GnomeTransientWindows final : public TransientWindows {
   /// where it last was.
   std::unique_ptr<Watch> watch(std::uint64_t window,
                                std::function<void()> onClickOutside) override {
-    shell_->onClickElsewhere = std::move(onClickOutside);
-    return onX11_->watch(window, [] {});
+    auto onX11 = onX11_->watch(window, [] {});
+    return std::make_unique<ShellsWatch>(*shell_, std::move(onX11), std::move(onClickOutside));
   }
 
  private:
+  /// Ends with the one on X11 that it holds.
+  class ShellsWatch final : public Watch {
+   public:
+    ShellsWatch(GnomeShell& shell, std::unique_ptr<Watch> onX11,
+                std::function<void()> onClickOutside)
+        : shell_(shell), onX11_(std::move(onX11)) {
+      onX11_->onRelease = [this] { tell(onRelease); };
+      onX11_->onFocus = [this] { tell(onFocus); };
+      shell_.onClickElsewhere = std::move(onClickOutside);
+    }
+    ~ShellsWatch() override { shell_.onClickElsewhere = nullptr; }
+
+   private:
+    // A copy, because the callee may replace it or end this.
+    static void tell(std::function<void()> callback) {
+      if (callback) callback();
+    }
+
+    GnomeShell& shell_;
+    const std::unique_ptr<Watch> onX11_;
+  };
+
   const std::shared_ptr<GnomeShell> shell_;
   const std::unique_ptr<TransientWindows> onX11_;
 };

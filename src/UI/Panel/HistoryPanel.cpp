@@ -108,6 +108,8 @@ void HistoryPanel::bringToFront() {
 void HistoryPanel::didClickOutside() {
   // A menu of the panel's is a window of its own.
   if (QApplication::activePopupWidget() || view_->isComposing()) return;
+  // A second button, while the one that closed the panel is still down.
+  if (!clickWatch_) return;
   heldClick_ = std::move(clickWatch_);
   heldClick_->onRelease = [this] {
     clickEnded_ = runLoop_.now();

@@ -116,7 +116,8 @@ TEST(HistoryPanel, AClickOnItsButtonClosesItForGood) {
   EXPECT_FALSE(opened.panel->isVisible());
   opened.panel->showRelativeTo(button);
   EXPECT_TRUE(opened.panel->isVisible());
-  // However long the button is held.
+  // However long the button is held, and another one with it.
+  opened.windows->press();
   opened.windows->press();
   opened.fake.runLoop().advance(std::chrono::seconds(1));
   opened.windows->release();
