@@ -96,5 +96,5 @@ class SessionCase(unittest.TestCase):
 def main():
     ends_on_signals()
     if ON_KWIN:
-        become_ordinary()
+        become_ordinary(PROGRAM)
     unittest.main(verbosity=2)

@@ -1,5 +1,6 @@
 """A private desktop of the compositor KWin, without a graphics card or a seat."""
 
+import atexit
 import os
 import pathlib
 import pwd
@@ -7,6 +8,7 @@ import re
 import shutil
 import struct
 import sys
+import tempfile
 
 import gi
 from desktop import wait_until
@@ -41,14 +43,26 @@ X-KDE-Wayland-Interfaces=org_kde_kwin_fake_input
 MENU = "<Menu><Name>Applications</Name><DefaultAppDirs/><Include><All/></Include></Menu>"
 
 
-def become_ordinary():
+def become_ordinary(program):
     """KWin refuses to run as root, and shares files with programs of its own user only. The project
-    may lie where only root comes, so that much stays allowed."""
+    may lie where only root comes: the tests may still be read there, and `program`, which is tested,
+    is put where everybody comes."""
     if os.geteuid() == 0:
         nobody = pwd.getpwnam("nobody")
+        folder = pathlib.Path(tempfile.mkdtemp(prefix="stowboard-program."))
+        shutil.copy(program, folder)
+        folder.chmod(0o755)
+        shutil.chown(folder, nobody.pw_uid)
+        os.environ["STOWBOARD_PROGRAM"] = str(folder / program.name)
+        os.environ["STOWBOARD_PROGRAM_COPY"] = str(folder)
+        script = os.path.abspath(sys.argv[0])
+        os.chdir("/")
         os.execvp("setpriv", ["setpriv", f"--reuid={nobody.pw_uid}", f"--regid={nobody.pw_gid}",
                               "--clear-groups", "--inh-caps=+dac_override",
-                              "--ambient-caps=+dac_override", sys.executable, *sys.argv])
+                              "--ambient-caps=+dac_override", sys.executable,
+                              script, *sys.argv[1:]])
+    if copy := os.environ.pop("STOWBOARD_PROGRAM_COPY", None):
+        atexit.register(shutil.rmtree, copy, ignore_errors=True)
 
 
 class KwinInput(WaylandKeys):
