@@ -2,8 +2,9 @@
 """Clips are pasted by hot key into the application in front, and arrive as what they are."""
 
 import pathlib
+import unittest
 
-from case import SessionCase, main, wait_until
+from case import ON_GNOME, SessionCase, main, wait_until
 from applications import copy_in_word_processor, write_picture
 from receivers import kinds
 from stowboard import bytes_of
@@ -103,6 +104,7 @@ class Pasting(SessionCase):
         wait_until(lambda: self.desktop.clipboard() == text, "the text is still on the clipboard")
         self.assertEqual(self.stowboard.texts(), [text])
 
+    @unittest.skipIf(ON_GNOME, "whose own keys the extension names")
     def test_settings_name_the_hot_keys_and_a_taken_one_is_refused(self):
         self.addCleanup(self.desktop.give_hot_key_back)
         self.desktop.take_hot_key(55, "Shift", "Mod4")

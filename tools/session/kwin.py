@@ -55,6 +55,10 @@ def become_ordinary(program):
         shutil.chown(folder, nobody.pw_uid)
         os.environ["STOWBOARD_PROGRAM"] = str(folder / program.name)
         os.environ["STOWBOARD_PROGRAM_COPY"] = str(folder)
+        # KWin ends where no X server has ever run.
+        sockets = pathlib.Path("/tmp/.X11-unix")
+        sockets.mkdir(exist_ok=True)
+        sockets.chmod(0o1777)
         script = os.path.abspath(sys.argv[0])
         os.chdir("/")
         os.execvp("setpriv", ["setpriv", f"--reuid={nobody.pw_uid}", f"--regid={nobody.pw_gid}",
