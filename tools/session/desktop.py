@@ -209,7 +209,8 @@ class PrivateDesktop:
             path.mkdir(parents=True, exist_ok=True, mode=0o700)
             environment[name] = str(path)
         environment.update(LANG="C.UTF-8", XDG_SESSION_TYPE="x11", GSETTINGS_BACKEND="memory",
-                           NO_AT_BRIDGE="1", GTK_USE_PORTAL="0", GIO_USE_VFS="local")
+                           NO_AT_BRIDGE="1", GTK_USE_PORTAL="0", GIO_USE_VFS="local",
+                           SHELL="/bin/sh")  # terminals ask it; a service's user has none
         self.environment = environment
 
     def _start_display(self):
